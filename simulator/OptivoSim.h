@@ -1,0 +1,170 @@
+/* Steers the simulated camera library from a test: what its world holds, what its operations
+   answer, and what was asked of them. Plain C, exported by Optivo40 beside GetSystem.
+   All functions may be called from any thread, at any time. Names of interfaces and cameras are
+   the names that the library enumerates. A function that finds nothing under a name answers 0. */
+#ifndef OPTIVO_SIM_H
+#define OPTIVO_SIM_H
+
+#include <stddef.h>
+#include <stdint.h>
+
+#if !defined(_WIN32)
+#define OPTIVO_SIM_API __attribute__((visibility("default")))
+#elif defined(OPTIVO_BUILD)
+#define OPTIVO_SIM_API __declspec(dllexport)
+#else
+#define OPTIVO_SIM_API __declspec(dllimport)
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/* Every operation of the library, in the order of its tables. */
+typedef enum {
+    OPTIVO_GET_SYSTEM,
+    OPTIVO_SYSTEM_UPDATE_INTERFACE_LIST,
+    OPTIVO_SYSTEM_GET_INTERFACE_NAME,
+    OPTIVO_SYSTEM_GET_INTERFACE,
+    OPTIVO_SYSTEM_OPEN_INTERFACE,
+    OPTIVO_SYSTEM_CLOSE,
+    OPTIVO_INTERFACE_UPDATE_DEVICE_LIST,
+    OPTIVO_INTERFACE_GET_DEVICE_NAME,
+    OPTIVO_INTERFACE_GET_DEVICE,
+    OPTIVO_INTERFACE_OPEN_DEVICE,
+    OPTIVO_INTERFACE_WRITE_PORT,
+    OPTIVO_INTERFACE_READ_PORT,
+    OPTIVO_INTERFACE_CLOSE,
+    OPTIVO_DEVICE_GET_NUM_DATA_STREAMS,
+    OPTIVO_DEVICE_OPEN_DATA_STREAM,
+    OPTIVO_DEVICE_WRITE_PORT,
+    OPTIVO_DEVICE_READ_PORT,
+    OPTIVO_DEVICE_GET_INFO,
+    OPTIVO_DEVICE_REGISTER_EVENT_CALLBACK,
+    OPTIVO_DEVICE_CLOSE,
+    OPTIVO_STREAM_START_ACQUISITION,
+    OPTIVO_STREAM_STOP_ACQUISITION,
+    OPTIVO_STREAM_GRAB_IMAGE,
+    OPTIVO_STREAM_SET_STREAM_PARAMETER,
+    OPTIVO_STREAM_GET_STREAM_INFO,
+    OPTIVO_STREAM_CLOSE,
+    OPTIVO_NUM_OPERATIONS
+} OptivoOperation;
+
+/* How a faulty operation goes wrong. */
+typedef enum {
+    /* Does nothing but answer the result. */
+    OPTIVO_FAULT_RESULT,
+    /* Does its work, outputs included, and then answers the result. */
+    OPTIVO_FAULT_RESULT_AFTER,
+    /* Answers the result (usually 0) with a null object, where it hands out one. */
+    OPTIVO_FAULT_NULL_OBJECT,
+    /* Throws a GenICam::GenericException, or something that is no standard exception. */
+    OPTIVO_FAULT_GENERIC_EXCEPTION,
+    OPTIVO_FAULT_FOREIGN_EXCEPTION,
+    /* Fills the text's buffer to its last byte with 'X', without a terminating zero. */
+    OPTIVO_FAULT_UNTERMINATED_TEXT,
+    /* Answers a size ten times as large as the buffer. */
+    OPTIVO_FAULT_OVERLONG_SIZE,
+    /* Waits result milliseconds, then works as ever. */
+    OPTIVO_FAULT_DELAY,
+    /* Waits until OptivoSim_Release, then works as ever. */
+    OPTIVO_FAULT_HANG
+} OptivoFaultKind;
+
+/* Any selector of an operation, for a fault that does not look at it. */
+#define OPTIVO_ANY_SELECTOR UINT64_MAX
+/* A fault without end. */
+#define OPTIVO_FOREVER UINT32_MAX
+
+typedef struct {
+    OptivoOperation operation;
+    OptivoFaultKind kind;
+    int32_t result;
+    /* The key, command, address or index that the faulty call has, or OPTIVO_ANY_SELECTOR. */
+    uint64_t selector;
+    /* How many matching calls stay sound first, and how many go wrong then. */
+    uint32_t skip;
+    uint32_t count;
+} OptivoFault;
+
+/* Ends every fault and hang, and makes the default world anew; objects that a consumer still
+   holds stay valid. Counters start from 0 again, except that objects alive stay counted. */
+OPTIVO_SIM_API void OptivoSim_Reset(void);
+
+/* Adds a fault; faults of one operation apply in the order in which they were added. */
+OPTIVO_SIM_API void OptivoSim_AddFault(const OptivoFault* fault);
+OPTIVO_SIM_API void OptivoSim_ClearFaults(void);
+/* Ends every hang that is under way. */
+OPTIVO_SIM_API void OptivoSim_Release(void);
+
+/* The world, as the next update of a list finds it. Adding answers 1 when the name is new to its
+   parent, and appends; an interface name may hold any bytes but a zero. An added camera is a copy
+   of the first default camera under another name, with that serial number. */
+OPTIVO_SIM_API int OptivoSim_AddInterface(const char* name, const char* prefix, const char* tlType);
+OPTIVO_SIM_API int OptivoSim_RemoveInterface(const char* name);
+OPTIVO_SIM_API int OptivoSim_AddCamera(const char* interfaceName, const char* name,
+                                       const char* serialNumber);
+/* As OptivoSim_AddCamera, without the check that the name is new. */
+OPTIVO_SIM_API int OptivoSim_AddCameraTwin(const char* interfaceName, const char* name,
+                                           const char* serialNumber);
+OPTIVO_SIM_API int OptivoSim_RemoveCamera(const char* name);
+/* Empties the world: no interface, no camera. */
+OPTIVO_SIM_API void OptivoSim_RemoveAll(void);
+
+/* A description text of a camera by its info key, and its status number (key 9; 1 at first). */
+OPTIVO_SIM_API int OptivoSim_SetCameraText(const char* camera, uint32_t key, const char* text);
+OPTIVO_SIM_API int OptivoSim_SetCameraStatus(const char* camera, uint32_t status);
+/* The number of streams that a camera reports (1 at first). */
+OPTIVO_SIM_API int OptivoSim_SetNumStreams(const char* camera, uint32_t count);
+
+/* Images. A camera delivers frameRate images a second while it is started; 0 is as fast as they
+   are taken, and a negative rate none but those that OptivoSim_ProduceImages asks for. */
+OPTIVO_SIM_API int OptivoSim_SetFrameRate(const char* camera, double framesPerSecond);
+OPTIVO_SIM_API int OptivoSim_ProduceImages(const char* camera, uint64_t count);
+/* Width and height in pixels; the payload size follows. Refused (0) while the camera is started. */
+OPTIVO_SIM_API int OptivoSim_SetImageSize(const char* camera, uint32_t width, uint32_t height);
+/* A 64-bit value of ICamStream::GetStreamInfo that is otherwise 0: commands 5, 6, 7, 8, 11. */
+OPTIVO_SIM_API int OptivoSim_SetStreamValue(const char* camera, uint32_t command, uint64_t value);
+
+/* Reports an event through the camera's callback, on a thread of the library. Returns when the
+   callback has returned; answers 1 when one was installed. */
+OPTIVO_SIM_API int OptivoSim_FireEvent(const char* camera, uint32_t eventId, uint64_t value);
+/* Reports count events one after the other, without waiting for their delivery. */
+OPTIVO_SIM_API int OptivoSim_FireEvents(const char* camera, uint32_t eventId, uint64_t value,
+                                        uint32_t count);
+/* 1 while a callback is installed in an open device of the camera. */
+OPTIVO_SIM_API int OptivoSim_HasCallback(const char* camera);
+
+/* What was asked of an operation since the last reset: the number of calls (those that went wrong
+   included), the selector of its last call (key, command, address, index), its last numeric
+   argument (time-out, count, value), and its last text argument. */
+OPTIVO_SIM_API uint64_t OptivoSim_NumCalls(OptivoOperation operation);
+OPTIVO_SIM_API uint64_t OptivoSim_LastSelector(OptivoOperation operation);
+OPTIVO_SIM_API uint64_t OptivoSim_LastArgument(OptivoOperation operation);
+/* Copies up to capacity - 1 characters and a terminating zero. */
+OPTIVO_SIM_API void OptivoSim_LastText(OptivoOperation operation, char* buffer, size_t capacity);
+/* The selectors of the last calls of an operation, oldest first: writes up to capacity of them and
+   answers how many there are, 64 at most. */
+OPTIVO_SIM_API size_t OptivoSim_Selectors(OptivoOperation operation, uint64_t* selectors,
+                                          size_t capacity);
+
+/* Objects that were handed out and not yet closed, and calls of Close on an object that was closed
+   already (which is answered with GC_ERR_INVALID_HANDLE, never with a crash). */
+typedef enum {
+    OPTIVO_OBJECT_SYSTEM,
+    OPTIVO_OBJECT_INTERFACE,
+    OPTIVO_OBJECT_DEVICE,
+    OPTIVO_OBJECT_STREAM,
+    OPTIVO_NUM_OBJECT_KINDS
+} OptivoObjectKind;
+OPTIVO_SIM_API uint64_t OptivoSim_NumAlive(OptivoObjectKind kind);
+OPTIVO_SIM_API uint64_t OptivoSim_NumDoubleCloses(void);
+/* Calls of any other operation on an object that was closed already. */
+OPTIVO_SIM_API uint64_t OptivoSim_NumUsesAfterClose(void);
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* OPTIVO_SIM_H */
