@@ -21,7 +21,8 @@ if(WIN32)
     # The products import only system DLLs and the camera library.
     target_link_options(norvel_options INTERFACE -static -static-libgcc -static-libstdc++)
   endif()
-else()
+elseif(NOT NORVELTL_SANITIZE)
+  # Sanitized libraries find the runtime in the program that loads them.
   target_link_options(norvel_options INTERFACE -Wl,--no-undefined)
 endif()
 

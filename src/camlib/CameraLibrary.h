@@ -127,6 +127,7 @@ public:
     virtual Int32 GetInterfaceName(UInt32 index, char* buffer, Size* size) = 0;
     // An object that only serves ReadPort at an InterfaceTextKey.
     virtual Int32 GetInterface(const char* name, ICamInterface** interface_) = 0;
+    // name is an interface's name or its ID: the prefix in upper case, "::" and the name.
     virtual Int32 OpenInterface(const char* name, ICamInterface** interface_) = 0;
     virtual void Unused6() = 0;
     virtual void Unused7() = 0;

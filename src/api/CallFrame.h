@@ -1,0 +1,59 @@
+// The frame of every exported function: the library guard, the null-handle check where it applies,
+// the body, and the one list that turns exceptions into codes.
+// This file knows no module; it is the only place where an exception becomes a code.
+#pragma once
+
+#include "core/LastError.h"
+
+#include <type_traits>
+#include <utility>
+
+namespace GenICam::Client {
+
+// Whether GCInitLib was called and GCCloseLib was not; one flag for all threads, not synchronised.
+bool IsInitialized() noexcept;
+void SetInitialized(bool initialized) noexcept;
+
+// Records the exception that is being handled as the last error and answers its code.
+GC_ERROR TranslateCurrentException() noexcept;
+
+// Records an error and answers its code.
+GC_ERROR Fail(GC_ERROR code, const char* text) noexcept;
+
+// Records that the library is not initialised and answers the code for it.
+GC_ERROR FailNotInitialized() noexcept;
+// Records that a handle is null. The code that is recorded differs from the one that is answered.
+GC_ERROR FailNullHandle() noexcept;
+
+// Runs the body, which answers a code or nothing (success); an exception becomes its code.
+// Success leaves the last error alone.
+template <class Body>
+GC_ERROR Translated(Body&& body) noexcept {
+    try {
+        if constexpr (std::is_void_v<std::invoke_result_t<Body>>) {
+            std::forward<Body>(body)();
+            return GC_ERR_SUCCESS;
+        } else {
+            return std::forward<Body>(body)();
+        }
+    } catch (...) {
+        return TranslateCurrentException();
+    }
+}
+
+// Runs the body if the library is initialised.
+template <class Body>
+GC_ERROR Framed(Body&& body) noexcept {
+    return IsInitialized() ? Translated(std::forward<Body>(body)) : FailNotInitialized();
+}
+
+// Runs the body if the library is initialised and the port, event source or event handle is set.
+template <class Body>
+GC_ERROR FramedOn(const void* handle, Body&& body) noexcept {
+    if (!IsInitialized()) {
+        return FailNotInitialized();
+    }
+    return handle != nullptr ? Translated(std::forward<Body>(body)) : FailNullHandle();
+}
+
+} // namespace GenICam::Client

@@ -1,0 +1,58 @@
+// The event functions.
+#include "api/CallFrame.h"
+#include "api/HandleChecks.h"
+
+using namespace GenICam::Client;
+
+namespace {
+
+// The codes that a wait for data answers without an exception, with the texts for them.
+GC_ERROR RecordWaitResult(GC_ERROR result) noexcept {
+    switch (result) {
+    case GC_ERR_TIMEOUT:
+        return Fail(result, "Timeout");
+    case GC_ERR_NO_DATA:
+        return Fail(result, "No Event Data");
+    case GC_ERR_ERROR:
+        return Fail(result, "Port is not available");
+    default:
+        return result;
+    }
+}
+
+} // namespace
+
+GC_API GCRegisterEvent(EVENTSRC_HANDLE hEventSrc, EVENT_TYPE iEventID, EVENT_HANDLE* phEvent) {
+    return FramedOn(hEventSrc, [&] { EventSourceOf(hEventSrc).RegisterEvent(iEventID, phEvent); });
+}
+
+GC_API GCUnregisterEvent(EVENTSRC_HANDLE hEventSrc, EVENT_TYPE iEventID) {
+    return FramedOn(hEventSrc, [&] { EventSourceOf(hEventSrc).UnregisterEvent(iEventID); });
+}
+
+GC_API EventGetData(EVENT_HANDLE hEvent, void* pBuffer, size_t* piSize, uint64_t iTimeout) {
+    return FramedOn(hEvent, [&] {
+        return RecordWaitResult(EventOf(hEvent).GetData(pBuffer, piSize, iTimeout));
+    });
+}
+
+GC_API EventGetDataInfo(EVENT_HANDLE hEvent, const void* pInBuffer, size_t iInSize,
+                        EVENT_DATA_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, void* pOutBuffer,
+                        size_t* piOutSize) {
+    return FramedOn(hEvent, [&] {
+        EventOf(hEvent).GetDataInfo(pInBuffer, iInSize, iInfoCmd, piType, pOutBuffer, piOutSize);
+    });
+}
+
+GC_API EventGetInfo(EVENT_HANDLE hEvent, EVENT_INFO_CMD iInfoCmd, INFO_DATATYPE* piType,
+                    void* pBuffer, size_t* piSize) {
+    return FramedOn(hEvent, [&] { EventOf(hEvent).GetInfo(iInfoCmd, piType, pBuffer, piSize); });
+}
+
+GC_API EventFlush(EVENT_HANDLE hEvent) {
+    return FramedOn(hEvent, [&] { EventOf(hEvent).Flush(); });
+}
+
+GC_API EventKill(EVENT_HANDLE hEvent) {
+    return FramedOn(hEvent, [&] { EventOf(hEvent).Kill(); });
+}

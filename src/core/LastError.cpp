@@ -1,0 +1,145 @@
+#include "core/LastError.h"
+
+#include <array>
+#include <atomic>
+#include <cstring>
+#include <new>
+#include <thread>
+
+namespace GenICam::Client {
+namespace {
+
+// A slot is written by one thread (m_users is -1) or read by m_users threads.
+struct Slot {
+    std::atomic<int> m_users{0};
+    CTLIError m_error;
+};
+
+// Writers fill a slot that nobody uses and then publish it, so that a text stays whole while it is
+// being read. More slots than threads that fail at the same moment make a writer find one at once.
+struct Record {
+    std::array<Slot, 8> m_slots;
+    std::atomic<Slot*> m_current{nullptr};
+};
+
+constexpr int kMaxRounds = 1000;
+
+// Created by the first error and kept for as long as the process lives.
+std::atomic<Record*> g_record{nullptr};
+
+Record* TheRecord() noexcept {
+    Record* record = g_record.load(std::memory_order_acquire);
+    if (record != nullptr) {
+        return record;
+    }
+    auto* fresh = new (std::nothrow) Record;
+    if (fresh != nullptr && !g_record.compare_exchange_strong(record, fresh)) {
+        delete fresh;
+        return record;
+    }
+    return fresh;
+}
+
+// Takes a slot that is neither in use nor current; null when all stay busy.
+Slot* TakeFreeSlot(Record& record) noexcept {
+    for (int round = 0; round < kMaxRounds; ++round) {
+        for (Slot& slot : record.m_slots) {
+            int unused = 0;
+            if (&slot == record.m_current.load(std::memory_order_acquire) ||
+                !slot.m_users.compare_exchange_strong(unused, -1, std::memory_order_acquire)) {
+                continue;
+            }
+            // Its last writer may have published it between the two checks.
+            if (&slot != record.m_current.load(std::memory_order_acquire)) {
+                return &slot;
+            }
+            slot.m_users.store(0, std::memory_order_release);
+        }
+        std::this_thread::yield();
+    }
+    return nullptr;
+}
+
+// The published slot, held for reading; null while no error was published.
+class CReadLock {
+public:
+    explicit CReadLock(Record& record) noexcept {
+        for (;;) {
+            Slot* slot = record.m_current.load(std::memory_order_acquire);
+            if (slot == nullptr) {
+                return;
+            }
+            int users = slot->m_users.load(std::memory_order_relaxed);
+            if (users >= 0 &&
+                slot->m_users.compare_exchange_weak(users, users + 1, std::memory_order_acquire)) {
+                m_slot = slot;
+                return;
+            }
+        }
+    }
+    ~CReadLock() {
+        if (m_slot != nullptr) {
+            m_slot->m_users.fetch_sub(1, std::memory_order_release);
+        }
+    }
+    CReadLock(const CReadLock&) = delete;
+    CReadLock& operator=(const CReadLock&) = delete;
+
+    const CTLIError* Error() const noexcept {
+        return m_slot == nullptr ? nullptr : &m_slot->m_error;
+    }
+
+private:
+    Slot* m_slot = nullptr;
+};
+
+} // namespace
+
+void RecordLastError(GC_ERROR code, const char* text) noexcept {
+    Record* record = TheRecord();
+    Slot* slot = record == nullptr ? nullptr : TakeFreeSlot(*record);
+    if (slot == nullptr) {
+        return;
+    }
+    slot->m_error.m_code = code;
+    try {
+        slot->m_error.m_message = text;
+    } catch (const std::bad_alloc&) {
+        slot->m_error.m_message.clear();
+    }
+    // Published while still held, so that no other writer takes it before it is current.
+    slot->m_users.store(1, std::memory_order_release);
+    record->m_current.store(slot, std::memory_order_release);
+    slot->m_users.fetch_sub(1, std::memory_order_release);
+}
+
+GC_ERROR ReadLastError(GC_ERROR* code, char* text, size_t* size) noexcept {
+    Record* record = g_record.load(std::memory_order_acquire);
+    if (record == nullptr) {
+        return GC_ERR_NO_DATA;
+    }
+    const CReadLock lock(*record);
+    const CTLIError* error = lock.Error();
+    if (error == nullptr) {
+        return GC_ERR_NO_DATA;
+    }
+    if (size == nullptr) {
+        return GC_ERR_INVALID_PARAMETER;
+    }
+    const size_t needed = error->m_message.size() + 1;
+    if (text == nullptr || *size == 0) {
+        *size = needed;
+        return GC_ERR_SUCCESS;
+    }
+    if (*size < needed) {
+        return GC_ERR_BUFFER_TOO_SMALL;
+    }
+    std::memcpy(text, error->m_message.c_str(), needed);
+    *size = needed;
+    if (code != nullptr) {
+        *code = error->m_code;
+    }
+    return GC_ERR_SUCCESS;
+}
+
+} // namespace GenICam::Client

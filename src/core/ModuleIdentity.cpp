@@ -1,0 +1,35 @@
+#include "core/ModuleIdentity.h"
+
+#include "core/Errors.h"
+#include "platform/Platform.h"
+
+namespace GenICam::Client {
+namespace {
+
+constexpr std::size_t kPathCapacity = 2048;
+
+} // namespace
+
+std::string ModulePath() {
+    return Platform::ModulePath(kPathCapacity);
+}
+
+bool FileNameOf(const std::string& path, std::string& name) {
+    const std::size_t separator = path.rfind(Platform::kPathSeparator);
+    if (separator == std::string::npos) {
+        return false;
+    }
+    name = path.substr(separator + 1);
+    return true;
+}
+
+std::string VersionText(std::uint64_t version) {
+    const auto field = [version](int shift) { return (version >> shift) & 0xFFFF; };
+    return Format("%d.%d.%d.%d", field(48), field(32), field(16), field(0));
+}
+
+std::string ModuleVersionText() {
+    return VersionText(Platform::FileVersion()) + '\0';
+}
+
+} // namespace GenICam::Client

@@ -1,0 +1,38 @@
+// Error events of a device or a data stream. This file knows no module.
+#pragma once
+
+#include "events/EventQueue.h"
+
+#include <string>
+#include <utility>
+
+namespace GenICam::Client {
+
+class ErrorEventEntry final : public EventEntry {
+public:
+    ErrorEventEntry(GC_ERROR code, std::string text) : m_code(code), m_text(std::move(text)) {}
+
+    GC_ERROR m_code;
+    std::string m_text;
+};
+
+size_t DataSizeOf(const ErrorEventEntry& entry);
+// Writes the code, the message and a zero byte, and reports their size.
+// Throws std::invalid_argument for a null buffer and for a size that is too small.
+void CopyEntry(const ErrorEventEntry& entry, void* buffer, size_t* size);
+
+class CEventError final : public CEventQueue<boost::shared_ptr<ErrorEventEntry>> {
+public:
+    // Answers EVENT_NUM_IN_QUEUE and writes nothing for every other command.
+    void GetInfo(EVENT_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size) override;
+    // Always throws std::invalid_argument.
+    void GetDataInfo(const void* inBuffer, size_t inSize, EVENT_DATA_INFO_CMD command,
+                     INFO_DATATYPE* type, void* outBuffer, size_t* outSize) override;
+
+    // Takes the code or the message out of the data of an error event.
+    // Throws std::invalid_argument for every other command and for data that is too short.
+    virtual void GetBlockInfo(const void* inBuffer, size_t inSize, EVENT_DATA_INFO_CMD command,
+                              INFO_DATATYPE* type, void* outBuffer, size_t* outSize);
+};
+
+} // namespace GenICam::Client

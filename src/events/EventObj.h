@@ -1,0 +1,50 @@
+// The event object behind every event handle. The exported functions reach an event only through
+// these operations; their order is part of the object's binary layout.
+// This file knows no kind of event and no module.
+#pragma once
+
+#include "GenTL/GenTL.h"
+
+#include <boost/shared_ptr.hpp>
+
+#include <cstdint>
+
+namespace GenICam::Client {
+
+// What a queue of events holds.
+class EventEntry {
+public:
+    virtual ~EventEntry() = default;
+
+protected:
+    EventEntry() = default;
+    EventEntry(const EventEntry&) = default;
+    EventEntry& operator=(const EventEntry&) = default;
+};
+
+class CEventObj {
+public:
+    CEventObj() = default;
+    virtual ~CEventObj() = default;
+    CEventObj(const CEventObj&) = delete;
+    CEventObj& operator=(const CEventObj&) = delete;
+
+    // Waits up to timeout milliseconds for data (all bits set: without limit) and copies the oldest
+    // out. The code that it answers is the caller's result; other failures are thrown.
+    virtual GC_ERROR GetData(void* buffer, size_t* size, std::uint64_t timeout) = 0;
+    virtual void GetInfo(EVENT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                         size_t* size) = 0;
+    // Explains data that GetData copied out before.
+    virtual void GetDataInfo(const void* inBuffer, size_t inSize, EVENT_DATA_INFO_CMD command,
+                             INFO_DATATYPE* type, void* outBuffer, size_t* outSize) = 0;
+    // Drops what is queued.
+    virtual void Flush() = 0;
+    virtual void Kill() = 0;
+    virtual void Reserved() {}
+    // Queues an entry of the event's own kind while the event is registered.
+    virtual void Push(const boost::shared_ptr<EventEntry>& /*entry*/) {}
+    virtual void Register() {}
+    virtual void Unregister() {}
+};
+
+} // namespace GenICam::Client

@@ -1,0 +1,309 @@
+// The data stream's acquisition thread, its start and stop, and the consumer's wait for its images.
+#include "modules/DataStream.h"
+
+#include "core/Errors.h"
+#include "modules/BufferInfo.h"
+#include "platform/Platform.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <stdexcept>
+
+namespace GenICam::Client {
+namespace {
+
+constexpr std::uint32_t kWithoutLimit = std::numeric_limits<std::uint32_t>::max();
+constexpr Optivo::UInt32 kGrabTimeout = 100;
+// What a grab counts as that threw; like every unknown result it ends the acquisition.
+constexpr Optivo::Int32 kGrabThrew = GC_ERR_ERROR;
+// A grab result that turns a timed-out wait into a success.
+constexpr Optivo::Int32 kGrabNothingExpected = -4;
+
+} // namespace
+
+void CDataStream::ResetCounters() {
+    m_numLost.store(0, std::memory_order_relaxed);
+    m_numDelivered.store(0, std::memory_order_relaxed);
+}
+
+void CDataStream::JoinThread() {
+    if (m_thread && m_thread->joinable()) {
+        m_thread->join();
+    }
+}
+
+void CDataStream::LaunchThread() {
+    try {
+        m_thread = std::make_unique<boost::thread>(&CDataStream::AcquisitionLoop, this);
+    } catch (const std::exception&) {
+        m_acquiring = false;
+        m_grabbing = false;
+        throw std::runtime_error("Unable to start acquisition");
+    }
+}
+
+// The running loop is ended before the input lock is taken, which it needs to end.
+void CDataStream::StartAcquisition(ACQ_START_FLAGS /*flags*/, std::uint64_t count) {
+    const CCallCounter::CScope inside(m_calls);
+    m_acquiring = false;
+    const boost::unique_lock<boost::mutex> control(m_control);
+    m_acquiring = false; // another start may have set it meanwhile
+    JoinThread();
+    const CInputLock input(*this);
+    m_remaining = static_cast<std::uint32_t>(std::min<std::uint64_t>(count, kWithoutLimit));
+    if (m_camera->StartAcquisition(0, m_remaining) != 0) {
+        throw std::runtime_error("Unable to start acquisition");
+    }
+    m_payloadSize = PayloadSize();
+    {
+        const OutputLock output(m_outputLock);
+        m_output.Reserve(NumAnnounced() + 2);
+    }
+    ResetCounters();
+    m_grabbing = true;
+    m_acquiring = true;
+    LaunchThread();
+}
+
+void CDataStream::StopAcquisition(ACQ_STOP_FLAGS /*flags*/) {
+    const CCallCounter::CScope inside(m_calls);
+    m_acquiring = false;
+    const boost::unique_lock<boost::mutex> control(m_control);
+    m_acquiring = false; // another start may have set it meanwhile
+    if (m_camera->StopAcquisition(0) != 0) {
+        throw io_error("Unable to stop acquisition");
+    }
+    JoinThread();
+    m_thread.reset();
+}
+
+// 0, and so no buffer too small, when the camera does not tell.
+std::uint64_t CDataStream::PayloadSize() {
+    std::uint64_t value = 0;
+    try {
+        if (CameraValue(Optivo::kStreamPayloadSize, nullptr, value) != 0) {
+            value = 0;
+        }
+    } catch (...) {
+        value = 0;
+    }
+    return value;
+}
+
+// Nothing catches a buffer without memory: it ends the process.
+void CDataStream::AcquisitionLoop() noexcept {
+    m_grabbing = true;
+    ResetCounters();
+    try {
+        SetWaitTime();
+        while (m_acquiring && m_remaining != 0 && AcquireNext()) {
+        }
+    } catch (const boost::thread_interrupted&) { // NOLINT(bugprone-empty-catch): ends the loop
+    }
+    EndFill();
+    m_grabbing = false;
+}
+
+void CDataStream::SetWaitTime() {
+    Optivo::UInt32 milliseconds = 1000;
+    Optivo::Size size = sizeof milliseconds;
+    try {
+        m_camera->SetStreamParameter(2, &milliseconds, &size);
+    } catch (const boost::thread_interrupted&) {
+        throw;
+    } catch (...) { // NOLINT(bugprone-empty-catch): the camera's own time-out does as well
+    }
+}
+
+// False when the acquisition is over. Polls without a pause: the library may wait for the image.
+bool CDataStream::AcquireNext() {
+    Optivo::UInt32 ready = 0;
+    if (!QueryImageReady(ready)) {
+        return false;
+    }
+    if (ready == 0) {
+        return true;
+    }
+    boost::unique_lock<boost::recursive_mutex> input(m_inputLock);
+    if (m_input.Empty()) {
+        const bool goOn = DropImage();
+        input.unlock();
+        m_inputWaiters.Drain();
+        return goOn;
+    }
+    CBufferInfo& buffer = *m_input.PopFront();
+    m_filling.store(&buffer, std::memory_order_relaxed);
+    m_fillDropped = false;
+    input.unlock();
+
+    switch (Fill(buffer)) {
+    case Optivo::kGrabDelivered:
+        Deliver(buffer);
+        return true;
+    case Optivo::kGrabNothingYet:
+        PutBack(buffer);
+        return true;
+    case Optivo::kGrabLost:
+        PutBack(buffer);
+        m_numLost.fetch_add(1, std::memory_order_relaxed);
+        return true;
+    case Optivo::kGrabEnded:
+        PutBack(buffer);
+        return false;
+    default:
+        EndFill();
+        return false;
+    }
+}
+
+// False when the library threw, which ends the acquisition as it does in a grab.
+bool CDataStream::QueryImageReady(Optivo::UInt32& ready) {
+    Optivo::Size size = sizeof ready;
+    try {
+        m_camera->GetStreamInfo(Optivo::kStreamImageReady, &ready, &size);
+        return true;
+    } catch (const boost::thread_interrupted&) {
+        throw;
+    } catch (...) {
+        return false;
+    }
+}
+
+// Takes an image for which there is no buffer; false when the acquisition is over.
+bool CDataStream::DropImage() {
+    switch (Grab(nullptr)) {
+    case Optivo::kGrabDelivered:
+    case Optivo::kGrabLost:
+        m_numLost.fetch_add(1, std::memory_order_relaxed);
+        return true;
+    case Optivo::kGrabNothingYet:
+        return true;
+    default:
+        return false;
+    }
+}
+
+Optivo::Int32 CDataStream::Grab(void* memory) {
+    Optivo::Int32 result = kGrabThrew;
+    try {
+        result = m_camera->GrabImage(memory, kGrabTimeout);
+    } catch (const boost::thread_interrupted&) {
+        throw;
+    } catch (...) {
+        result = kGrabThrew;
+    }
+    m_lastGrab.store(result, std::memory_order_relaxed);
+    return result;
+}
+
+Optivo::Int32 CDataStream::Fill(CBufferInfo& buffer) {
+    if (buffer.Memory() == nullptr) {
+        throw std::runtime_error("Invalid Memory Buffer");
+    }
+    return buffer.Size() < m_payloadSize ? FillSmall(buffer) : Grab(buffer.Memory());
+}
+
+// The library writes a whole image; what the buffer cannot hold of it is cut off.
+Optivo::Int32 CDataStream::FillSmall(CBufferInfo& buffer) {
+    if (m_scratchSize < m_payloadSize) {
+        m_scratch.reset(new (std::nothrow) char[m_payloadSize]);
+        m_scratchSize = m_scratch ? m_payloadSize : 0;
+    }
+    if (!m_scratch) {
+        return GC_ERR_OUT_OF_MEMORY;
+    }
+    const Optivo::Int32 result = Grab(m_scratch.get());
+    if (result == Optivo::kGrabDelivered) {
+        std::memcpy(buffer.Memory(), m_scratch.get(), buffer.Size());
+    }
+    return result;
+}
+
+void CDataStream::Deliver(CBufferInfo& buffer) {
+    const std::uint64_t ticks = Platform::PerformanceCounter();
+    bool waiting = false;
+    {
+        const OutputLock output(m_outputLock);
+        if (!m_fillDropped) {
+            buffer.SetState(false, true, true);
+            buffer.SetTimestamp(ticks);
+            m_numDelivered.fetch_add(1, std::memory_order_relaxed);
+            if (m_remaining.load(std::memory_order_relaxed) != kWithoutLimit) {
+                m_remaining.fetch_sub(1, std::memory_order_relaxed);
+            }
+            m_output.PushBack(&buffer);
+            waiting = m_outputFilled.Grant();
+        }
+        EndFill();
+    }
+    if (waiting) {
+        m_outputFilled.Notify();
+    }
+}
+
+void CDataStream::PutBack(CBufferInfo& buffer) {
+    const boost::unique_lock<boost::recursive_mutex> input(m_inputLock);
+    if (!m_fillDropped) {
+        m_input.PushFront(&buffer);
+    }
+    EndFill();
+}
+
+void CDataStream::EndFill() {
+    m_filling.store(nullptr, std::memory_order_release);
+}
+
+GC_ERROR CDataStream::TimeoutResult() const {
+    switch (m_lastGrab.load(std::memory_order_relaxed)) {
+    case Optivo::kGrabEnded:
+        return GC_ERR_ERROR;
+    case kGrabNothingExpected:
+        return GC_ERR_SUCCESS;
+    default:
+        return GC_ERR_TIMEOUT;
+    }
+}
+
+// The buffer is taken before the arguments are looked at.
+GC_ERROR CDataStream::WaitNewBuffer(void* buffer, size_t* size, std::uint64_t timeout) {
+    const CCallCounter::CScope inside(m_calls);
+    m_waitAbort.store(false, std::memory_order_relaxed);
+    OutputLock output(m_outputLock);
+    m_waitAbort.store(false, std::memory_order_relaxed);
+    if (m_output.Empty()) {
+        const WaitResult ended = m_outputFilled.Wait(output, timeout);
+        if (ended == WaitResult::TimedOut) {
+            return TimeoutResult();
+        }
+        if (ended == WaitResult::Closed || m_waitAbort.load(std::memory_order_relaxed)) {
+            throw abort_error("Wait terminated");
+        }
+        if (m_output.Empty()) {
+            return GC_ERR_NO_DATA;
+        }
+    }
+    CBufferInfo* filled = m_output.PopFront();
+    filled->SetState(false, true, false);
+    output.unlock();
+
+    if (size == nullptr) {
+        throw std::invalid_argument("Invalid Size");
+    }
+    if (buffer != nullptr) {
+        const EVENT_NEW_BUFFER_DATA data{HandleOf(filled), filled->PrivateData()};
+        if (*size != 0 && *size < sizeof data) {
+            throw std::invalid_argument("Invalid Buffer Size");
+        }
+        std::memcpy(buffer, &data, sizeof data);
+    }
+    *size = sizeof(EVENT_NEW_BUFFER_DATA);
+    return GC_ERR_SUCCESS;
+}
+
+void CDataStream::KillWait() {
+    m_waitAbort.store(true, std::memory_order_relaxed);
+}
+
+} // namespace GenICam::Client

@@ -1,0 +1,244 @@
+#include "modules/DataStream.h"
+
+#include "core/Errors.h"
+#include "core/InfoOut.h"
+#include "core/ModuleIdentity.h"
+#include "core/PortUrl.h"
+#include "modules/BufferInfo.h"
+#include "modules/Device.h"
+#include "modules/StreamRegistry.h"
+
+#include <boost/make_shared.hpp>
+
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
+#include <stdexcept>
+
+namespace GenICam::Client {
+namespace {
+
+constexpr std::int32_t kXmlSubMinorVersion = 8;
+constexpr std::uint32_t kXmlAddress = 0x200;
+constexpr std::uint32_t kWithoutLimit = std::numeric_limits<std::uint32_t>::max();
+
+// Commands of this producer beside the standard ones.
+enum CustomStreamInfo : STREAM_INFO_CMD {
+    kCustomValue5 = 1001,
+    kCustomValue6 = 1002,
+    kCustomValue7 = 1003,
+    kCustomValue8 = 1004
+};
+
+// The decimal number in an ID from its third character on; 0 when there is none.
+std::uint32_t StreamIndexOf(const std::string& id) {
+    const long long number = id.size() < 3 ? 0 : std::strtoll(id.c_str() + 2, nullptr, 10);
+    return static_cast<std::uint32_t>(
+        std::clamp<long long>(number, std::numeric_limits<std::int32_t>::min(),
+                              std::numeric_limits<std::int32_t>::max()));
+}
+
+std::string Url(std::uint32_t xmlLength) {
+    return Format("Local:TLDataStreamRegs.xml;%x;%x", kXmlAddress, xmlLength);
+}
+
+[[noreturn]] void ThrowInvalidCommand(STREAM_INFO_CMD command) {
+    throw invalid_parameter_error(Format("Invalid stream info command %d", command));
+}
+
+void CheckCustomValue(Optivo::Int32 result, STREAM_INFO_CMD command) {
+    if (result != 0) {
+        ThrowInvalidCommand(command);
+    }
+}
+
+} // namespace
+
+CDataStream::CDataStream(const char* id, CDevice* device)
+    : m_index(StreamIndexOf(id)),
+      m_device(device),
+      m_remaining(kWithoutLimit),
+      m_id(id),
+      m_newBufferEvent(boost::make_shared<CDataStreamEventNewBuffer>(this)),
+      m_errorEvent(boost::make_shared<CEventError>()) {
+    Optivo::ICamStream* camera = nullptr;
+    const Optivo::Int32 result = device->Camera() == nullptr
+                                     ? GC_ERR_NOT_AVAILABLE
+                                     : device->Camera()->OpenDataStream(m_index, &camera);
+    m_camera.reset(camera);
+    if (result < 0 || !m_camera) {
+        throw std::runtime_error("Unable to open Stream");
+    }
+    CStreamRegistry::Instance().Add(this);
+}
+
+CDataStream::~CDataStream() {
+    {
+        const OutputLock output(m_outputLock);
+        m_outputFilled.Close();
+    }
+    m_calls.Drain();
+    try {
+        ReleaseAll();
+    } catch (...) { // NOLINT(bugprone-empty-catch): closing reports no error
+    }
+    m_acquiring = false;
+    JoinThread();
+    m_device->ForgetStream(this);
+    CStreamRegistry::Instance().Remove(this);
+    CStreamRegistry::Instance().Keep(m_camera.release(), m_announced);
+}
+
+// The first failure ends the release.
+void CDataStream::ReleaseAll() {
+    if (m_thread) {
+        StopAcquisition(ACQ_STOP_FLAGS_DEFAULT);
+    }
+    m_camera.release()->Close();
+    m_device->ForgetStream(this);
+    while (!m_announced.empty()) {
+        RevokeBuffer(HandleOf(m_announced.front()), nullptr, nullptr);
+    }
+}
+
+void CDataStream::Close() {
+    if (!m_closing.exchange(true)) {
+        delete this;
+    }
+}
+
+void CDataStream::GetPortURL(char* buffer, size_t* size) {
+    const std::string url = Url(m_xmlLength);
+    CopyOutUrl<std::invalid_argument>(url, url.size() + 1, buffer, size);
+}
+
+void CDataStream::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                              size_t* size) {
+    const InfoOut out(type, buffer, size);
+    if (command == PORT_INFO_ID) {
+        out.String(Format("DS%d", m_index) + '\0');
+    } else if (command == PORT_INFO_VERSION) {
+        out.String(ModuleVersionText());
+    } else {
+        AnswerPortInfo(command, "TLDataStream", "StreamPort", out);
+    }
+}
+
+void CDataStream::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
+                                 void* buffer, size_t* size) {
+    RequireFirstUrl<std::invalid_argument>(index);
+    const InfoOut out(type, buffer, size);
+    if (command == URL_INFO_URL) {
+        out.String(Url(m_xmlLength));
+    } else {
+        AnswerUrlVersion(command, kXmlSubMinorVersion, out);
+    }
+}
+
+void CDataStream::RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) {
+    CEventObj* registered = nullptr;
+    if (type == EVENT_ERROR) {
+        registered = m_errorEvent.get();
+    } else if (type == EVENT_NEW_BUFFER) {
+        registered = m_newBufferEvent.get();
+    } else {
+        return IEventSrc::RegisterEvent(type, event);
+    }
+    EVENT_HANDLE& handle = Require(event, "phEvent");
+    registered->Register();
+    handle = registered;
+}
+
+void CDataStream::UnregisterEvent(EVENT_TYPE type) {
+    if (type == EVENT_ERROR) {
+        m_errorEvent->Unregister();
+    } else if (type == EVENT_NEW_BUFFER) {
+        m_newBufferEvent->Unregister();
+    } else {
+        IEventSrc::UnregisterEvent(type);
+    }
+}
+
+// The library gets a size of its own, which is the consumer's as far as that fits the value: it
+// can then neither write behind the value nor change what the copy-out checks.
+template <class Value>
+Optivo::Int32 CDataStream::CameraValue(std::uint32_t command, const size_t* given, Value& value) {
+    value = 0;
+    Optivo::Size size = sizeof value;
+    if (given != nullptr && *given != 0) {
+        size = std::min<Optivo::Size>(size, *given);
+    }
+    return m_camera->GetStreamInfo(command, &value, &size);
+}
+
+void CDataStream::GetInfo(STREAM_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                          size_t* size) {
+    const InfoOut out(type, buffer, size);
+    std::uint64_t wide = 0;
+    std::uint32_t narrow = 0;
+    switch (command) {
+    case STREAM_INFO_ID:
+        out.String(m_id);
+        break;
+    case STREAM_INFO_NUM_DELIVERED:
+        out.UInt64(m_numDelivered.load(std::memory_order_relaxed));
+        break;
+    case STREAM_INFO_NUM_UNDERRUN:
+        if (CameraValue(Optivo::kStreamNumLost, size, wide) != 0) {
+            wide = 0;
+        }
+        out.UInt64(wide + m_numLost.load(std::memory_order_relaxed));
+        break;
+    case STREAM_INFO_NUM_ANNOUNCED:
+        out.UInt32(static_cast<std::uint32_t>(NumAnnounced()));
+        break;
+    case STREAM_INFO_NUM_QUEUED:
+        out.UInt32(static_cast<std::uint32_t>(m_input.Size()));
+        break;
+    case STREAM_INFO_NUM_AWAIT_DELIVERY:
+        out.UInt32(static_cast<std::uint32_t>(m_output.Size()));
+        break;
+    case STREAM_INFO_NUM_STARTED:
+        CameraValue(Optivo::kStreamNumStarted, size, wide);
+        out.Int64(static_cast<std::int64_t>(wide));
+        break;
+    case STREAM_INFO_IS_GRABBING:
+        out.Bool8(m_grabbing.load(std::memory_order_relaxed));
+        break;
+    case STREAM_INFO_DEFINES_PAYLOADSIZE:
+        CameraValue(Optivo::kStreamPayloadSize, size, wide);
+        out.UInt64(wide);
+        break;
+    case STREAM_INFO_TLTYPE:
+        out.String(kTLType);
+        break;
+    case kCustomValue5:
+        CheckCustomValue(CameraValue(Optivo::kStreamCustom5, size, wide), command);
+        out.UInt64(wide);
+        break;
+    case kCustomValue6:
+        CheckCustomValue(CameraValue(Optivo::kStreamCustom6, size, wide), command);
+        out.UInt64(wide);
+        break;
+    case kCustomValue7:
+        CheckCustomValue(CameraValue(Optivo::kStreamCustom7, size, narrow), command);
+        out.UInt32(narrow);
+        break;
+    case kCustomValue8:
+        CheckCustomValue(CameraValue(Optivo::kStreamCustom8, size, narrow), command);
+        out.UInt32(narrow);
+        break;
+    default:
+        ThrowInvalidCommand(command);
+    }
+}
+
+std::string CDataStream::GetID() {
+    return m_id;
+}
+
+std::string CDataStream::GetDisplayName() {
+    return "Stream " + m_id;
+}
+
+} // namespace GenICam::Client

@@ -1,0 +1,194 @@
+// The Data Stream module: the pool of announced buffers, the input and output queues that they
+// travel through, and the acquisition thread that moves them from the first to the second.
+// It knows its device, which owns it.
+#pragma once
+
+#include "camlib/CameraObjects.h"
+#include "core/CommonBase.h"
+#include "core/WaitPoint.h"
+#include "events/EventError.h"
+#include "modules/BufferQueue.h"
+#include "modules/NewBufferEvent.h"
+
+#include <boost/shared_ptr.hpp>
+#include <boost/thread/condition_variable.hpp>
+#include <boost/thread/mutex.hpp>
+#include <boost/thread/recursive_mutex.hpp>
+#include <boost/thread/thread_only.hpp>
+
+#include <atomic>
+#include <deque>
+#include <memory>
+#include <string>
+
+namespace GenICam::Client {
+
+class CBufferInfo;
+class CDevice;
+
+// Consumer threads call the operations concurrently with each other and with the acquisition
+// thread; only revoking a buffer while another thread uses it, and using a stream that is being
+// closed, are theirs to avoid. Lock order: control, input, output, announced.
+class CDataStream final : public ICommonBase {
+public:
+    // Opens the camera's stream whose index stands in the ID from its third character on.
+    // Throws std::runtime_error when the camera does not open it.
+    CDataStream(const char* id, CDevice* device);
+    // Ends waits and the acquisition, then releases the camera's stream and the buffers; the first
+    // of these that fails leaves the rest unreleased. Returns when no thread is inside any more.
+    ~CDataStream() override;
+    CDataStream(const CDataStream&) = delete;
+    CDataStream& operator=(const CDataStream&) = delete;
+
+    void GetPortURL(char* buffer, size_t* size) override;
+    void GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                     size_t* size) override;
+    void GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
+                        void* buffer, size_t* size) override;
+
+    // EVENT_ERROR and EVENT_NEW_BUFFER; throws std::runtime_error for every other type.
+    void RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) override;
+    void UnregisterEvent(EVENT_TYPE type) override;
+
+    // Adds a buffer of size bytes: the consumer's memory, or with a null pointer memory of the
+    // buffer's own, whose allocation is not checked.
+    virtual void AnnounceBuffer(void* memory, size_t size, void* privateData,
+                                BUFFER_HANDLE* handle);
+    // Adds a buffer with memory of its own. Throws std::runtime_error when it got none; the buffer
+    // stays announced.
+    virtual void AllocAndAnnounceBuffer(void** memory, size_t size, void* privateData,
+                                        BUFFER_HANDLE* handle);
+    // Removes a buffer and destroys it; memory and privateData may be null. A buffer whose state
+    // was cleared while it is being filled is waited for.
+    // Throws std::runtime_error for what is no buffer and for a buffer that is queued or delivered,
+    // invalid_handle_error for another stream's.
+    virtual void RevokeBuffer(BUFFER_HANDLE handle, void** memory, void** privateData);
+    // Appends a buffer to the input queue unless it is queued already.
+    // Throws std::runtime_error for what is no buffer.
+    virtual void QueueBuffer(BUFFER_HANDLE handle);
+    // Moves buffers between the queues; an unknown operation does nothing.
+    virtual void FlushQueue(ACQ_QUEUE_TYPE operation);
+    // Starts anew, ending an acquisition under way. A count above 0xFFFFFFFE is without limit.
+    // Throws std::runtime_error when the camera or the thread does not start.
+    virtual void StartAcquisition(ACQ_START_FLAGS flags, std::uint64_t count);
+    // Throws io_error when the camera does not stop; the thread then ends by itself.
+    virtual void StopAcquisition(ACQ_STOP_FLAGS flags);
+    // Throws invalid_parameter_error for a command that does not exist.
+    virtual void GetInfo(STREAM_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size);
+    virtual void GetBufferInfo(BUFFER_HANDLE handle, BUFFER_INFO_CMD command, INFO_DATATYPE* type,
+                               void* buffer, size_t* size);
+    // The announced buffer at a position. Throws std::runtime_error behind the last one.
+    virtual void GetBufferID(std::uint32_t index, BUFFER_HANDLE* handle);
+    // Destroys this object.
+    virtual void Close();
+    // Takes the oldest filled buffer, waiting for one up to timeout milliseconds (all bits set:
+    // without limit), and writes an EVENT_NEW_BUFFER_DATA. Answers 0, -1001, -1008 or -1011.
+    // Throws abort_error when the wait was killed or the stream closes, and std::invalid_argument
+    // for bad arguments, which loses the buffer to the consumer.
+    virtual GC_ERROR WaitNewBuffer(void* buffer, size_t* size, std::uint64_t timeout);
+    virtual std::string GetID();
+    virtual std::string GetDisplayName();
+    // Makes the next wake-up of a wait under way fail; wakes nobody.
+    virtual void KillWait();
+
+    CDevice* Device() const { return m_device; }
+    // Takes a buffer out of both queues, and waits for a fill of it to end. Its state is clear.
+    void DropBuffer(const CBufferInfo& buffer);
+
+private:
+    class CInputLock;
+    using OutputLock = boost::unique_lock<boost::recursive_mutex>;
+
+    // The acquisition thread.
+    void AcquisitionLoop() noexcept;
+    void SetWaitTime();
+    bool AcquireNext();
+    bool QueryImageReady(Optivo::UInt32& ready);
+    bool DropImage();
+    Optivo::Int32 Fill(CBufferInfo& buffer);
+    Optivo::Int32 FillSmall(CBufferInfo& buffer);
+    void Deliver(CBufferInfo& buffer);
+    void PutBack(CBufferInfo& buffer);
+    void EndFill();
+    Optivo::Int32 Grab(void* memory);
+
+    void LaunchThread();
+    void JoinThread();
+    void ReleaseAll();
+    void ResetCounters();
+    std::uint64_t PayloadSize();
+
+    template <class Value>
+    Optivo::Int32 CameraValue(std::uint32_t command, const size_t* given, Value& value);
+    CBufferInfo* Announce(std::unique_ptr<CBufferInfo> buffer);
+    std::size_t NumAnnounced();
+    GC_ERROR TimeoutResult() const;
+
+    // Moves between the queues; the locks that each needs are held.
+    void MoveInputToOutput();
+    void DiscardOutput();
+    void MoveOutputToInput();
+    void AppendUnqueued(bool evenDelivered);
+    void DiscardAll();
+
+    std::atomic<bool> m_acquiring{false};
+    std::uint32_t m_index;
+    CDevice* m_device;
+    boost::mutex m_announcedLock;
+    std::deque<CBufferInfo*> m_announced; // owned
+    CBufferQueue m_input;
+    CBufferQueue m_output;
+    std::uint32_t m_xmlLength = 0;
+    CamPtr<Optivo::ICamStream> m_camera;
+
+    boost::recursive_mutex m_inputLock;
+    CWaitPoint<boost::condition_variable_any> m_inputFilled;
+    // Consumers that wait for the input lock; the acquisition thread lets them go first.
+    CCallCounter m_inputWaiters;
+
+    // Serialises start, stop and destruction.
+    boost::mutex m_control;
+    std::unique_ptr<boost::thread> m_thread;
+
+    std::atomic<std::uint64_t> m_numLost{0};
+    std::atomic<std::uint64_t> m_numDelivered{0};
+
+    boost::recursive_mutex m_outputLock;
+    CWaitPoint<boost::condition_variable_any> m_outputFilled;
+
+    // Without limit when all bits are set.
+    std::atomic<std::uint32_t> m_remaining;
+    std::string m_id;
+    std::atomic<bool> m_waitAbort{false};
+    boost::shared_ptr<CDataStreamEventNewBuffer> m_newBufferEvent;
+    boost::shared_ptr<CEventError> m_errorEvent;
+    std::atomic<std::int32_t> m_lastGrab{0};
+    std::atomic<bool> m_grabbing{false};
+
+    // The buffer that the thread fills: set under the input lock, and cleared when the thread will
+    // not touch the buffer again. Dropping it meanwhile sets m_fillDropped, under both locks.
+    std::atomic<CBufferInfo*> m_filling{nullptr};
+    bool m_fillDropped = false;
+    // Smaller buffers than this are filled through m_scratch.
+    std::uint64_t m_payloadSize = 0;
+    std::uint64_t m_scratchSize = 0;
+    std::unique_ptr<char[]> m_scratch;
+
+    // Calls that may outlast a wait or a join.
+    CCallCounter m_calls;
+    std::atomic<bool> m_closing{false};
+};
+
+// The input lock as consumers take it: announced, so that the acquisition thread makes way.
+class CDataStream::CInputLock {
+public:
+    explicit CInputLock(CDataStream& stream) : m_lock(stream.m_inputLock, boost::defer_lock) {
+        const CCallCounter::CScope waiting(stream.m_inputWaiters);
+        m_lock.lock();
+    }
+
+private:
+    boost::unique_lock<boost::recursive_mutex> m_lock;
+};
+
+} // namespace GenICam::Client

@@ -1,0 +1,222 @@
+// The data stream's pool of buffers and its two queues.
+#include "modules/DataStream.h"
+
+#include "core/Errors.h"
+#include "modules/BufferInfo.h"
+#include "modules/StreamRegistry.h"
+
+#include <boost/thread/lock_guard.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <stdexcept>
+#include <thread>
+
+namespace GenICam::Client {
+namespace {
+
+CBufferInfo& BufferOf(BUFFER_HANDLE handle) {
+    auto* buffer = HandleCast<CBufferInfo>(handle);
+    if (buffer == nullptr) {
+        throw std::runtime_error("Invalid Device Handle");
+    }
+    return *buffer;
+}
+
+template <class T>
+void WriteIfWanted(T* destination, T value) {
+    if (destination != nullptr) {
+        *destination = value;
+    }
+}
+
+} // namespace
+
+CBufferInfo* CDataStream::Announce(std::unique_ptr<CBufferInfo> buffer) {
+    buffer->m_owner = this;
+    const boost::lock_guard<boost::mutex> lock(m_announcedLock);
+    m_announced.push_back(buffer.get());
+    return buffer.release();
+}
+
+std::size_t CDataStream::NumAnnounced() {
+    const boost::lock_guard<boost::mutex> lock(m_announcedLock);
+    return m_announced.size();
+}
+
+void CDataStream::AnnounceBuffer(void* memory, size_t size, void* privateData,
+                                 BUFFER_HANDLE* handle) {
+    BUFFER_HANDLE& result = Require(handle, "phBuffer");
+    result = HandleOf(Announce(std::make_unique<CBufferInfo>(memory, size, privateData)));
+}
+
+void CDataStream::AllocAndAnnounceBuffer(void** memory, size_t size, void* privateData,
+                                         BUFFER_HANDLE* handle) {
+    void*& allocated = Require(memory, "ppBuffer");
+    BUFFER_HANDLE& result = Require(handle, "phBuffer");
+    CBufferInfo* buffer = Announce(std::make_unique<CBufferInfo>(nullptr, size, privateData));
+    if (buffer->Memory() == nullptr) {
+        throw std::runtime_error("Invalid Memory Buffer");
+    }
+    allocated = buffer->Memory();
+    result = HandleOf(buffer);
+}
+
+void CDataStream::RevokeBuffer(BUFFER_HANDLE handle, void** memory, void** privateData) {
+    CBufferInfo& buffer = BufferOf(handle);
+    const auto isAnnounced = [&] {
+        const boost::lock_guard<boost::mutex> lock(m_announcedLock);
+        return std::find(m_announced.begin(), m_announced.end(), &buffer) != m_announced.end();
+    };
+    if (!isAnnounced()) {
+        throw invalid_handle_error("Invalid Buffer Handle");
+    }
+    if (buffer.IsQueued() || buffer.IsDelivered()) {
+        throw std::runtime_error("Buffer queued");
+    }
+    // Clear state does not mean that no queue holds it: a discard leaves it in the output queue.
+    if (buffer.m_strayed) {
+        CStreamRegistry::Instance().DropEverywhere(buffer);
+    } else {
+        DropBuffer(buffer);
+    }
+    WriteIfWanted(memory, buffer.Memory());
+    WriteIfWanted(privateData, buffer.PrivateData());
+    const boost::lock_guard<boost::mutex> lock(m_announcedLock);
+    std::erase(m_announced, &buffer);
+    delete &buffer;
+}
+
+void CDataStream::DropBuffer(const CBufferInfo& buffer) {
+    {
+        const CInputLock input(*this);
+        const OutputLock output(m_outputLock);
+        m_input.Remove(&buffer);
+        m_output.Remove(&buffer);
+        if (m_filling.load(std::memory_order_relaxed) == &buffer) {
+            m_fillDropped = true;
+        }
+    }
+    while (m_filling.load(std::memory_order_acquire) == &buffer) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+}
+
+void CDataStream::QueueBuffer(BUFFER_HANDLE handle) {
+    CBufferInfo& buffer = BufferOf(handle);
+    if (buffer.IsQueued()) {
+        return;
+    }
+    bool waiting = false;
+    {
+        const CInputLock input(*this);
+        // Another thread may have queued it meanwhile.
+        if (buffer.IsQueued()) {
+            return;
+        }
+        if (buffer.m_owner != this) {
+            buffer.m_strayed = true;
+        }
+        m_input.PushBack(&buffer);
+        buffer.SetState(true, false, false);
+        waiting = m_inputFilled.Grant();
+    }
+    if (waiting) {
+        m_inputFilled.Notify();
+    }
+}
+
+void CDataStream::MoveInputToOutput() {
+    for (CBufferInfo* buffer : m_input) {
+        buffer->SetState(false, false, true);
+        m_output.PushBack(buffer);
+    }
+    m_input.Clear();
+    if (m_outputFilled.Grant()) {
+        m_outputFilled.Notify();
+    }
+}
+
+void CDataStream::DiscardOutput() {
+    for (CBufferInfo* buffer : m_output) {
+        buffer->SetState(false, false, false);
+    }
+    m_output.Clear();
+}
+
+void CDataStream::MoveOutputToInput() {
+    for (CBufferInfo* buffer : m_output) {
+        buffer->SetState(true, false, false);
+        m_input.PushBack(buffer);
+    }
+    m_output.Clear();
+}
+
+void CDataStream::AppendUnqueued(bool evenDelivered) {
+    const boost::lock_guard<boost::mutex> lock(m_announcedLock);
+    for (CBufferInfo* buffer : m_announced) {
+        if (!buffer->IsQueued() && (evenDelivered || !buffer->IsDelivered())) {
+            buffer->SetQueued();
+            m_input.PushBack(buffer);
+        }
+    }
+    if (m_inputFilled.Grant()) {
+        m_inputFilled.Notify();
+    }
+}
+
+// Every announced buffer ends in the output queue, from where a wait delivers it although its
+// state is clear.
+void CDataStream::DiscardAll() {
+    m_output.Clear();
+    m_input.Clear();
+    const boost::lock_guard<boost::mutex> lock(m_announcedLock);
+    for (CBufferInfo* buffer : m_announced) {
+        buffer->SetState(false, false, false);
+        m_output.PushBack(buffer);
+    }
+}
+
+void CDataStream::FlushQueue(ACQ_QUEUE_TYPE operation) {
+    if (operation < ACQ_QUEUE_INPUT_TO_OUTPUT || operation > ACQ_QUEUE_ALL_DISCARD) {
+        return;
+    }
+    const CInputLock input(*this);
+    if (operation == ACQ_QUEUE_UNQUEUED_TO_INPUT) {
+        AppendUnqueued(false);
+        return;
+    }
+    const OutputLock output(m_outputLock);
+    switch (operation) {
+    case ACQ_QUEUE_INPUT_TO_OUTPUT:
+        MoveInputToOutput();
+        break;
+    case ACQ_QUEUE_OUTPUT_DISCARD:
+        DiscardOutput();
+        break;
+    case ACQ_QUEUE_ALL_TO_INPUT:
+        MoveOutputToInput();
+        AppendUnqueued(true);
+        break;
+    default:
+        DiscardAll();
+        break;
+    }
+}
+
+void CDataStream::GetBufferInfo(BUFFER_HANDLE handle, BUFFER_INFO_CMD command, INFO_DATATYPE* type,
+                                void* buffer, size_t* size) {
+    BufferOf(handle).GetInfo(command, type, buffer, size);
+}
+
+void CDataStream::GetBufferID(std::uint32_t index, BUFFER_HANDLE* handle) {
+    BUFFER_HANDLE& result = Require(handle, "phBuffer");
+    const boost::lock_guard<boost::mutex> lock(m_announcedLock);
+    if (index >= m_announced.size()) {
+        throw std::runtime_error(
+            Format("Invalid Buffer Index %d", static_cast<std::int32_t>(index)));
+    }
+    result = HandleOf(m_announced[index]);
+}
+
+} // namespace GenICam::Client

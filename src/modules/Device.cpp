@@ -1,0 +1,190 @@
+#include "modules/Device.h"
+
+#include "core/Errors.h"
+#include "core/InfoOut.h"
+#include "core/ModuleIdentity.h"
+#include "core/PortUrl.h"
+#include "modules/DataStream.h"
+#include "modules/DevicePort.h"
+#include "modules/Interface.h"
+
+#include <boost/make_shared.hpp>
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace GenICam::Client {
+namespace {
+
+constexpr std::int32_t kXmlSubMinorVersion = 4;
+constexpr std::uint32_t kXmlAddress = 0x500;
+
+void RequireErrorEvent(EVENT_TYPE type) {
+    if (type != EVENT_ERROR) {
+        throw std::runtime_error(Format("Event ID %ld not implemented", type));
+    }
+}
+
+} // namespace
+
+CDevice::CDevice(CInterface* owner, std::string id, boost::shared_ptr<CDeviceInfo> info,
+                 CamPtr<Optivo::ICamDevice> camera, std::uint32_t cameraIndex)
+    : m_id(std::move(id)),
+      m_interface(owner),
+      m_port(boost::make_shared<CDevicePort>(this)),
+      m_info(std::move(info)),
+      m_camera(std::move(camera)),
+      m_cameraIndex(cameraIndex),
+      m_errorEvent(std::make_unique<CEventError>()) {}
+
+CDevice::~CDevice() {
+    m_closing = true;
+    // Each stream removes itself from the list.
+    while (!m_streams.empty()) {
+        delete m_streams.front();
+    }
+    // The port goes last: its events come until the camera is closed, and not even a close that
+    // fails may leave a callback to a port that is gone.
+    m_port->StopEvents();
+    m_camera.reset();
+    if (CInterface* owner = Interface()) {
+        owner->RemoveDevice(m_id);
+    }
+}
+
+// The last character of the URL is lost, and two more bytes than its length are reported.
+std::string CDevice::Url() const {
+    std::string url = Format("Local:TLDevRegs.xml;%x;%x", kXmlAddress, m_xmlLength);
+    url.pop_back();
+    return url;
+}
+
+void CDevice::GetPortURL(char* buffer, size_t* size) {
+    InfoOut(nullptr, buffer, size).String(Url() + '\0');
+}
+
+void CDevice::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size) {
+    const InfoOut out(type, buffer, size);
+    if (command == PORT_INFO_ID) {
+        out.String("TLDEV::" + m_info->GetID());
+    } else if (command == PORT_INFO_VERSION) {
+        // The System module's answer; it may be gone before the device.
+        out.String(ModuleVersionText());
+    } else if (!AnswerPortInfo(command, "TLDevice", "DevicePort", out)) {
+        throw std::invalid_argument(Format(kInvalidPortInfoCommand, command));
+    }
+}
+
+void CDevice::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
+                             void* buffer, size_t* size) {
+    RequireFirstUrl<std::invalid_argument>(index);
+    const InfoOut out(type, buffer, size);
+    if (command == URL_INFO_URL) {
+        out.String(Url());
+    } else {
+        AnswerUrlVersion(command, kXmlSubMinorVersion, out);
+    }
+}
+
+void CDevice::RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) {
+    RequireErrorEvent(type);
+    EVENT_HANDLE& handle = Require(event, "phEvent");
+    m_errorEvent->Register();
+    handle = static_cast<CEventObj*>(m_errorEvent.get());
+}
+
+void CDevice::UnregisterEvent(EVENT_TYPE type) {
+    RequireErrorEvent(type);
+    m_errorEvent->Unregister();
+}
+
+boost::shared_ptr<CDeviceInfo> CDevice::GetDeviceInfo() {
+    return m_info;
+}
+
+CDataStream* CDevice::GetStream(std::uint32_t index) {
+    return index < m_streams.size() ? m_streams[index] : nullptr;
+}
+
+void CDevice::RemoveStream(std::uint32_t index) {
+    if (index >= m_streams.size()) {
+        throw std::invalid_argument("Invalid Stream Channel Index");
+    }
+    m_streams.erase(m_streams.begin() + static_cast<std::ptrdiff_t>(index));
+}
+
+void CDevice::ForgetStream(const CDataStream* stream) {
+    const auto found = std::find(m_streams.begin(), m_streams.end(), stream);
+    if (found != m_streams.end()) {
+        RemoveStream(static_cast<std::uint32_t>(found - m_streams.begin()));
+    }
+}
+
+void CDevice::GetInfo(DEVICE_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size) {
+    const InfoOut out(type, buffer, size);
+    switch (command) {
+    case DEVICE_INFO_ID:
+        out.String(m_info->GetID());
+        break;
+    case DEVICE_INFO_VENDOR:
+        out.String(m_info->m_vendor);
+        break;
+    case DEVICE_INFO_MODEL:
+        out.String(m_info->m_model);
+        break;
+    case DEVICE_INFO_TLTYPE:
+        out.String(m_info->m_tlType);
+        break;
+    case DEVICE_INFO_DISPLAYNAME:
+        out.String(m_info->GetDisplayName());
+        break;
+    case DEVICE_INFO_ACCESS_STATUS:
+        out.Int32(DEVICE_ACCESS_STATUS_READWRITE);
+        break;
+    case DEVICE_INFO_USER_DEFINED_NAME:
+        out.String(m_info->m_userName);
+        break;
+    case DEVICE_INFO_SERIAL_NUMBER:
+        out.String(m_info->m_serialNumber);
+        break;
+    case DEVICE_INFO_VERSION:
+        out.String(m_info->m_version);
+        break;
+    default:
+        throw std::invalid_argument(Format("Invalid DeviceInfoId %d", command));
+    }
+}
+
+std::uint32_t CDevice::GetNumDataStreams() {
+    Optivo::UInt32 count = m_numStreams.load(std::memory_order_relaxed);
+    if (m_camera) {
+        m_camera->GetNumDataStreams(&count);
+    }
+    m_numStreams.store(count, std::memory_order_relaxed);
+    return count;
+}
+
+std::string CDevice::GetDataStreamID(std::uint32_t index) const {
+    if (index != 0) {
+        throw std::invalid_argument(
+            Format("Invalid Stream Index %d", static_cast<std::int32_t>(index)));
+    }
+    return Format("DS%d", static_cast<std::int32_t>(index));
+}
+
+CDataStream* CDevice::OpenDataStream(const char* id) {
+    const char* wanted = &Require(id, "sDataStreamID");
+    for (CDataStream* stream : m_streams) {
+        if (stream->GetID() == wanted) {
+            return stream;
+        }
+    }
+    m_streams.reserve(m_streams.size() + 1);
+    return m_streams.emplace_back(new CDataStream(wanted, this));
+}
+
+ICommonBase* CDevice::RemotePort() const {
+    return m_port.get();
+}
+
+} // namespace GenICam::Client

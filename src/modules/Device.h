@@ -1,0 +1,93 @@
+// The Device module: an opened camera with its remote port, its data streams and its error event.
+// It knows the streams that it opens, and of its interface only that it must be told when the
+// device goes.
+#pragma once
+
+#include "camlib/CameraObjects.h"
+#include "core/CommonBase.h"
+#include "events/EventError.h"
+#include "modules/DeviceInfo.h"
+
+#include <boost/shared_ptr.hpp>
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace GenICam::Client {
+
+class CDataStream;
+class CDevicePort;
+class CInterface;
+
+// Takes no lock: a consumer opens and closes the streams of one device from one thread at a time.
+class CDevice final : public ICommonBase {
+public:
+    // The camera may be null: the library can call an opening a success and give nothing.
+    CDevice(CInterface* owner, std::string id, boost::shared_ptr<CDeviceInfo> info,
+            CamPtr<Optivo::ICamDevice> camera, std::uint32_t cameraIndex);
+    // Destroys the streams that are still open.
+    ~CDevice() override;
+    CDevice(const CDevice&) = delete;
+    CDevice& operator=(const CDevice&) = delete;
+
+    // The device's own port has no registers, and its URL names an XML that nobody provides.
+    void GetPortURL(char* buffer, size_t* size) override;
+    void GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                     size_t* size) override;
+    void GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
+                        void* buffer, size_t* size) override;
+
+    // Only EVENT_ERROR; throws std::runtime_error for every other type.
+    void RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) override;
+    void UnregisterEvent(EVENT_TYPE type) override;
+
+    virtual boost::shared_ptr<CDeviceInfo> GetDeviceInfo();
+    // The stream at a position of the list; null behind its end.
+    virtual CDataStream* GetStream(std::uint32_t index);
+    // Forgets the stream at a position. Throws std::invalid_argument behind the list's end.
+    virtual void RemoveStream(std::uint32_t index);
+
+    // Answers DEVICE_INFO commands; throws std::invalid_argument for one that does not exist.
+    void GetInfo(DEVICE_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size);
+    // What the camera reports, or else what it reported last (1 at first).
+    std::uint32_t GetNumDataStreams();
+    // Throws std::invalid_argument for every index but 0.
+    std::string GetDataStreamID(std::uint32_t index) const;
+    // The stream that is open under this ID, or a new one; this device owns it.
+    CDataStream* OpenDataStream(const char* id);
+    // Forgets a stream that is being destroyed.
+    void ForgetStream(const CDataStream* stream);
+
+    // Lives as long as the device.
+    ICommonBase* RemotePort() const;
+    // The camera library's object; may be null.
+    Optivo::ICamDevice* Camera() const { return m_camera.get(); }
+
+    // The interface that opened the device, null once it is closed.
+    CInterface* Interface() const { return m_interface.load(std::memory_order_relaxed); }
+    // The interface is going and the device stays.
+    void LeaveInterface() { m_interface.store(nullptr, std::memory_order_relaxed); }
+    // What IFOpenDevice was called with; the device itself does not interpret it.
+    std::uint32_t CameraIndex() const { return m_cameraIndex; }
+    // Whether the device is being destroyed.
+    bool IsClosing() const { return m_closing; }
+
+private:
+    std::string Url() const;
+
+    std::string m_id;
+    std::vector<CDataStream*> m_streams; // owned
+    std::atomic<CInterface*> m_interface;
+    boost::shared_ptr<CDevicePort> m_port;
+    std::atomic<std::uint32_t> m_numStreams{1};
+    boost::shared_ptr<CDeviceInfo> m_info;
+    std::uint32_t m_xmlLength = 0;
+    CamPtr<Optivo::ICamDevice> m_camera;
+    std::uint32_t m_cameraIndex;
+    std::unique_ptr<CEventError> m_errorEvent;
+    bool m_closing = false;
+};
+
+} // namespace GenICam::Client

@@ -1,0 +1,67 @@
+#include "modules/DeviceInfo.h"
+
+#include <algorithm>
+#include <stdexcept>
+#include <string_view>
+
+namespace GenICam::Client {
+namespace {
+
+constexpr std::string_view kSeparator = "::";
+constexpr std::string_view kUserNameTag = "USERNAME->";
+constexpr std::string_view kSerialNumberTag = "SN->";
+
+char FoldCase(char character) {
+    return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a')
+                                                : character;
+}
+
+bool EqualIgnoringCase(std::string_view a, std::string_view b) {
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [](char x, char y) { return FoldCase(x) == FoldCase(y); });
+}
+
+} // namespace
+
+CDeviceInfo::CDeviceInfo(const CDeviceInfo& other)
+    : m_marker1(other.m_marker1),
+      m_marker2(other.m_marker2),
+      m_reserved(other.m_reserved),
+      m_status(other.m_status),
+      m_vendor(other.m_vendor),
+      m_model(other.m_model),
+      m_serialNumber(other.m_serialNumber),
+      m_userName(other.m_userName),
+      m_id(other.m_id),
+      m_tlType(other.m_tlType) {}
+
+CDeviceInfo::~CDeviceInfo() = default;
+
+std::string CDeviceInfo::GetID() const {
+    return m_id.c_str();
+}
+
+std::string CDeviceInfo::GetDisplayName() const {
+    return m_model + " (" + m_serialNumber + " )";
+}
+
+bool CDeviceInfo::MatchName(const char* name) const {
+    std::string_view key(name);
+    const std::size_t prefixEnd = key.find(kSeparator);
+    if (prefixEnd != std::string_view::npos) {
+        key.remove_prefix(prefixEnd + kSeparator.size());
+    }
+    key = key.substr(0, key.find(kSeparator));
+    if (key.empty()) {
+        throw std::invalid_argument("Invalid Device Name");
+    }
+    if (key.starts_with(kUserNameTag)) {
+        return key.substr(kUserNameTag.size()) == m_userName;
+    }
+    if (key.starts_with(kSerialNumberTag)) {
+        return key.substr(kSerialNumberTag.size()) == m_serialNumber;
+    }
+    return EqualIgnoringCase(key, m_id);
+}
+
+} // namespace GenICam::Client

@@ -1,0 +1,139 @@
+#include "modules/DevicePort.h"
+
+#include "camlib/CameraObjects.h"
+#include "core/Errors.h"
+#include "core/InfoOut.h"
+#include "core/PortUrl.h"
+#include "modules/Device.h"
+#include "modules/PortResult.h"
+
+#include <boost/make_shared.hpp>
+
+#include <stdexcept>
+
+namespace GenICam::Client {
+namespace {
+
+constexpr std::int32_t kXmlSubMinorVersion = 2;
+
+void CheckAccess(Optivo::Int32 result, std::uint64_t address) {
+    switch (result) {
+    case GC_ERR_SUCCESS:
+        return;
+    case GC_ERR_NOT_INITIALIZED:
+        throw invalid_handle_error("Not invalid.");
+    case GC_ERR_INVALID_ADDRESS:
+        throw invalid_address_error("Invalid Address");
+    default:
+        ThrowPortFailure(result, address);
+        throw std::runtime_error("Unspecified error.");
+    }
+}
+
+void RequireRemoteDeviceEvent(EVENT_TYPE type) {
+    if (type != EVENT_REMOTE_DEVICE) {
+        throw invalid_parameter_error(Format("Event ID %ld not implemented", type));
+    }
+}
+
+} // namespace
+
+CDevicePort::CDevicePort(CDevice* device)
+    : m_device(device), m_event(boost::make_shared<CEventDevice>()) {}
+
+CDevicePort::~CDevicePort() = default;
+
+void CDevicePort::Read(std::uint64_t address, void* buffer, size_t* size) {
+    Optivo::ICamDevice* camera = m_device->Camera();
+    CheckAccess(camera == nullptr ? GC_ERR_NOT_AVAILABLE : camera->ReadPort(address, buffer, size),
+                address);
+}
+
+void CDevicePort::Write(std::uint64_t address, const void* buffer, size_t* size) {
+    Optivo::ICamDevice* camera = m_device->Camera();
+    CheckAccess(camera == nullptr ? GC_ERR_NOT_AVAILABLE : camera->WritePort(address, buffer, size),
+                address);
+}
+
+void CDevicePort::GetPortURL(char* buffer, size_t* size) {
+    if (buffer == nullptr) {
+        throw invalid_buffer_error("Invalid buffer");
+    }
+    Optivo::ICamDevice* camera = m_device->Camera();
+    if (camera == nullptr || camera->GetInfo(Optivo::kDeviceXmlUrl, buffer, size) != 0) {
+        throw invalid_buffer_error("Buffer too small");
+    }
+}
+
+std::string CDevicePort::Url() {
+    return ReadCameraText<kInfoCapacity>(
+        [this](char* buffer, Optivo::Size* size) { GetPortURL(buffer, size); });
+}
+
+void CDevicePort::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                              size_t* size) {
+    const InfoOut out(type, buffer, size);
+    if (command == PORT_INFO_ID) {
+        out.String(m_device->GetDeviceInfo()->GetID());
+    } else if (command == PORT_INFO_VERSION) {
+        out.String("1.2");
+    } else if (!AnswerPortInfo(command, "Device", "Device", out)) {
+        throw invalid_parameter_error(Format(kInvalidPortInfoCommand, command));
+    }
+}
+
+void CDevicePort::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
+                                 void* buffer, size_t* size) {
+    RequireFirstUrl<invalid_parameter_error>(index);
+    const InfoOut out(type, buffer, size);
+    if (command == URL_INFO_URL) {
+        out.String(Url());
+    } else {
+        AnswerUrlVersion(command, kXmlSubMinorVersion, out);
+    }
+}
+
+void CDevicePort::RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) {
+    RequireRemoteDeviceEvent(type);
+    EVENT_HANDLE& handle = Require(event, "phEvent");
+    const auto callback = [](Optivo::UInt32 eventId, const void*, const void*, Optivo::UInt32 low,
+                             Optivo::UInt32 high, void* context) {
+        static_cast<CDevicePort*>(context)->OnEvent(eventId, low, high);
+    };
+    if (Optivo::ICamDevice* camera = m_device->Camera()) {
+        camera->RegisterEventCallback(callback, this);
+        m_callbackInstalled = true;
+    }
+    m_event->Register();
+    handle = static_cast<CEventObj*>(m_event.get());
+}
+
+void CDevicePort::UnregisterEvent(EVENT_TYPE type) {
+    RequireRemoteDeviceEvent(type);
+    if (Optivo::ICamDevice* camera = m_device->Camera()) {
+        camera->RegisterEventCallback(nullptr, this);
+        m_callbackInstalled = false;
+    }
+    m_event->Unregister();
+}
+
+void CDevicePort::StopEvents() noexcept {
+    try {
+        if (m_callbackInstalled) {
+            UnregisterEvent(EVENT_REMOTE_DEVICE);
+        }
+    } catch (...) { // NOLINT(bugprone-empty-catch): the camera is closed next in any case
+    }
+}
+
+// Runs on the camera library's threads, which must not see an exception: without memory for it, an
+// event is lost.
+void CDevicePort::OnEvent(std::uint32_t eventId, std::uint32_t low, std::uint32_t high) {
+    try {
+        const std::uint64_t value = (static_cast<std::uint64_t>(high) << 32) + low;
+        m_event->Post(boost::make_shared<DevEventEntry>(eventId, value));
+    } catch (...) { // NOLINT(bugprone-empty-catch): see above
+    }
+}
+
+} // namespace GenICam::Client

@@ -1,0 +1,324 @@
+#include "modules/Interface.h"
+
+#include "core/Errors.h"
+#include "core/ModuleIdentity.h"
+#include "core/PortUrl.h"
+#include "modules/Device.h"
+#include "modules/IdPool.h"
+#include "modules/PortResult.h"
+#include "modules/TL.h"
+
+#include <boost/make_shared.hpp>
+
+#include <algorithm>
+#include <memory>
+#include <new>
+#include <stdexcept>
+
+namespace GenICam::Client {
+namespace {
+
+constexpr std::int32_t kXmlSubMinorVersion = 9;
+
+// Commands of this producer beside the standard ones.
+enum CustomDeviceInfo : DEVICE_INFO_CMD {
+    kUserDefinedName = 1000,
+    kSerialNumber = 1001,
+    kVersion = 1002,
+    kCustomText15 = 1003,
+    kCustomText14 = 1004
+};
+
+// Throws for a result of ICamInterface::OpenDevice that is a failure.
+void CheckOpened(Optivo::Int32 result, const std::string& id) {
+    switch (result) {
+    case -10003:
+        throw std::runtime_error(Format("Not supported this link speed.(%s)", id));
+    case GC_ERR_INVALID_PARAMETER:
+        throw invalid_parameter_error(Format("Invalid Parameter error.(%s)", id));
+    case GC_ERR_ACCESS_DENIED:
+        throw std::runtime_error(Format("already opened device.(%s).", id));
+    case GC_ERR_NOT_INITIALIZED:
+        throw std::runtime_error(Format("XML schema error.(%s)", id));
+    case GC_ERR_ERROR:
+        throw std::runtime_error(Format("Unable to open device %s", id));
+    default:
+        break;
+    }
+}
+
+void AnswerDeviceInfo(const CDeviceInfo& info, DEVICE_INFO_CMD command, const InfoOut& out) {
+    switch (command) {
+    case DEVICE_INFO_ID:
+        out.String(info.GetID());
+        break;
+    case DEVICE_INFO_VENDOR:
+        out.String(info.m_vendor);
+        break;
+    case DEVICE_INFO_MODEL:
+        out.String(info.m_model);
+        break;
+    case DEVICE_INFO_TLTYPE:
+        out.String(info.m_tlType);
+        break;
+    case DEVICE_INFO_DISPLAYNAME:
+        out.String(info.GetDisplayName());
+        break;
+    case DEVICE_INFO_USER_DEFINED_NAME:
+    case kUserDefinedName:
+        out.String(info.m_userDefinedName);
+        break;
+    case DEVICE_INFO_SERIAL_NUMBER:
+    case kSerialNumber:
+        out.String(info.m_serialNumber);
+        break;
+    case DEVICE_INFO_VERSION:
+    case kVersion:
+        out.String(info.m_version);
+        break;
+    case kCustomText15:
+        out.String(info.m_custom15);
+        break;
+    case kCustomText14:
+        out.String(info.m_custom14);
+        break;
+    default:
+        throw std::invalid_argument(Format("Invalid Device info Id %d", command));
+    }
+}
+
+} // namespace
+
+CInterface::CInterface(boost::shared_ptr<CInterfaceInfo> info, CTL* owner,
+                       CamPtr<Optivo::ICamInterface> camera)
+    : m_info(std::move(info)), m_owner(owner), m_camera(std::move(camera)) {}
+
+CInterface::~CInterface() {
+    m_devices.clear();
+    // Each device removes itself from the list.
+    while (!m_openDevices.empty()) {
+        delete m_openDevices.front();
+    }
+    m_owner->RemoveInterface(this);
+}
+
+void CInterface::Read(std::uint64_t address, void* buffer, size_t* size) {
+    ThrowPortFailure(m_camera->ReadPort(address, buffer, size), address);
+}
+
+void CInterface::Write(std::uint64_t address, const void* buffer, size_t* size) {
+    ThrowPortFailure(m_camera->WritePort(address, buffer, size), address);
+}
+
+void CInterface::GetPortURL(char* buffer, size_t* size) {
+    if (buffer == nullptr) {
+        throw std::invalid_argument("Invalid buffer");
+    }
+    if (m_camera->ReadPort(Optivo::kInterfaceXmlUrl, buffer, size) != 0) {
+        throw std::invalid_argument("Buffer too small");
+    }
+}
+
+std::string CInterface::Url() {
+    return ReadCameraText<kInfoCapacity>(
+        [this](char* buffer, Optivo::Size* size) { GetPortURL(buffer, size); });
+}
+
+void CInterface::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                             size_t* size) {
+    const InfoOut out(type, buffer, size);
+    if (command == PORT_INFO_ID) {
+        out.String(m_info->GetID());
+    } else if (command == PORT_INFO_VERSION) {
+        out.String(m_owner->GetVersionText());
+    } else if (!AnswerPortInfo(command, "TLInterface", "InterfacePort", out)) {
+        throw std::invalid_argument(Format(kInvalidPortInfoCommand, command));
+    }
+}
+
+void CInterface::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
+                                void* buffer, size_t* size) {
+    RequireFirstUrl<std::invalid_argument>(index);
+    const InfoOut out(type, buffer, size);
+    if (command == URL_INFO_URL) {
+        out.String(Url());
+    } else {
+        AnswerUrlVersion(command, kXmlSubMinorVersion, out);
+    }
+}
+
+boost::shared_ptr<CDeviceInfo> CInterface::FindOpen(const char* id) const {
+    for (CDevice* device : m_openDevices) {
+        boost::shared_ptr<CDeviceInfo> info = device->GetDeviceInfo();
+        if (info->MatchName(id)) {
+            return info;
+        }
+    }
+    return nullptr;
+}
+
+boost::shared_ptr<CDeviceInfo> CInterface::FindListed(const char* id) const {
+    const auto found = std::find_if(m_devices.begin(), m_devices.end(),
+                                    [id](const auto& info) { return info->MatchName(id); });
+    return found == m_devices.end() ? nullptr : *found;
+}
+
+CDevice* CInterface::OpenDevice(const char* id, std::uint32_t flags) {
+    const char* wanted = &Require(id, "sDeviceID");
+    if (FindOpen(wanted)) {
+        throw resource_in_use_error("Device already open");
+    }
+    const boost::shared_ptr<CDeviceInfo> listed = FindListed(wanted);
+    if (!listed) {
+        throw std::invalid_argument("Device not available");
+    }
+    const std::string deviceId = listed->GetID();
+    auto info = boost::make_shared<CDeviceInfo>(*listed);
+
+    Optivo::ICamDevice* camera = nullptr;
+    const Optivo::Int32 result = m_camera->OpenDevice(deviceId.c_str(), &camera);
+    CamPtr<Optivo::ICamDevice> owned(camera);
+    CheckOpened(result, deviceId);
+
+    m_openDevices.reserve(m_openDevices.size() + 1);
+    auto* device =
+        new (std::nothrow) CDevice(this, deviceId, std::move(info), std::move(owned), flags);
+    if (device == nullptr) {
+        throw std::runtime_error("Unable to create Device");
+    }
+    return m_openDevices.emplace_back(device);
+}
+
+std::uint32_t CInterface::GetNumDevices() {
+    return static_cast<std::uint32_t>(m_devices.size());
+}
+
+void CInterface::GetDeviceID(std::uint32_t index, std::string& id) {
+    if (index >= m_devices.size()) {
+        throw std::invalid_argument(
+            Format(" Invalid Device Index %d", static_cast<std::int32_t>(index)));
+    }
+    id = m_devices[index]->GetID();
+}
+
+boost::shared_ptr<CDeviceInfo> CInterface::Describe(const std::string& name) {
+    Optivo::ICamDevice* opened = nullptr;
+    m_camera->GetDevice(name.c_str(), &opened);
+    const CamPtr<Optivo::ICamDevice> description(opened);
+    const auto readText = [&](Optivo::DeviceInfoKey key) {
+        return ReadCameraText<kInfoCapacity>([&](char* buffer, Optivo::Size* size) {
+            if (description) {
+                description->GetInfo(key, buffer, size);
+            }
+        });
+    };
+    auto info = boost::make_shared<CDeviceInfo>();
+    info->m_id = name;
+    info->m_vendor = readText(Optivo::kDeviceVendor);
+    info->m_model = readText(Optivo::kDeviceModel);
+    info->m_serialNumber = readText(Optivo::kDeviceSerialNumber);
+    info->m_tlType = readText(Optivo::kDeviceTLType);
+    if (description) {
+        Optivo::Size size = sizeof info->m_status;
+        description->GetInfo(Optivo::kDeviceStatus, &info->m_status, &size);
+    }
+    info->m_version = readText(Optivo::kDeviceVersion);
+    info->m_userDefinedName = readText(Optivo::kDeviceUserDefinedName);
+    info->m_custom14 = readText(Optivo::kDeviceCustom14);
+    info->m_custom15 = readText(Optivo::kDeviceCustom15);
+    return info;
+}
+
+CInterface::Infos CInterface::DiscoverDevices(std::uint32_t timeout) {
+    Optivo::UInt32 count = 0;
+    m_camera->UpdateDeviceList(&count, timeout);
+    Infos found;
+    for (Optivo::UInt32 index = 0; index < count; ++index) {
+        found.push_back(
+            Describe(ReadCameraText<kNameCapacity>([&](char* buffer, Optivo::Size* size) {
+                m_camera->GetDeviceName(index, buffer, size);
+            })));
+    }
+    return found;
+}
+
+void CInterface::UpdateDeviceList(bool8_t* changed, std::uint32_t timeout) {
+    CIdPool<CDeviceInfo> found(DiscoverDevices(timeout));
+    Infos current;
+    bool differs = false;
+    for (const boost::shared_ptr<CDeviceInfo>& old : m_devices) {
+        if (boost::shared_ptr<CDeviceInfo> fresh = found.Take(old->GetID())) {
+            differs = differs || fresh->m_status != old->m_status;
+            current.push_back(std::move(fresh));
+        } else {
+            differs = true;
+        }
+    }
+    const Infos appeared = found.Rest();
+    differs = differs || !appeared.empty();
+    current.insert(current.end(), appeared.begin(), appeared.end());
+    std::stable_sort(current.begin(), current.end(),
+                     [](const auto& a, const auto& b) { return a->m_id < b->m_id; });
+    m_devices.swap(current);
+    if (changed != nullptr) {
+        *changed = differs ? 1 : 0;
+    }
+}
+
+void CInterface::RemoveDevice(const std::string& id) {
+    const auto hasId = [&](CDevice* device) { return device->GetDeviceInfo()->GetID() == id; };
+    auto found = std::find_if(m_openDevices.begin(), m_openDevices.end(), [&](CDevice* device) {
+        return device->IsClosing() && hasId(device);
+    });
+    if (found == m_openDevices.end()) {
+        found = std::find_if(m_openDevices.begin(), m_openDevices.end(), hasId);
+    }
+    if (found != m_openDevices.end()) {
+        m_openDevices.erase(found);
+    }
+}
+
+void CInterface::Close() {
+    m_devices.clear();
+    for (CDevice* device : m_openDevices) {
+        device->LeaveInterface();
+    }
+    m_openDevices.clear();
+    delete this;
+}
+
+boost::shared_ptr<CInterfaceInfo> CInterface::GetInterfaceInfo() {
+    return m_info;
+}
+
+std::uint32_t CInterface::AccessStatus(const char* id) const {
+    const boost::shared_ptr<CDeviceInfo> listed = FindListed(id);
+    if (!listed || listed->m_status == 0) {
+        throw std::runtime_error("Error retrieving device status ( wrong name ) ");
+    }
+    return FindOpen(id) ? static_cast<std::uint32_t>(DEVICE_ACCESS_STATUS_NOACCESS)
+                        : listed->m_status;
+}
+
+void CInterface::GetDeviceInfo(const char* id, DEVICE_INFO_CMD command, INFO_DATATYPE* type,
+                               void* buffer, size_t* size) {
+    if (size == nullptr) {
+        throw std::invalid_argument(" Invalid Pointer");
+    }
+    const char* wanted = &Require(id, "sDeviceID");
+    boost::shared_ptr<CDeviceInfo> info = FindOpen(wanted);
+    if (!info) {
+        info = FindListed(wanted);
+    }
+    if (!info) {
+        throw std::runtime_error(Format("Unable to find device %S", wanted));
+    }
+    const InfoOut out(type, buffer, size);
+    if (command == DEVICE_INFO_ACCESS_STATUS) {
+        out.Int32(static_cast<std::int32_t>(AccessStatus(wanted)));
+    } else {
+        AnswerDeviceInfo(*info, command, out);
+    }
+}
+
+} // namespace GenICam::Client

@@ -1,0 +1,86 @@
+// The Interface module: discovery and opening of the cameras on one interface, and the interface's
+// own port, which the camera library serves. It knows the devices that it opens, and of the System
+// module only that it must be told when the interface goes.
+#pragma once
+
+#include "camlib/CameraObjects.h"
+#include "core/CommonBase.h"
+#include "modules/DeviceInfo.h"
+#include "modules/InterfaceInfo.h"
+
+#include <boost/shared_ptr.hpp>
+
+#include <string>
+#include <vector>
+
+namespace GenICam::Client {
+
+class CDevice;
+class CTL;
+
+// Takes no lock: a consumer calls the operations of one interface from one thread at a time.
+class CInterface final : public ICommonBase {
+public:
+    // camera is not null.
+    CInterface(boost::shared_ptr<CInterfaceInfo> info, CTL* owner,
+               CamPtr<Optivo::ICamInterface> camera);
+    // Destroys the devices that are still open.
+    ~CInterface() override;
+    CInterface(const CInterface&) = delete;
+    CInterface& operator=(const CInterface&) = delete;
+
+    // Port accesses throw the error class of the library's result.
+    void Read(std::uint64_t address, void* buffer, size_t* size) override;
+    void Write(std::uint64_t address, const void* buffer, size_t* size) override;
+    // The camera library's URL of the interface's XML. Throws std::invalid_argument without a
+    // buffer and when the library refuses.
+    void GetPortURL(char* buffer, size_t* size) override;
+    void GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                     size_t* size) override;
+    void GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
+                        void* buffer, size_t* size) override;
+
+    // Opens the camera that the ID means; this interface owns the device. The flags are handed on.
+    // Throws resource_in_use_error when it is open already, std::invalid_argument when no listed
+    // camera matches, and otherwise by the library's result.
+    virtual CDevice* OpenDevice(const char* id, std::uint32_t flags);
+    // The number of cameras that the last update found; 0 before the first.
+    virtual std::uint32_t GetNumDevices();
+    // Throws std::invalid_argument for an index that is not below the number of devices.
+    virtual void GetDeviceID(std::uint32_t index, std::string& id);
+    // Rediscovers the cameras; the list is in ascending order of their IDs, with fresh records.
+    // changed may be null; it tells whether a camera came, went or changed its status. The
+    // time-out is in milliseconds.
+    virtual void UpdateDeviceList(bool8_t* changed, std::uint32_t timeout);
+    // Forgets the open device with this ID; the one that is being destroyed, if several have it.
+    virtual void RemoveDevice(const std::string& id);
+    // Destroys this object and leaves its open devices alone: they go on without an interface.
+    virtual void Close();
+    virtual boost::shared_ptr<CInterfaceInfo> GetInterfaceInfo();
+    // Answers DEVICE_INFO commands for an open or listed camera.
+    // Throws std::runtime_error when none matches the ID, and std::invalid_argument for a null
+    // size and for a command that does not exist.
+    virtual void GetDeviceInfo(const char* id, DEVICE_INFO_CMD command, INFO_DATATYPE* type,
+                               void* buffer, size_t* size);
+
+    // The System module that opened this interface; it lives longer.
+    CTL* Owner() const { return m_owner; }
+
+private:
+    using Infos = std::vector<boost::shared_ptr<CDeviceInfo>>;
+
+    std::string Url();
+    Infos DiscoverDevices(std::uint32_t timeout);
+    boost::shared_ptr<CDeviceInfo> Describe(const std::string& name);
+    boost::shared_ptr<CDeviceInfo> FindListed(const char* id) const;
+    boost::shared_ptr<CDeviceInfo> FindOpen(const char* id) const;
+    std::uint32_t AccessStatus(const char* id) const;
+
+    boost::shared_ptr<CInterfaceInfo> m_info;
+    CTL* m_owner;
+    std::vector<CDevice*> m_openDevices; // owned
+    Infos m_devices;
+    CamPtr<Optivo::ICamInterface> m_camera;
+};
+
+} // namespace GenICam::Client

@@ -1,0 +1,119 @@
+#include "modules/InterfaceInfo.h"
+
+#include "core/Errors.h"
+
+#include <algorithm>
+#include <cctype>
+#include <stdexcept>
+
+namespace GenICam::Client {
+namespace {
+
+constexpr char kSeparator[] = "::";
+constexpr std::size_t kSeparatorLength = 2;
+
+std::string UpperCase(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char character) {
+        return static_cast<char>(std::toupper(character));
+    });
+    return text;
+}
+
+// The characters of text from first up to last, which may be npos or lie before first.
+std::string Between(const std::string& text, std::size_t first, std::size_t last) {
+    const std::size_t end = std::min(last, text.size());
+    return first < end ? text.substr(first, end - first) : std::string();
+}
+
+} // namespace
+
+CInterfaceInfo::CInterfaceInfo(const char* prefix, const char* name, const char* tlType)
+    : m_prefix(UpperCase(prefix)),
+      m_name(name),
+      m_displayName("Interface : " + m_name),
+      m_tlType(tlType) {}
+
+CInterfaceInfo::~CInterfaceInfo() = default;
+
+void CInterfaceInfo::GetInfo(INTERFACE_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                             size_t* size) const {
+    const InfoOut out(type, buffer, size);
+    switch (command) {
+    case INTERFACE_INFO_ID:
+        out.String(GetID());
+        break;
+    case INTERFACE_INFO_DISPLAYNAME:
+        out.String(m_displayName);
+        break;
+    case INTERFACE_INFO_TLTYPE:
+        out.String(m_tlType);
+        break;
+    default:
+        throw std::invalid_argument(Format("Invalid InterfaceInfoID %d", command));
+    }
+}
+
+std::string CInterfaceInfo::GetID() const {
+    return m_prefix + kSeparator + m_name;
+}
+
+void CInterfaceInfo::ParseID(const char* id) {
+    constexpr std::size_t kPrefixLength = 2;
+    constexpr std::size_t kMacStart = kPrefixLength + kSeparatorLength;
+    constexpr std::size_t kNameStart = kMacStart + 5;
+
+    const std::string text(id);
+    if (text.find(kSeparator) != kPrefixLength) {
+        throw std::invalid_argument("NI ID is missing Prefix entry");
+    }
+    m_prefix = text.substr(0, kPrefixLength);
+    const std::size_t nameEnd = text.find(kSeparator, kMacStart);
+    if (nameEnd == kMacStart) {
+        throw std::invalid_argument("NI ID is missing MAC entry");
+    }
+    m_name = Between(text, kNameStart, nameEnd);
+    if (nameEnd == std::string::npos) {
+        return;
+    }
+    const std::size_t start = nameEnd + kSeparatorLength;
+    const std::size_t end = text.find(kSeparator, start);
+    if (end == start) {
+        throw std::invalid_argument("NI ID is missing Description entry");
+    }
+    m_displayName = Between(text, start, end);
+}
+
+bool CInterfaceInfo::Matches(const char* id) const {
+    const std::string text(id);
+    std::size_t nameStart = 0;
+    const std::size_t prefixEnd = text.find(kSeparator);
+    if (prefixEnd != std::string::npos) {
+        if (prefixEnd > 0 && UpperCase(text.substr(0, prefixEnd)) != m_prefix) {
+            return false;
+        }
+        nameStart = prefixEnd + kSeparatorLength;
+    }
+    const std::string name = Between(text, nameStart, text.find(kSeparator, nameStart));
+    if (name.empty()) {
+        throw std::invalid_argument("Invalid Device Name");
+    }
+    return UpperCase(name) == UpperCase(m_name);
+}
+
+std::string CInterfaceInfo::GetDisplayName() const {
+    return m_displayName;
+}
+
+std::string CInterfaceInfo::GetName() const {
+    return m_name;
+}
+
+std::string CInterfaceInfo::GetPrefix() const {
+    return m_prefix;
+}
+
+std::string CInterfaceInfo::GetTLType() const {
+    return m_tlType;
+}
+
+} // namespace GenICam::Client

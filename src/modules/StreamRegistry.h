@@ -1,0 +1,39 @@
+// The live data streams of the process, and what closed streams had to leave unreleased.
+// A buffer may be queued in a stream that did not announce it, so that only all streams together
+// know every queue that holds it.
+#pragma once
+
+#include "camlib/CameraLibrary.h"
+
+#include <boost/thread/mutex.hpp>
+
+#include <deque>
+#include <vector>
+
+namespace GenICam::Client {
+
+class CBufferInfo;
+class CDataStream;
+
+// One per process, never destroyed: what is left here stays reachable.
+class CStreamRegistry {
+public:
+    static CStreamRegistry& Instance();
+
+    void Add(CDataStream* stream);
+    void Remove(const CDataStream* stream) noexcept;
+    // Takes a buffer out of every queue of every stream, and waits for a fill of it to end.
+    void DropEverywhere(CBufferInfo& buffer);
+    // Keeps the camera's stream (may be null) and the buffers of a closed stream for good.
+    void Keep(Optivo::ICamStream* camera, const std::deque<CBufferInfo*>& buffers) noexcept;
+
+private:
+    CStreamRegistry() = default;
+
+    boost::mutex m_mutex;
+    std::vector<CDataStream*> m_streams;
+    std::vector<Optivo::ICamStream*> m_keptStreams;
+    std::vector<CBufferInfo*> m_keptBuffers;
+};
+
+} // namespace GenICam::Client

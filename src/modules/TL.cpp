@@ -1,0 +1,316 @@
+#include "modules/TL.h"
+
+#include "core/Errors.h"
+#include "core/ModuleIdentity.h"
+#include "core/PortUrl.h"
+#include "modules/IdPool.h"
+#include "modules/Interface.h"
+#include "platform/Platform.h"
+
+#include <boost/make_shared.hpp>
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace GenICam::Client {
+namespace {
+
+constexpr std::size_t kNumReservedRegisters = 100;
+constexpr std::uint32_t kLazyUpdateTimeout = 200;
+constexpr std::int32_t kXmlSubMinorVersion = 2;
+
+constexpr std::uint64_t kInterfaceCount = 0x4;
+constexpr std::uint64_t kInterfaceSelector = 0x8;
+constexpr std::uint64_t kInterfaceId = 0x740;
+constexpr std::size_t kInterfaceIdLength = 256;
+constexpr std::uint64_t kXml = 0x940;
+
+std::string ModuleFileName() {
+    std::string name;
+    if (!FileNameOf(ModulePath(), name)) {
+        throw std::runtime_error("Invalid Module Name");
+    }
+    return name;
+}
+
+} // namespace
+
+CTL::CTL() : m_registers(kNumReservedRegisters) {
+    Optivo::ICamSystem* system = nullptr;
+    GetSystem(&system);
+    m_system.reset(system);
+    if (!m_system) {
+        throw std::runtime_error("Unable to reach the camera library");
+    }
+    DefineRegisters();
+    m_registers.WriteRegister(kInterfaceSelector, 0);
+    DefineXml();
+}
+
+CTL::~CTL() {
+    m_infos.clear();
+    // Each interface removes itself from the list.
+    while (!m_openInterfaces.empty()) {
+        delete m_openInterfaces.front();
+    }
+}
+
+void CTL::DefineRegisters() {
+    const auto defineText = [this](std::uint64_t address, const char* text, std::size_t length) {
+        m_registers.DefineString(address, CRegisterMap::kReadOnly, text, length, 0, nullptr, 0,
+                                 nullptr);
+    };
+    const auto defineNumber = [this](std::uint64_t address, std::uint32_t value) {
+        m_registers.Define(address, CRegisterMap::kReadOnly, value, 0, nullptr, 0, nullptr);
+    };
+    const auto onSelect = [](std::uint64_t address, std::uint32_t* value, std::uint64_t context) {
+        if (address == kInterfaceSelector) {
+            reinterpret_cast<CTL*>(context)->SelectInterface(*value);
+        }
+    };
+    const auto onReadSelector = [](std::uint64_t, std::uint32_t*, std::uint64_t) {};
+    const std::string path = ModulePath();
+
+    defineNumber(kInterfaceCount, static_cast<std::uint32_t>(m_infos.size()));
+    m_registers.Define(kInterfaceSelector, CRegisterMap::kReadWrite, 0, 0, onSelect,
+                       reinterpret_cast<std::uintptr_t>(this), onReadSelector);
+    defineNumber(0x44, 0);
+    defineText(0x48, kVendorName.data(), 64);
+    defineText(0x88, kModelName.data(), 64);
+    defineText(0xC8, ModuleVersionText().c_str(), 16);
+    defineText(0x700, kTLType.data(), 64);
+    defineText(0x600, "Norvel GenTL", 256);
+    defineNumber(0xD8, 3);
+    defineNumber(0xDC, 0);
+    defineText(0x100, ModuleFileName().c_str(), 256);
+    defineText(0x200, path.c_str(), 1024);
+    // The shorter text replaces the first registers of the block and leaves the others.
+    defineText(0x600, "ZT TL Simulator ", 64);
+    defineText(0x700, kTLType.data(), 64);
+    defineText(kInterfaceId, "", kInterfaceIdLength);
+    defineText(0x840, "", 256);
+}
+
+// The block is larger than the text, so that at least one zero byte follows it.
+void CTL::DefineXml() {
+    const std::string_view xml = Platform::SystemXml();
+    std::string block(xml);
+    block.resize(xml.size() / 4 * 4 + 4);
+    m_registers.DefineBlock(kXml, CRegisterMap::kReadOnly, block.data(), block.size(), 0, nullptr,
+                            0, nullptr);
+    m_xmlSize = block.size();
+}
+
+// An index behind the list leaves the ID of the last selection.
+void CTL::SelectInterface(std::uint32_t index) {
+    if (m_infos.empty()) {
+        m_registers.WriteString(kInterfaceId, "");
+    } else if (index < m_infos.size()) {
+        const std::string id = m_infos[index]->GetID().substr(0, kInterfaceIdLength - 1);
+        m_registers.WriteString(kInterfaceId, id.c_str());
+    }
+}
+
+void CTL::Read(std::uint64_t address, void* buffer, size_t* size) {
+    m_registers.ReadBlock(address, buffer, Require(size, "piSize"));
+}
+
+void CTL::Write(std::uint64_t address, const void* buffer, size_t* size) {
+    m_registers.WriteBlock(address, buffer, Require(size, "piSize"));
+}
+
+void CTL::ReadRegister(std::uint64_t address, std::uint32_t* value) {
+    *value = m_registers.ReadRegister(address);
+}
+
+void CTL::WriteRegister(std::uint64_t address, std::uint32_t value) {
+    m_registers.WriteRegister(address, value);
+}
+
+std::string CTL::Url() const {
+    return Format("Local:TLRegs.xml;%1$x;%2$x", kXml, m_xmlSize);
+}
+
+void CTL::GetPortURL(char* buffer, size_t* size) {
+    const std::string url = Url();
+    CopyOutUrl<std::invalid_argument>(url, url.size() + 2, buffer, size);
+}
+
+void CTL::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size) {
+    const InfoOut out(type, buffer, size);
+    if (command == PORT_INFO_ID) {
+        out.String("TL0");
+    } else if (command == PORT_INFO_VERSION) {
+        out.String(GetVersionText());
+    } else if (!AnswerPortInfo(command, "TLSystem", "TLPort", out)) {
+        throw std::invalid_argument(Format(kInvalidPortInfoCommand, command));
+    }
+}
+
+void CTL::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
+                         void* buffer, size_t* size) {
+    RequireFirstUrl<std::invalid_argument>(index);
+    const InfoOut out(type, buffer, size);
+    if (command == URL_INFO_URL) {
+        out.String(Url());
+    } else {
+        AnswerUrlVersion(command, kXmlSubMinorVersion, out);
+    }
+}
+
+void CTL::UpdateOnce() {
+    if (!m_listUpdated) {
+        UpdateInterfaceList(nullptr, kLazyUpdateTimeout);
+    }
+}
+
+std::uint32_t CTL::GetNumInterfaces() {
+    UpdateOnce();
+    const auto count = static_cast<std::uint32_t>(m_infos.size());
+    m_registers.SetValue(kInterfaceCount, count);
+    return count;
+}
+
+void CTL::GetInterfaceID(std::string& id, std::uint32_t index) {
+    UpdateOnce();
+    if (index >= m_infos.size()) {
+        throw std::invalid_argument("Interface Index not available");
+    }
+    id = m_infos[index]->GetID();
+}
+
+CTL::Infos CTL::DiscoverInterfaces(std::uint32_t timeout) {
+    Optivo::UInt32 count = 0;
+    m_system->UpdateInterfaceList(&count, timeout);
+    Infos found;
+    for (Optivo::UInt32 index = 0; index < count; ++index) {
+        const std::string name =
+            ReadCameraText<kNameCapacity>([&](char* buffer, Optivo::Size* size) {
+                m_system->GetInterfaceName(index, buffer, size);
+            });
+        Optivo::ICamInterface* opened = nullptr;
+        m_system->GetInterface(name.c_str(), &opened);
+        const CamPtr<Optivo::ICamInterface> description(opened);
+        const auto readText = [&](Optivo::UInt64 key) {
+            return ReadCameraText<kInfoCapacity>([&](char* buffer, Optivo::Size* size) {
+                if (description) {
+                    description->ReadPort(key, buffer, size);
+                }
+            });
+        };
+        const std::string prefix = readText(Optivo::kInterfacePrefix);
+        const std::string tlType = readText(Optivo::kInterfaceTLType);
+        found.push_back(
+            boost::make_shared<CInterfaceInfo>(prefix.c_str(), name.c_str(), tlType.c_str()));
+    }
+    return found;
+}
+
+void CTL::UpdateInterfaceList(bool8_t* changed, std::uint32_t timeout) {
+    CIdPool<CInterfaceInfo> previous(m_infos);
+    Infos current;
+    Infos appeared;
+    for (boost::shared_ptr<CInterfaceInfo>& found : DiscoverInterfaces(timeout)) {
+        if (boost::shared_ptr<CInterfaceInfo> known = previous.Take(found->GetID())) {
+            current.push_back(std::move(known));
+        } else {
+            appeared.push_back(std::move(found));
+        }
+    }
+    if (changed != nullptr && (!appeared.empty() || !previous.Rest().empty())) {
+        *changed = 1;
+    }
+    current.insert(current.end(), appeared.begin(), appeared.end());
+    m_infos.swap(current);
+    m_registers.SetValue(kInterfaceCount, static_cast<std::uint32_t>(m_infos.size()));
+    m_registers.WriteRegister(kInterfaceSelector, 0);
+    m_listUpdated = true;
+}
+
+void CTL::GetInfo(TL_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size) {
+    const InfoOut out(type, buffer, size);
+    switch (command) {
+    case TL_INFO_VENDOR:
+        out.String(kVendorName);
+        break;
+    case TL_INFO_MODEL:
+        out.String(kModelName);
+        break;
+    case TL_INFO_VERSION:
+        out.String(GetVersionText());
+        break;
+    case TL_INFO_TLTYPE:
+        out.String(kTLType);
+        break;
+    case TL_INFO_NAME:
+        out.String(ModuleFileName());
+        break;
+    case TL_INFO_PATHNAME:
+        out.String(ModulePath());
+        break;
+    case TL_INFO_DISPLAYNAME:
+        out.String("Norvel GenTL");
+        break;
+    default:
+        throw std::invalid_argument(Format("Invalid TL info command %d", command));
+    }
+}
+
+void CTL::RemoveInterface(CInterface* opened) {
+    const auto found = std::find(m_openInterfaces.begin(), m_openInterfaces.end(), opened);
+    if (found != m_openInterfaces.end()) {
+        m_openInterfaces.erase(found);
+    }
+}
+
+CInterface* CTL::OpenInterface(const char* id) {
+    const char* wanted = &Require(id, "sIfaceID");
+    UpdateOnce();
+    for (CInterface* opened : m_openInterfaces) {
+        if (opened->GetInterfaceInfo()->GetID() == wanted) {
+            return opened;
+        }
+    }
+    const auto found = std::find_if(m_infos.begin(), m_infos.end(),
+                                    [&](const auto& info) { return info->Matches(wanted); });
+    if (found == m_infos.end()) {
+        throw std::runtime_error(Format("Invalid interface name %s", wanted));
+    }
+    Optivo::ICamInterface* camera = nullptr;
+    m_system->OpenInterface((*found)->GetID().c_str(), &camera);
+    CamPtr<Optivo::ICamInterface> owned(camera);
+    if (!owned) {
+        throw std::runtime_error(Format("Unable to open interface %s", wanted));
+    }
+    m_openInterfaces.reserve(m_openInterfaces.size() + 1);
+    auto info = boost::make_shared<CInterfaceInfo>(**found);
+    return m_openInterfaces.emplace_back(new CInterface(std::move(info), this, std::move(owned)));
+}
+
+void CTL::GetInterfaceInfo(const char* id, INTERFACE_INFO_CMD command, INFO_DATATYPE* type,
+                           void* buffer, size_t* size) {
+    const char* wanted = &Require(id, "sIfaceID");
+    for (CInterface* opened : m_openInterfaces) {
+        const boost::shared_ptr<CInterfaceInfo> info = opened->GetInterfaceInfo();
+        if (info->GetID() == wanted) {
+            info->GetInfo(command, type, buffer, size);
+            return;
+        }
+    }
+    const auto found = std::find_if(m_infos.begin(), m_infos.end(),
+                                    [&](const auto& info) { return info->GetID() == wanted; });
+    if (found == m_infos.end()) {
+        throw std::invalid_argument("Invalid Interface name");
+    }
+    (*found)->GetInfo(command, type, buffer, size);
+}
+
+std::uint64_t CTL::GetFileVersion() {
+    return Platform::FileVersion();
+}
+
+std::string CTL::GetVersionText() {
+    return ModuleVersionText();
+}
+
+} // namespace GenICam::Client

@@ -1,0 +1,42 @@
+// What the module needs of the operating system: its own file, its resources, a tick counter and
+// memory. Each target has one Platform.cpp, the only files that include headers of the system.
+// This room knows nothing of the rest of the producer.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace GenICam::Client::Platform {
+
+// What separates the folders of a path.
+#if defined(_WIN32)
+constexpr char kPathSeparator = '\\';
+#else
+constexpr char kPathSeparator = '/';
+#endif
+
+// The full path of this module's own file, as a buffer of capacity bytes (its terminating zero
+// included) can hold it: a longer path is cut. Empty on failure. Safe on any thread.
+std::string ModulePath(std::size_t capacity);
+
+// The file version of this module: four 16-bit fields, the most significant first. 0 when the
+// module carries none. Safe on any thread.
+std::uint64_t FileVersion();
+
+// The System module's XML description, without a terminating zero. The text belongs to the module
+// and stays valid while that is loaded. Throws std::invalid_argument when it cannot be reached.
+// Safe on any thread.
+std::string_view SystemXml();
+
+// Raw ticks of a clock that never goes back. Its rate is the system's own.
+std::uint64_t PerformanceCounter() noexcept;
+
+// size zeroed bytes of the process heap, owned by the caller until FreeMemory; null on failure.
+void* AllocateMemory(std::size_t size) noexcept;
+
+// Gives back what AllocateMemory returned. Null is harmless.
+void FreeMemory(void* memory) noexcept;
+
+} // namespace GenICam::Client::Platform

@@ -1,0 +1,66 @@
+#include "platform/Platform.h"
+
+#include "platform/linux/EmbeddedXml.h"
+
+#include <climits>
+#include <cstdlib>
+#include <ctime>
+
+#include <dlfcn.h>
+
+namespace GenICam::Client::Platform {
+
+namespace {
+
+// The module's path, taken while it is being loaded: it may be known by a relative path only, which
+// means something else once the process has changed its folder.
+class CLoadPath {
+public:
+    CLoadPath() noexcept {
+        Dl_info info{};
+        if (dladdr(this, &info) == 0 || info.dli_fname == nullptr ||
+            realpath(info.dli_fname, m_text) == nullptr) {
+            m_text[0] = '\0';
+        }
+    }
+
+    const char* Text() const noexcept { return m_text; }
+
+private:
+    char m_text[PATH_MAX] = {};
+};
+
+const CLoadPath s_loadPath;
+
+} // namespace
+
+std::string ModulePath(std::size_t capacity) {
+    const std::string_view path = s_loadPath.Text();
+    return std::string(path.substr(0, capacity == 0 ? 0 : capacity - 1));
+}
+
+std::uint64_t FileVersion() {
+    return NORVELTL_FILE_VERSION;
+}
+
+std::string_view SystemXml() {
+    return {reinterpret_cast<const char*>(kEmbeddedXml), kEmbeddedXmlSize};
+}
+
+std::uint64_t PerformanceCounter() noexcept {
+    constexpr std::uint64_t kNanosecondsPerSecond = 1'000'000'000;
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<std::uint64_t>(now.tv_sec) * kNanosecondsPerSecond +
+           static_cast<std::uint64_t>(now.tv_nsec);
+}
+
+void* AllocateMemory(std::size_t size) noexcept {
+    return std::calloc(1, size);
+}
+
+void FreeMemory(void* memory) noexcept {
+    std::free(memory);
+}
+
+} // namespace GenICam::Client::Platform

@@ -1,0 +1,99 @@
+#include "platform/Platform.h"
+
+#include <boost/format.hpp>
+
+#include <stdexcept>
+#include <vector>
+
+#include <windows.h>
+#include <winver.h>
+
+namespace {
+
+constexpr DWORD kVersionPathCapacity = 1024;
+constexpr const char* kXmlResourceName = "TLREGS";
+constexpr WORD kXmlResourceType = 103;
+
+HMODULE s_instance = nullptr;
+
+} // namespace
+
+extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD, LPVOID) {
+    s_instance = instance;
+    return TRUE;
+}
+
+namespace GenICam::Client::Platform {
+
+namespace {
+
+std::string WithLastError(const char* text) {
+    return boost::str(boost::format(text) % static_cast<std::int32_t>(GetLastError()));
+}
+
+} // namespace
+
+std::string ModulePath(std::size_t capacity) {
+    if (capacity == 0) {
+        return {};
+    }
+    std::string path(capacity, '\0');
+    const DWORD length = GetModuleFileNameA(s_instance, path.data(), static_cast<DWORD>(capacity));
+    // A path that was cut is reported as long as the whole buffer; its last byte is the zero.
+    path.resize(length < capacity ? length : capacity - 1);
+    return path;
+}
+
+std::uint64_t FileVersion() {
+    const std::string path = ModulePath(kVersionPathCapacity);
+    DWORD ignored = 0;
+    const DWORD size = GetFileVersionInfoSizeA(path.c_str(), &ignored);
+    if (size == 0) {
+        return 0;
+    }
+    std::vector<std::byte> block(size);
+    void* value = nullptr;
+    UINT valueSize = 0;
+    if (GetFileVersionInfoA(path.c_str(), 0, size, block.data()) == FALSE ||
+        VerQueryValueA(block.data(), "\\", &value, &valueSize) == FALSE || value == nullptr ||
+        valueSize < sizeof(VS_FIXEDFILEINFO)) {
+        return 0;
+    }
+    const auto* info = static_cast<const VS_FIXEDFILEINFO*>(value);
+    return (static_cast<std::uint64_t>(info->dwFileVersionMS) << 32) | info->dwFileVersionLS;
+}
+
+std::string_view SystemXml() {
+    const HRSRC resource =
+        FindResourceA(s_instance, kXmlResourceName, MAKEINTRESOURCEA(kXmlResourceType));
+    if (resource == nullptr) {
+        throw std::invalid_argument(WithLastError("Unable to find Resource, Error %d"));
+    }
+    const HGLOBAL loaded = LoadResource(s_instance, resource);
+    if (loaded == nullptr) {
+        throw std::invalid_argument(WithLastError("Unable to load Resource, Error %d"));
+    }
+    const void* text = LockResource(loaded);
+    if (text == nullptr) {
+        throw std::invalid_argument("Unable Lock Resource");
+    }
+    return {static_cast<const char*>(text), SizeofResource(s_instance, resource)};
+}
+
+std::uint64_t PerformanceCounter() noexcept {
+    LARGE_INTEGER ticks{};
+    QueryPerformanceCounter(&ticks);
+    return static_cast<std::uint64_t>(ticks.QuadPart);
+}
+
+void* AllocateMemory(std::size_t size) noexcept {
+    return HeapAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, size);
+}
+
+void FreeMemory(void* memory) noexcept {
+    if (memory != nullptr) {
+        HeapFree(GetProcessHeap(), 0, memory);
+    }
+}
+
+} // namespace GenICam::Client::Platform
