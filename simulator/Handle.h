@@ -1,0 +1,119 @@
+// What all four kinds of object do with a call before its work is done: log it, refuse it on a
+// closed object, and let a planned fault spoil it. Knows nothing of the work itself.
+#pragma once
+
+#include "CallLog.h"
+#include "Faults.h"
+#include "Library.h"
+#include "ResultCodes.h"
+
+#include <memory>
+#include <mutex>
+#include <utility>
+
+namespace OptivoSim {
+
+// What a fault does before the work: throws, waits, or spoils the outputs.
+void BeginFault(const FaultVerdict& verdict, const CallShape& call);
+
+// Does the work of a call as far as the planned faults let it. clear stores a null object.
+template <typename TWork, typename TClear>
+Int32 PerformCall(const CallShape& call, TWork&& work, TClear&& clear) {
+    CLibrary& library = CLibrary::Get();
+    // Taken before the call is logged: whoever sees a hanging call counted can release it.
+    const auto verdict = library.Faults().Take(call.operation, call.selector);
+    library.Calls().Record(call);
+    if (!verdict) {
+        return work();
+    }
+    const Size capacity = call.size != nullptr ? *call.size : 0;
+    BeginFault(*verdict, call);
+    switch (verdict->kind) {
+    case OPTIVO_FAULT_DELAY:
+    case OPTIVO_FAULT_HANG:
+        return work();
+    case OPTIVO_FAULT_RESULT_AFTER:
+        work();
+        break;
+    case OPTIVO_FAULT_OVERLONG_SIZE:
+        work();
+        if (call.size != nullptr) {
+            *call.size = capacity * 10;
+        }
+        break;
+    case OPTIVO_FAULT_NULL_OBJECT:
+        clear();
+        break;
+    default:
+        break;
+    }
+    return verdict->result;
+}
+
+// The inside of an object: its contents while it is open, and nothing much afterwards. Thread-safe;
+// a call that is under way keeps the contents alive.
+template <typename TContents>
+class CHandle {
+public:
+    void Open(std::shared_ptr<TContents> contents) {
+        const std::lock_guard lock(m_lock);
+        m_contents = std::move(contents);
+    }
+
+    bool IsOpen() const { return Hold() != nullptr; }
+
+    // work gets the contents and answers the call's result.
+    template <typename TWork, typename TClear>
+    Int32 Perform(const CallShape& call, TWork&& work, TClear&& clear) const {
+        const std::shared_ptr<TContents> contents = Hold();
+        if (contents == nullptr) {
+            CLibrary::Get().Calls().Record(call);
+            return CLibrary::Get().NoteUseAfterClose();
+        }
+        return PerformCall(
+            call, [&] { return work(*contents); }, std::forward<TClear>(clear));
+    }
+
+    template <typename TWork>
+    Int32 Perform(const CallShape& call, TWork&& work) const {
+        return Perform(call, std::forward<TWork>(work), [] {});
+    }
+
+    // Ends the contents by their Close and notes it in the pool, once.
+    template <typename TPool>
+    Int32 Close(OptivoOperation operation, TPool& pool) {
+        const CallShape call{.operation = operation};
+        if (!IsOpen()) {
+            CLibrary::Get().Calls().Record(call);
+            return CLibrary::Get().NoteDoubleClose();
+        }
+        return PerformCall(
+            call, [&] { return CloseContents(pool); }, [] {});
+    }
+
+private:
+    std::shared_ptr<TContents> Hold() const {
+        const std::lock_guard lock(m_lock);
+        return m_contents;
+    }
+
+    template <typename TPool>
+    Int32 CloseContents(TPool& pool) {
+        std::shared_ptr<TContents> contents;
+        {
+            const std::lock_guard lock(m_lock);
+            contents.swap(m_contents);
+        }
+        if (contents == nullptr) {
+            return CLibrary::Get().NoteDoubleClose();
+        }
+        contents->Close();
+        pool.NoteClosed();
+        return kSuccess;
+    }
+
+    mutable std::mutex m_lock;
+    std::shared_ptr<TContents> m_contents;
+};
+
+} // namespace OptivoSim

@@ -1,0 +1,63 @@
+// Everything that the library holds in common, made by the first use and never destroyed: a
+// consumer's threads, and the library's own, may run until the process is gone.
+#pragma once
+
+#include "CallLog.h"
+#include "EventThread.h"
+#include "Faults.h"
+#include "Pool.h"
+#include "ResultCodes.h"
+#include "World.h"
+
+#include <atomic>
+#include <cstdint>
+
+namespace OptivoSim {
+
+class CCamSystem;
+class CCamInterface;
+class CCamDevice;
+class CCamStream;
+
+// Thread-safe.
+class CLibrary {
+public:
+    static CLibrary& Get();
+    ~CLibrary() = delete;
+    CLibrary(const CLibrary&) = delete;
+    CLibrary& operator=(const CLibrary&) = delete;
+
+    CFaults& Faults() { return m_faults; }
+    CCallLog& Calls() { return m_calls; }
+    CWorld& World() { return m_world; }
+    CEventThread& Events() { return m_events; }
+
+    CPool<CCamSystem>& Systems() { return m_systems; }
+    CPool<CCamInterface>& Interfaces() { return m_interfaces; }
+    CPool<CCamDevice>& Devices() { return m_devices; }
+    CPool<CCamStream>& Streams() { return m_streams; }
+
+    // Both answer what the call is answered with.
+    Int32 NoteDoubleClose();
+    Int32 NoteUseAfterClose();
+    std::uint64_t NumDoubleCloses() const { return m_numDoubleCloses; }
+    std::uint64_t NumUsesAfterClose() const { return m_numUsesAfterClose; }
+
+    void Reset();
+
+private:
+    CLibrary();
+
+    CCallLog m_calls;
+    CFaults m_faults;
+    CWorld m_world;
+    CEventThread m_events;
+    CPool<CCamSystem> m_systems;
+    CPool<CCamInterface> m_interfaces;
+    CPool<CCamDevice> m_devices;
+    CPool<CCamStream> m_streams;
+    std::atomic<std::uint64_t> m_numDoubleCloses{0};
+    std::atomic<std::uint64_t> m_numUsesAfterClose{0};
+};
+
+} // namespace OptivoSim

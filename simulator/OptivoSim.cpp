@@ -1,0 +1,203 @@
+#include "OptivoSim.h"
+
+#include "CamDevice.h"
+#include "CamInterface.h"
+#include "CamStream.h"
+#include "CamSystem.h"
+#include "Library.h"
+
+#include <algorithm>
+#include <cstring>
+#include <memory>
+#include <string>
+
+namespace {
+
+using OptivoSim::CCamera;
+using OptivoSim::CLibrary;
+
+std::string TextOf(const char* text) {
+    return text != nullptr ? text : "";
+}
+
+std::shared_ptr<CCamera> FindCamera(const char* name) {
+    return CLibrary::Get().World().FindCamera(TextOf(name));
+}
+
+bool IsOperation(OptivoOperation operation) {
+    return operation >= 0 && operation < OPTIVO_NUM_OPERATIONS;
+}
+
+int AddCamera(const char* interfaceName, const char* name, const char* serialNumber,
+              bool mayRepeat) {
+    return CLibrary::Get().World().AddCamera(TextOf(interfaceName), TextOf(name),
+                                             TextOf(serialNumber), mayRepeat);
+}
+
+} // namespace
+
+void OptivoSim_Reset(void) {
+    CLibrary::Get().Reset();
+}
+
+void OptivoSim_AddFault(const OptivoFault* fault) {
+    if (fault != nullptr) {
+        CLibrary::Get().Faults().Add(*fault);
+    }
+}
+
+void OptivoSim_ClearFaults(void) {
+    CLibrary::Get().Faults().Clear();
+}
+
+void OptivoSim_Release(void) {
+    CLibrary::Get().Faults().Release();
+}
+
+int OptivoSim_AddInterface(const char* name, const char* prefix, const char* tlType) {
+    return CLibrary::Get().World().AddInterface(TextOf(name), TextOf(prefix), TextOf(tlType));
+}
+
+int OptivoSim_RemoveInterface(const char* name) {
+    return CLibrary::Get().World().RemoveInterface(TextOf(name));
+}
+
+int OptivoSim_AddCamera(const char* interfaceName, const char* name, const char* serialNumber) {
+    return AddCamera(interfaceName, name, serialNumber, false);
+}
+
+int OptivoSim_AddCameraTwin(const char* interfaceName, const char* name, const char* serialNumber) {
+    return AddCamera(interfaceName, name, serialNumber, true);
+}
+
+int OptivoSim_RemoveCamera(const char* name) {
+    return CLibrary::Get().World().RemoveCamera(TextOf(name));
+}
+
+void OptivoSim_RemoveAll(void) {
+    CLibrary::Get().World().RemoveAll();
+}
+
+int OptivoSim_SetCameraText(const char* camera, uint32_t key, const char* text) {
+    const auto found = FindCamera(camera);
+    return found != nullptr && found->SetText(key, TextOf(text));
+}
+
+int OptivoSim_SetCameraStatus(const char* camera, uint32_t status) {
+    const auto found = FindCamera(camera);
+    if (found != nullptr) {
+        found->SetStatus(status);
+    }
+    return found != nullptr;
+}
+
+int OptivoSim_SetNumStreams(const char* camera, uint32_t count) {
+    const auto found = FindCamera(camera);
+    if (found != nullptr) {
+        found->SetNumStreams(count);
+    }
+    return found != nullptr;
+}
+
+int OptivoSim_SetFrameRate(const char* camera, double framesPerSecond) {
+    const auto found = FindCamera(camera);
+    return found != nullptr && found->SetFrameRate(framesPerSecond);
+}
+
+int OptivoSim_ProduceImages(const char* camera, uint64_t count) {
+    const auto found = FindCamera(camera);
+    if (found != nullptr) {
+        found->Produce(count);
+    }
+    return found != nullptr;
+}
+
+int OptivoSim_SetImageSize(const char* camera, uint32_t width, uint32_t height) {
+    const auto found = FindCamera(camera);
+    return found != nullptr && found->SetImageSize(width, height);
+}
+
+int OptivoSim_SetStreamValue(const char* camera, uint32_t command, uint64_t value) {
+    const auto found = FindCamera(camera);
+    return found != nullptr && found->SetStreamValue(command, value);
+}
+
+int OptivoSim_FireEvent(const char* camera, uint32_t eventId, uint64_t value) {
+    const auto found = FindCamera(camera);
+    bool isReported = false;
+    if (found != nullptr) {
+        CLibrary::Get().Events().Run([&] { isReported = found->Events().Report(eventId, value); });
+    }
+    return isReported;
+}
+
+int OptivoSim_FireEvents(const char* camera, uint32_t eventId, uint64_t value, uint32_t count) {
+    const auto found = FindCamera(camera);
+    if (found == nullptr || !found->Events().IsInstalled()) {
+        return 0;
+    }
+    CLibrary::Get().Events().Post([=] {
+        for (uint32_t i = 0; i < count; ++i) {
+            found->Events().Report(eventId, value);
+        }
+    });
+    return 1;
+}
+
+int OptivoSim_HasCallback(const char* camera) {
+    const auto found = FindCamera(camera);
+    return found != nullptr && found->Events().IsInstalled();
+}
+
+uint64_t OptivoSim_NumCalls(OptivoOperation operation) {
+    return IsOperation(operation) ? CLibrary::Get().Calls().NumCalls(operation) : 0;
+}
+
+uint64_t OptivoSim_LastSelector(OptivoOperation operation) {
+    return IsOperation(operation) ? CLibrary::Get().Calls().LastSelector(operation) : 0;
+}
+
+uint64_t OptivoSim_LastArgument(OptivoOperation operation) {
+    return IsOperation(operation) ? CLibrary::Get().Calls().LastArgument(operation) : 0;
+}
+
+void OptivoSim_LastText(OptivoOperation operation, char* buffer, size_t capacity) {
+    if (buffer == nullptr || capacity == 0) {
+        return;
+    }
+    const std::string text =
+        IsOperation(operation) ? CLibrary::Get().Calls().LastText(operation) : std::string();
+    const size_t length = std::min(text.size(), capacity - 1);
+    std::memcpy(buffer, text.data(), length);
+    buffer[length] = '\0';
+}
+
+size_t OptivoSim_Selectors(OptivoOperation operation, uint64_t* selectors, size_t capacity) {
+    return IsOperation(operation)
+               ? CLibrary::Get().Calls().Selectors(operation, selectors, capacity)
+               : 0;
+}
+
+uint64_t OptivoSim_NumAlive(OptivoObjectKind kind) {
+    CLibrary& library = CLibrary::Get();
+    switch (kind) {
+    case OPTIVO_OBJECT_SYSTEM:
+        return library.Systems().NumAlive();
+    case OPTIVO_OBJECT_INTERFACE:
+        return library.Interfaces().NumAlive();
+    case OPTIVO_OBJECT_DEVICE:
+        return library.Devices().NumAlive();
+    case OPTIVO_OBJECT_STREAM:
+        return library.Streams().NumAlive();
+    default:
+        return 0;
+    }
+}
+
+uint64_t OptivoSim_NumDoubleCloses(void) {
+    return CLibrary::Get().NumDoubleCloses();
+}
+
+uint64_t OptivoSim_NumUsesAfterClose(void) {
+    return CLibrary::Get().NumUsesAfterClose();
+}

@@ -1,0 +1,53 @@
+// Keeps every object of one kind that was ever handed out, so that a call on a closed one is
+// noticed instead of crashing. Knows nothing of what the objects do.
+#pragma once
+
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <utility>
+#include <vector>
+
+namespace OptivoSim {
+
+// TObject has a default constructor, Open(contents) and IsOpen(); a closed one is small.
+template <typename TObject>
+class CPool {
+public:
+    template <typename TContents>
+    TObject* HandOut(std::shared_ptr<TContents> contents) {
+        const std::lock_guard lock(m_lock);
+        if (m_recycled.empty()) {
+            m_objects.push_back(std::make_unique<TObject>());
+            m_recycled.push_back(m_objects.back().get());
+        }
+        TObject* const object = m_recycled.back();
+        m_recycled.pop_back();
+        object->Open(std::move(contents));
+        ++m_numAlive;
+        return object;
+    }
+
+    void NoteClosed() { --m_numAlive; }
+    std::uint64_t NumAlive() const { return m_numAlive; }
+
+    // Lets closed objects be handed out again; a stale pointer to one goes unnoticed from then on.
+    void RecycleClosed() {
+        const std::lock_guard lock(m_lock);
+        m_recycled.clear();
+        for (const auto& object : m_objects) {
+            if (!object->IsOpen()) {
+                m_recycled.push_back(object.get());
+            }
+        }
+    }
+
+private:
+    std::mutex m_lock;
+    std::vector<std::unique_ptr<TObject>> m_objects;
+    std::vector<TObject*> m_recycled; // not owned
+    std::atomic<std::uint64_t> m_numAlive{0};
+};
+
+} // namespace OptivoSim

@@ -1,0 +1,46 @@
+// The interfaces and cameras that exist. Knows nothing of who has opened them: what is removed from
+// the world lives on for those who hold it.
+#pragma once
+
+#include "Adapter.h"
+#include "Camera.h"
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace OptivoSim {
+
+// Thread-safe.
+class CWorld {
+public:
+    CWorld();
+
+    // Replaces everything by the default interfaces and cameras, anew.
+    void MakeDefault();
+    void RemoveAll();
+
+    std::vector<std::string> InterfaceNames() const;
+    std::shared_ptr<CAdapter> FindInterface(const std::string& name) const;
+    std::shared_ptr<CAdapter> FindInterfaceById(const std::string& id) const;
+    // The first camera of that name on any interface, or null.
+    std::shared_ptr<CCamera> FindCamera(const std::string& name) const;
+
+    bool AddInterface(const std::string& name, const std::string& prefix,
+                      const std::string& tlType);
+    bool RemoveInterface(const std::string& name);
+    bool AddCamera(const std::string& interfaceName, const std::string& name,
+                   const std::string& serialNumber, bool mayRepeat);
+    bool RemoveCamera(const std::string& name);
+
+private:
+    using Adapters = std::vector<std::shared_ptr<CAdapter>>;
+
+    Adapters Interfaces() const;
+
+    mutable std::mutex m_lock;
+    Adapters m_interfaces;
+};
+
+} // namespace OptivoSim
