@@ -1,0 +1,178 @@
+#include "Console.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdio>
+#include <cstdlib>
+
+#if defined(_WIN32)
+#include <windows.h>
+
+#include <shellapi.h>
+#else
+#include <csignal>
+#include <unistd.h>
+#endif
+
+namespace norveltl {
+
+namespace {
+
+std::atomic<bool> g_interrupted{false};
+std::atomic<bool> g_errorReported{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler sets it");
+
+#if defined(_WIN32)
+
+constexpr wchar_t kPathSeparator = L';';
+
+UINT g_codePage = 0;
+
+std::string Narrow(const std::wstring& text) {
+    return Utf8FromPath(std::filesystem::path(text));
+}
+
+BOOL WINAPI OnControl(DWORD) {
+    return g_interrupted.exchange(true) ? FALSE : TRUE;
+}
+
+std::wstring Environment(const char* variable) {
+    const std::wstring name(variable, variable + std::char_traits<char>::length(variable));
+    const wchar_t* value = _wgetenv(name.c_str());
+    return value ? value : L"";
+}
+
+#else
+
+constexpr char kPathSeparator = ':';
+
+void OnSignal(int signal) {
+    g_interrupted = true;
+    std::signal(signal, SIG_DFL);
+}
+
+std::string Environment(const char* variable) {
+    const char* value = std::getenv(variable);
+    return value ? value : "";
+}
+
+#endif
+
+} // namespace
+
+#if defined(_WIN32)
+
+CConsole::CConsole() {
+    g_codePage = GetConsoleOutputCP();
+    SetConsoleOutputCP(CP_UTF8);
+}
+
+CConsole::~CConsole() {
+    std::fflush(stdout);
+    if (g_codePage != 0)
+        SetConsoleOutputCP(g_codePage);
+}
+
+std::vector<std::string> CConsole::Arguments(int, char**) {
+    int count = 0;
+    wchar_t** words = CommandLineToArgvW(GetCommandLineW(), &count);
+    std::vector<std::string> arguments;
+    for (int i = 1; words && i < count; ++i)
+        arguments.push_back(Narrow(words[i]));
+    LocalFree(words);
+    return arguments;
+}
+
+bool IsTerminal() {
+    DWORD mode = 0;
+    return GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode) != 0;
+}
+
+void CatchInterrupt() {
+    SetConsoleCtrlHandler(OnControl, TRUE);
+}
+
+std::filesystem::path ProgramFolder() {
+    std::wstring path(MAX_PATH, L'\0');
+    for (;;) {
+        const DWORD length =
+            GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
+        if (length < path.size()) {
+            path.resize(length);
+            return std::filesystem::path(path).parent_path();
+        }
+        path.resize(path.size() * 2);
+    }
+}
+
+#else
+
+CConsole::CConsole() = default;
+
+CConsole::~CConsole() {
+    std::fflush(stdout);
+}
+
+std::vector<std::string> CConsole::Arguments(int argc, char** argv) {
+    return {argv + std::min(argc, 1), argv + argc};
+}
+
+bool IsTerminal() {
+    return isatty(STDOUT_FILENO) != 0;
+}
+
+void CatchInterrupt() {
+    std::signal(SIGINT, OnSignal);
+    std::signal(SIGTERM, OnSignal);
+}
+
+std::filesystem::path ProgramFolder() {
+    std::error_code error;
+    return std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
+}
+
+#endif
+
+bool Interrupted() {
+    return g_interrupted;
+}
+
+void ReportError(std::string_view text) {
+    const std::string line = "norveltl: " + std::string(text) + "\n";
+    std::fflush(stdout);
+    std::fwrite(line.data(), 1, line.size(), stderr);
+    g_errorReported = true;
+}
+
+bool ErrorReported() {
+    return g_errorReported;
+}
+
+std::string Printable(std::string text) {
+    const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; };
+    std::replace_if(text.begin(), text.end(), isControl, '?');
+    return text;
+}
+
+std::filesystem::path PathFromUtf8(std::string_view text) {
+    return std::filesystem::path(std::u8string(text.begin(), text.end()));
+}
+
+std::string Utf8FromPath(const std::filesystem::path& path) {
+    const std::u8string text = path.u8string();
+    return std::string(text.begin(), text.end());
+}
+
+std::vector<std::filesystem::path> PathsFromEnvironment(const char* variable) {
+    const auto value = Environment(variable);
+    std::vector<std::filesystem::path> paths;
+    for (size_t begin = 0; begin <= value.size();) {
+        const size_t end = std::min(value.find(kPathSeparator, begin), value.size());
+        if (end > begin)
+            paths.emplace_back(value.substr(begin, end - begin));
+        begin = end + 1;
+    }
+    return paths;
+}
+
+} // namespace norveltl

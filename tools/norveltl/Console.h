@@ -1,0 +1,45 @@
+// The user's side of the process: arguments, terminal, interruption, environment. All texts are
+// UTF-8 on every system. Knows nothing of producers and cameras.
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace norveltl {
+
+// Makes the console take UTF-8 for as long as it lives. There is one of it.
+class CConsole {
+public:
+    CConsole();
+    ~CConsole();
+    CConsole(const CConsole&) = delete;
+    CConsole& operator=(const CConsole&) = delete;
+
+    // The arguments behind the program's name.
+    static std::vector<std::string> Arguments(int argc, char** argv);
+};
+
+bool IsTerminal();
+
+// From here on Ctrl-C (or a request to terminate) only sets the flag that Interrupted answers; a
+// second one ends the process.
+void CatchInterrupt();
+bool Interrupted();
+
+// Writes "norveltl: TEXT" to the error output. Thread-safe.
+void ReportError(std::string_view text);
+// True once an error was reported, also by a destructor that could not throw it.
+bool ErrorReported();
+
+// Control characters replaced by '?', so that a device's text cannot steer the terminal.
+std::string Printable(std::string text);
+
+std::filesystem::path PathFromUtf8(std::string_view text);
+std::string Utf8FromPath(const std::filesystem::path& path);
+std::filesystem::path ProgramFolder();
+// The entries of a variable that lists paths, empty ones left out.
+std::vector<std::filesystem::path> PathsFromEnvironment(const char* variable);
+
+} // namespace norveltl

@@ -1,0 +1,205 @@
+#include "Image.h"
+
+#include "Console.h"
+#include "Error.h"
+
+#include <stb/stb_image_write.h>
+
+#include <algorithm>
+#include <array>
+#include <fstream>
+#include <limits>
+#include <utility>
+
+namespace norveltl {
+
+namespace {
+
+enum class EKind { kMono, kBayer, kColor };
+
+struct SKnownFormat {
+    const char* name;
+    uint64_t value;
+    EKind kind;
+    unsigned bytesPerPixel;
+    // Mono: significant bits. Bayer: column and row of the red pixel as 2 * row + column.
+    // Color: 1 when blue comes first.
+    unsigned detail;
+};
+
+constexpr std::array<SKnownFormat, 13> kFormats{{
+    {"Mono8", 0x01080001, EKind::kMono, 1, 8},
+    {"Mono10", 0x01100003, EKind::kMono, 2, 10},
+    {"Mono12", 0x01100005, EKind::kMono, 2, 12},
+    {"Mono14", 0x01100025, EKind::kMono, 2, 14},
+    {"Mono16", 0x01100007, EKind::kMono, 2, 16},
+    {"BayerRG8", 0x01080009, EKind::kBayer, 1, 0},
+    {"BayerGR8", 0x01080008, EKind::kBayer, 1, 1},
+    {"BayerGB8", 0x0108000A, EKind::kBayer, 1, 2},
+    {"BayerBG8", 0x0108000B, EKind::kBayer, 1, 3},
+    {"RGB8", 0x02180014, EKind::kColor, 3, 0},
+    {"BGR8", 0x02180015, EKind::kColor, 3, 1},
+    {"RGB8Packed", 0x02180014, EKind::kColor, 3, 0},
+    {"BGR8Packed", 0x02180015, EKind::kColor, 3, 1},
+}};
+
+template <class Condition>
+const SKnownFormat* FindFormat(Condition condition) {
+    const auto* found = std::find_if(kFormats.begin(), kFormats.end(), condition);
+    return found != kFormats.end() ? found : nullptr;
+}
+
+// The image's lines, each as the bytes of its pixels.
+class CLines {
+public:
+    CLines(std::span<const uint8_t> bytes, const SImageFormat& format, const SKnownFormat& known)
+        : m_bytes(bytes),
+          m_lineSize(size_t{format.width} * known.bytesPerPixel),
+          m_stride(m_lineSize + format.linePadding) {
+        const bool fits = format.width > 0 && format.height > 0 && m_lineSize <= bytes.size() &&
+                          (bytes.size() - m_lineSize) / m_stride >= format.height - 1;
+        if (!fits)
+            throw CToolError("an image of " + std::to_string(bytes.size()) + " bytes cannot hold " +
+                             std::to_string(format.width) + " x " + std::to_string(format.height) +
+                             " pixels of " + format.pixelFormat);
+    }
+
+    std::span<const uint8_t> operator[](size_t y) const {
+        return m_bytes.subspan(y * m_stride, m_lineSize);
+    }
+
+private:
+    std::span<const uint8_t> m_bytes;
+    size_t m_lineSize;
+    size_t m_stride;
+};
+
+void ConvertMono(const CLines& lines, unsigned numBits, SPicture& picture) {
+    auto out = picture.pixels.begin();
+    for (size_t y = 0; y < picture.height; ++y) {
+        const std::span<const uint8_t> line = lines[y];
+        if (numBits == 8) {
+            out = std::copy(line.begin(), line.end(), out);
+            continue;
+        }
+        for (size_t i = 0; i < line.size(); i += 2) {
+            const unsigned value = line[i] | static_cast<unsigned>(line[i + 1]) << 8;
+            *out++ = static_cast<uint8_t>(std::min(value >> (numBits - 8), 255u));
+        }
+    }
+    if (numBits > 8)
+        picture.note = "grey values of " + std::to_string(numBits) +
+                       " bits are written as 8 bits, shifted right by " +
+                       std::to_string(numBits - 8);
+}
+
+void ConvertColor(const CLines& lines, bool blueFirst, SPicture& picture) {
+    auto out = picture.pixels.begin();
+    for (size_t y = 0; y < picture.height; ++y) {
+        const auto begin = out;
+        const std::span<const uint8_t> line = lines[y];
+        out = std::copy(line.begin(), line.end(), out);
+        for (auto pixel = begin; blueFirst && pixel != out; pixel += 3)
+            std::swap(pixel[0], pixel[2]);
+    }
+}
+
+// Mirrors at the border without repeating the border pixel, which keeps the colour pattern.
+size_t Mirror(size_t i, int offset, size_t size) {
+    if (offset < 0)
+        return i > 0 ? i - 1 : 1;
+    if (offset > 0)
+        return i + 1 < size ? i + 1 : size - 2;
+    return i;
+}
+
+// Each missing colour is the mean of the nearest pixels that have it.
+void ConvertBayer(const CLines& lines, unsigned red, SPicture& picture) {
+    const size_t width = picture.width, height = picture.height;
+    auto out = picture.pixels.begin();
+    for (size_t y = 0; y < height; ++y) {
+        const auto above = lines[Mirror(y, -1, height)];
+        const auto line = lines[y];
+        const auto below = lines[Mirror(y, 1, height)];
+        const bool redRow = (y & 1) == red / 2;
+        for (size_t x = 0; x < width; ++x, out += 3) {
+            const size_t l = Mirror(x, -1, width), r = Mirror(x, 1, width);
+            const int sides = line[l] + line[r], ends = above[x] + below[x];
+            // The colour that rules this row, the other one, and where they go.
+            const int own = redRow ? 0 : 2;
+            std::array<int, 3> rgb{};
+            if ((((x & 1) == red % 2) == redRow)) {
+                rgb[static_cast<size_t>(own)] = line[x];
+                rgb[1] = (sides + ends) / 4;
+                rgb[static_cast<size_t>(2 - own)] = (above[l] + above[r] + below[l] + below[r]) / 4;
+            } else {
+                rgb[static_cast<size_t>(own)] = sides / 2;
+                rgb[1] = line[x];
+                rgb[static_cast<size_t>(2 - own)] = ends / 2;
+            }
+            std::transform(rgb.begin(), rgb.end(), out,
+                           [](int value) { return static_cast<uint8_t>(value); });
+        }
+    }
+}
+
+void AppendBytes(void* context, void* data, int size) {
+    auto& bytes = *static_cast<std::vector<uint8_t>*>(context);
+    const auto* begin = static_cast<const uint8_t*>(data);
+    bytes.insert(bytes.end(), begin, begin + size);
+}
+
+} // namespace
+
+std::optional<std::string> PixelFormatName(uint64_t value) {
+    const SKnownFormat* known =
+        FindFormat([value](const SKnownFormat& format) { return format.value == value; });
+    return known ? std::optional<std::string>(known->name) : std::nullopt;
+}
+
+std::optional<SPicture> Convert(std::span<const uint8_t> bytes, const SImageFormat& format) {
+    const SKnownFormat* known = FindFormat(
+        [&](const SKnownFormat& candidate) { return candidate.name == format.pixelFormat; });
+    // The smallest colour pattern is 2 x 2, and the PNG encoder counts in int.
+    if (!known || (known->kind == EKind::kBayer && (format.width < 2 || format.height < 2)) ||
+        uint64_t{format.width} * format.height > std::numeric_limits<int>::max() / 8)
+        return std::nullopt;
+    const CLines lines(bytes, format, *known);
+    SPicture picture{format.width, format.height, known->kind == EKind::kMono ? 1u : 3u, {}, ""};
+    picture.pixels.resize(size_t{format.width} * format.height * picture.numChannels);
+    switch (known->kind) {
+    case EKind::kMono:
+        ConvertMono(lines, known->detail, picture);
+        break;
+    case EKind::kBayer:
+        ConvertBayer(lines, known->detail, picture);
+        break;
+    case EKind::kColor:
+        ConvertColor(lines, known->detail != 0, picture);
+        break;
+    }
+    return picture;
+}
+
+void WritePng(const std::filesystem::path& path, const SPicture& picture) {
+    std::vector<uint8_t> file;
+    const int width = static_cast<int>(picture.width);
+    const int channels = static_cast<int>(picture.numChannels);
+    const int done =
+        stbi_write_png_to_func(AppendBytes, &file, width, static_cast<int>(picture.height),
+                               channels, picture.pixels.data(), width * channels);
+    if (done == 0)
+        throw CToolError("cannot encode " + Utf8FromPath(path));
+    WriteRaw(path, file);
+}
+
+void WriteRaw(const std::filesystem::path& path, std::span<const uint8_t> bytes) {
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    file.write(reinterpret_cast<const char*>(bytes.data()),
+               static_cast<std::streamsize>(bytes.size()));
+    file.close();
+    if (!file)
+        throw CToolError("cannot write " + Utf8FromPath(path));
+}
+
+} // namespace norveltl

@@ -1,0 +1,43 @@
+// From a buffer's bytes to a picture that a PNG file can hold. Knows nothing of producers.
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <optional>
+#include <span>
+#include <string>
+#include <vector>
+
+namespace norveltl {
+
+struct SImageFormat {
+    uint32_t width = 0;
+    uint32_t height = 0;
+    // The name of the pixel format, such as "Mono8"; empty when it is unknown.
+    std::string pixelFormat;
+    // Bytes behind each line that are not part of the image.
+    size_t linePadding = 0;
+};
+
+// 8 bits per channel, lines without padding; 1 channel is grey, 3 are red, green, blue.
+struct SPicture {
+    uint32_t width;
+    uint32_t height;
+    unsigned numChannels;
+    std::vector<uint8_t> pixels;
+    // What the conversion lost, for the user; empty when nothing.
+    std::string note;
+};
+
+// The name behind a pixel format's number, or nothing when it is not known here.
+std::optional<std::string> PixelFormatName(uint64_t value);
+
+// Nothing when there is no conversion for the format. Throws CToolError when the bytes are fewer
+// than the format takes.
+std::optional<SPicture> Convert(std::span<const uint8_t> bytes, const SImageFormat& format);
+
+// Both throw CToolError, naming the file, when it cannot be written.
+void WritePng(const std::filesystem::path& path, const SPicture& picture);
+void WriteRaw(const std::filesystem::path& path, std::span<const uint8_t> bytes);
+
+} // namespace norveltl

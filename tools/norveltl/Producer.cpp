@@ -1,0 +1,223 @@
+#include "Producer.h"
+
+#include "Console.h"
+
+#include <algorithm>
+#include <array>
+#include <cstring>
+#include <utility>
+#include <vector>
+
+#if defined(_WIN32)
+#include <windows.h>
+#else
+#include <dlfcn.h>
+#endif
+
+namespace norveltl {
+
+namespace {
+
+#if defined(_WIN32)
+
+std::string SystemError() {
+    const DWORD code = GetLastError();
+    std::array<wchar_t, 512> text{};
+    const DWORD length =
+        FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0,
+                       text.data(), static_cast<DWORD>(text.size()), nullptr);
+    std::wstring line(text.data(), length);
+    while (!line.empty() && (line.back() == L'\n' || line.back() == L'\r'))
+        line.pop_back();
+    return Utf8FromPath(std::filesystem::path(line)) + " (" + std::to_string(code) + ")";
+}
+
+// The module's own folder takes part in the search for the libraries that it needs.
+void* Load(const std::filesystem::path& path) {
+    return LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+}
+
+void Unload(void* library) {
+    FreeLibrary(static_cast<HMODULE>(library));
+}
+
+void* Find(void* library, const char* name) {
+    return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(library), name));
+}
+
+#else
+
+std::string SystemError() {
+    const char* text = dlerror();
+    return text ? text : "unknown reason";
+}
+
+void* Load(const std::filesystem::path& path) {
+    return dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
+}
+
+void Unload(void* library) {
+    dlclose(library);
+}
+
+void* Find(void* library, const char* name) {
+    return dlsym(library, name);
+}
+
+#endif
+
+constexpr std::array<std::pair<GC_ERROR, const char*>, 22> kCodeNames{{
+    {GC_ERR_SUCCESS, "GC_ERR_SUCCESS"},
+    {GC_ERR_ERROR, "GC_ERR_ERROR"},
+    {GC_ERR_NOT_INITIALIZED, "GC_ERR_NOT_INITIALIZED"},
+    {GC_ERR_NOT_IMPLEMENTED, "GC_ERR_NOT_IMPLEMENTED"},
+    {GC_ERR_RESOURCE_IN_USE, "GC_ERR_RESOURCE_IN_USE"},
+    {GC_ERR_ACCESS_DENIED, "GC_ERR_ACCESS_DENIED"},
+    {GC_ERR_INVALID_HANDLE, "GC_ERR_INVALID_HANDLE"},
+    {GC_ERR_INVALID_ID, "GC_ERR_INVALID_ID"},
+    {GC_ERR_NO_DATA, "GC_ERR_NO_DATA"},
+    {GC_ERR_INVALID_PARAMETER, "GC_ERR_INVALID_PARAMETER"},
+    {GC_ERR_IO, "GC_ERR_IO"},
+    {GC_ERR_TIMEOUT, "GC_ERR_TIMEOUT"},
+    {GC_ERR_ABORT, "GC_ERR_ABORT"},
+    {GC_ERR_INVALID_BUFFER, "GC_ERR_INVALID_BUFFER"},
+    {GC_ERR_NOT_AVAILABLE, "GC_ERR_NOT_AVAILABLE"},
+    {GC_ERR_INVALID_ADDRESS, "GC_ERR_INVALID_ADDRESS"},
+    {GC_ERR_BUFFER_TOO_SMALL, "GC_ERR_BUFFER_TOO_SMALL"},
+    {GC_ERR_INVALID_INDEX, "GC_ERR_INVALID_INDEX"},
+    {GC_ERR_PARSING_CHUNK_DATA, "GC_ERR_PARSING_CHUNK_DATA"},
+    {GC_ERR_INVALID_VALUE, "GC_ERR_INVALID_VALUE"},
+    {GC_ERR_RESOURCE_EXHAUSTED, "GC_ERR_RESOURCE_EXHAUSTED"},
+    {GC_ERR_OUT_OF_MEMORY, "GC_ERR_OUT_OF_MEMORY"},
+}};
+
+const char* Advice(GC_ERROR code) {
+    switch (code) {
+    case GC_ERR_RESOURCE_IN_USE:
+    case GC_ERR_ACCESS_DENIED:
+        return "\n  Another program may hold it: close that program and try again.";
+    case GC_ERR_IO:
+    case GC_ERR_NOT_AVAILABLE:
+        return "\n  Check the camera's cable and power, then see what \"norveltl list\" finds.";
+    case GC_ERR_RESOURCE_EXHAUSTED:
+    case GC_ERR_OUT_OF_MEMORY:
+        return "\n  Try fewer buffers.";
+    default:
+        return "";
+    }
+}
+
+bool IsSigned(INFO_DATATYPE type) {
+    return type == INFO_DATATYPE_INT16 || type == INFO_DATATYPE_INT32 ||
+           type == INFO_DATATYPE_INT64 || type == INFO_DATATYPE_PTRDIFF;
+}
+
+bool IsNumber(INFO_DATATYPE type) {
+    return IsSigned(type) || type == INFO_DATATYPE_UINT16 || type == INFO_DATATYPE_UINT32 ||
+           type == INFO_DATATYPE_UINT64 || type == INFO_DATATYPE_PTR ||
+           type == INFO_DATATYPE_BOOL8 || type == INFO_DATATYPE_SIZET;
+}
+
+} // namespace
+
+std::string CodeText(GC_ERROR code) {
+    const auto* entry = std::find_if(kCodeNames.begin(), kCodeNames.end(),
+                                     [code](const auto& known) { return known.first == code; });
+    const char* name = entry != kCodeNames.end()  ? entry->second
+                       : code <= GC_ERR_CUSTOM_ID ? "GC_ERR_CUSTOM"
+                                                  : "unknown code";
+    return std::string(name) + " (" + std::to_string(code) + ")";
+}
+
+std::optional<std::string> QueryText(const InfoQuery& query) {
+    INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+    size_t size = 0;
+    if (query(&type, nullptr, &size) != GC_ERR_SUCCESS || type != INFO_DATATYPE_STRING)
+        return std::nullopt;
+    std::string text(std::max<size_t>(size, 1), '\0');
+    size = text.size();
+    if (query(&type, text.data(), &size) != GC_ERR_SUCCESS)
+        return std::nullopt;
+    return text.substr(0, text.find('\0'));
+}
+
+std::optional<SNumber> QueryTypedNumber(const InfoQuery& query) {
+    INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+    uint64_t value = 0;
+    size_t size = sizeof(value);
+    if (query(&type, &value, &size) != GC_ERR_SUCCESS || !IsNumber(type) || size == 0 ||
+        size > sizeof(value))
+        return std::nullopt;
+    const unsigned unusedBits = static_cast<unsigned>(8 * (sizeof(value) - size));
+    value <<= unusedBits;
+    value = IsSigned(type) ? static_cast<uint64_t>(static_cast<int64_t>(value) >> unusedBits)
+                           : value >> unusedBits;
+    return SNumber{value, type};
+}
+
+std::optional<uint64_t> QueryNumber(const InfoQuery& query) {
+    const std::optional<SNumber> number = QueryTypedNumber(query);
+    return number ? std::optional(number->value) : std::nullopt;
+}
+
+CProducer::CProducer(const std::filesystem::path& module)
+    : m_path(std::filesystem::absolute(module)), m_library(Load(m_path), Unload) {
+    if (!m_library)
+        throw CToolError("cannot load " + Utf8FromPath(m_path) + ": " + SystemError());
+    ResolveAll();
+    Call(GCInitLib);
+}
+
+CProducer::~CProducer() {
+    CallOrReport(GCCloseLib);
+}
+
+void CProducer::ResolveAll() {
+    const auto resolve = [this](auto&... functions) { (Resolve(functions), ...); };
+    resolve(GCInitLib, GCCloseLib, GCGetInfo, GCGetLastError, GCReadPort, GCWritePort, GCGetPortURL,
+            GCGetNumPortURLs, GCGetPortURLInfo, GCRegisterEvent, GCUnregisterEvent, EventGetData,
+            TLOpen, TLClose, TLGetInfo, TLGetNumInterfaces, TLGetInterfaceID, TLGetInterfaceInfo,
+            TLOpenInterface, TLUpdateInterfaceList, IFClose, IFGetNumDevices, IFGetDeviceID,
+            IFUpdateDeviceList, IFGetDeviceInfo, IFOpenDevice, DevGetPort, DevGetNumDataStreams,
+            DevGetDataStreamID, DevOpenDataStream, DevClose, DSAllocAndAnnounceBuffer,
+            DSRevokeBuffer, DSQueueBuffer, DSFlushQueue, DSStartAcquisition, DSStopAcquisition,
+            DSGetInfo, DSGetBufferInfo, DSClose);
+}
+
+template <class P>
+void CProducer::Resolve(SFunction<P>& function) {
+    function.call = reinterpret_cast<P>(Find(m_library.get(), function.name));
+    if (!function.call)
+        throw CToolError(Utf8FromPath(m_path) + " is no usable producer: it does not export " +
+                         function.name);
+}
+
+void CProducer::Check(const char* function, GC_ERROR code) const {
+    if (code == GC_ERR_SUCCESS)
+        return;
+    throw CCallError(std::string(function) + " failed: " + CodeText(code) + LastError(code) +
+                         Advice(code),
+                     code);
+}
+
+// A producer may return one code and record another, or record nothing and keep an older error.
+std::string CProducer::LastError(GC_ERROR code) const {
+    std::array<char, 1024> text{};
+    size_t size = text.size() - 1;
+    GC_ERROR recorded = GC_ERR_SUCCESS;
+    if (GCGetLastError.call(&recorded, text.data(), &size) != GC_ERR_SUCCESS || text[0] == '\0')
+        return "";
+    const std::string quoted = ": \"" + Printable(text.data()) + "\"";
+    return recorded == code ? quoted
+                            : "; the last recorded error is " + CodeText(recorded) + quoted;
+}
+
+void CProducer::Report(const std::exception& error) noexcept {
+    try {
+        ReportError(error.what());
+    } catch (const std::exception&) {
+        // Without memory for a line of text there is nobody left to tell.
+    }
+}
+
+} // namespace norveltl

@@ -1,0 +1,141 @@
+// A producer module, loaded at run time and initialised: its functions, and its answers turned
+// into values and errors. Works with any producer and knows none in particular.
+#pragma once
+
+#include "Error.h"
+
+#include <GenTL/GenTL.h>
+
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace norveltl {
+
+// An exported function and the name under which it was found.
+template <class P>
+struct SFunction {
+    const char* name;
+    P call = nullptr;
+};
+
+// One info query, all arguments but the answer's already bound.
+using InfoQuery = std::function<GC_ERROR(INFO_DATATYPE*, void*, size_t*)>;
+
+struct SNumber {
+    uint64_t value; // a signed answer is extended to 64 bits
+    INFO_DATATYPE type;
+};
+
+// Each answers nothing when the producer refuses the query or writes no value of that kind. A text
+// ends at its first zero, whatever length the producer gives it.
+std::optional<std::string> QueryText(const InfoQuery& query);
+std::optional<SNumber> QueryTypedNumber(const InfoQuery& query);
+std::optional<uint64_t> QueryNumber(const InfoQuery& query);
+
+class CProducer {
+public:
+    // Loads and initialises the module; throws CToolError, naming what is missing in it.
+    explicit CProducer(const std::filesystem::path& module);
+    ~CProducer();
+    CProducer(const CProducer&) = delete;
+    CProducer& operator=(const CProducer&) = delete;
+
+    const std::filesystem::path& Path() const { return m_path; }
+
+    // Throws CCallError with the producer's own last-error text unless the function succeeds.
+    template <class P, class... A>
+    void Call(const SFunction<P>& function, A... arguments) const {
+        Check(function.name, function.call(arguments...));
+    }
+
+    // The same for destructors: the error is reported at once instead of thrown.
+    template <class P, class... A>
+    void CallOrReport(const SFunction<P>& function, A... arguments) const noexcept {
+        try {
+            Call(function, arguments...);
+        } catch (const std::exception& error) {
+            Report(error);
+        }
+    }
+
+    // For functions that end in a text and its size: asks for the size, then for the text.
+    template <class P, class... A>
+    std::string CallText(const SFunction<P>& function, A... arguments) const {
+        size_t size = 0;
+        Call(function, arguments..., nullptr, &size);
+        std::string text(size, '\0');
+        Call(function, arguments..., text.data(), &size);
+        return text.substr(0, text.find('\0'));
+    }
+
+    template <class P, class... A>
+    static InfoQuery Query(const SFunction<P>& function, A... arguments) {
+        return
+            [call = function.call, arguments...](INFO_DATATYPE* type, void* buffer, size_t* size) {
+                return call(arguments..., type, buffer, size);
+            };
+    }
+
+    void Check(const char* function, GC_ERROR code) const;
+
+private:
+    static void Report(const std::exception& error) noexcept;
+    std::string LastError(GC_ERROR code) const;
+    void ResolveAll();
+    template <class P>
+    void Resolve(SFunction<P>& function);
+
+    std::filesystem::path m_path;
+    std::unique_ptr<void, void (*)(void*)> m_library;
+
+public:
+    SFunction<PGCInitLib> GCInitLib{"GCInitLib"};
+    SFunction<PGCCloseLib> GCCloseLib{"GCCloseLib"};
+    SFunction<PGCGetInfo> GCGetInfo{"GCGetInfo"};
+    SFunction<PGCGetLastError> GCGetLastError{"GCGetLastError"};
+    SFunction<PGCReadPort> GCReadPort{"GCReadPort"};
+    SFunction<PGCWritePort> GCWritePort{"GCWritePort"};
+    SFunction<PGCGetPortURL> GCGetPortURL{"GCGetPortURL"};
+    SFunction<PGCGetNumPortURLs> GCGetNumPortURLs{"GCGetNumPortURLs"};
+    SFunction<PGCGetPortURLInfo> GCGetPortURLInfo{"GCGetPortURLInfo"};
+    SFunction<PGCRegisterEvent> GCRegisterEvent{"GCRegisterEvent"};
+    SFunction<PGCUnregisterEvent> GCUnregisterEvent{"GCUnregisterEvent"};
+    SFunction<PEventGetData> EventGetData{"EventGetData"};
+    SFunction<PTLOpen> TLOpen{"TLOpen"};
+    SFunction<PTLClose> TLClose{"TLClose"};
+    SFunction<PTLGetInfo> TLGetInfo{"TLGetInfo"};
+    SFunction<PTLGetNumInterfaces> TLGetNumInterfaces{"TLGetNumInterfaces"};
+    SFunction<PTLGetInterfaceID> TLGetInterfaceID{"TLGetInterfaceID"};
+    SFunction<PTLGetInterfaceInfo> TLGetInterfaceInfo{"TLGetInterfaceInfo"};
+    SFunction<PTLOpenInterface> TLOpenInterface{"TLOpenInterface"};
+    SFunction<PTLUpdateInterfaceList> TLUpdateInterfaceList{"TLUpdateInterfaceList"};
+    SFunction<PIFClose> IFClose{"IFClose"};
+    SFunction<PIFGetNumDevices> IFGetNumDevices{"IFGetNumDevices"};
+    SFunction<PIFGetDeviceID> IFGetDeviceID{"IFGetDeviceID"};
+    SFunction<PIFUpdateDeviceList> IFUpdateDeviceList{"IFUpdateDeviceList"};
+    SFunction<PIFGetDeviceInfo> IFGetDeviceInfo{"IFGetDeviceInfo"};
+    SFunction<PIFOpenDevice> IFOpenDevice{"IFOpenDevice"};
+    SFunction<PDevGetPort> DevGetPort{"DevGetPort"};
+    SFunction<PDevGetNumDataStreams> DevGetNumDataStreams{"DevGetNumDataStreams"};
+    SFunction<PDevGetDataStreamID> DevGetDataStreamID{"DevGetDataStreamID"};
+    SFunction<PDevOpenDataStream> DevOpenDataStream{"DevOpenDataStream"};
+    SFunction<PDevClose> DevClose{"DevClose"};
+    SFunction<PDSAllocAndAnnounceBuffer> DSAllocAndAnnounceBuffer{"DSAllocAndAnnounceBuffer"};
+    SFunction<PDSRevokeBuffer> DSRevokeBuffer{"DSRevokeBuffer"};
+    SFunction<PDSQueueBuffer> DSQueueBuffer{"DSQueueBuffer"};
+    SFunction<PDSFlushQueue> DSFlushQueue{"DSFlushQueue"};
+    SFunction<PDSStartAcquisition> DSStartAcquisition{"DSStartAcquisition"};
+    SFunction<PDSStopAcquisition> DSStopAcquisition{"DSStopAcquisition"};
+    SFunction<PDSGetInfo> DSGetInfo{"DSGetInfo"};
+    SFunction<PDSGetBufferInfo> DSGetBufferInfo{"DSGetBufferInfo"};
+    SFunction<PDSClose> DSClose{"DSClose"};
+};
+
+// "GC_ERR_TIMEOUT (-1011)"; a code of a producer's own is named GC_ERR_CUSTOM.
+std::string CodeText(GC_ERROR code);
+
+} // namespace norveltl
