@@ -4,5 +4,8 @@ set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 export WINEPREFIX=${WINEPREFIX:-$root/.cache/wine}
 export WINEDEBUG=${WINEDEBUG:--all}
+# Without a display and these components no dialog can wait for somebody to answer it.
+export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-mscoree,mshtml,winemenubuilder.exe=}
+unset DISPLAY WAYLAND_DISPLAY
 mkdir -p "$WINEPREFIX"
 exec /usr/lib/wine/wine64 "$@"

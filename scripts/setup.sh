@@ -1,0 +1,214 @@
+#!/usr/bin/env bash
+# Installs what the builds and tests need on Debian 12 and makes .cache/: Boost.Thread for Windows, a Wine prefix.
+# Call it from anywhere, as root or as a user with sudo, as often as you like: scripts/setup.sh
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cache=$root/.cache
+prefix=$cache/windows
+wine_prefix=${WINEPREFIX:-$cache/wine}
+
+packages=(
+  binutils ca-certificates cmake git ninja-build python3 xz-utils
+  gcc g++ clang clang-format clang-tidy libclang-rt-14-dev llvm-14
+  g++-mingw-w64-x86-64-posix wine64
+  libboost1.81-dev libboost-thread1.81-dev nlohmann-json3-dev libcli11-dev libstb-dev
+  googletest libbenchmark-dev libxml2-utils
+)
+header_folders=(boost nlohmann CLI stb)
+
+keyring=/usr/share/keyrings/debian-archive-keyring.gpg
+compiler=x86_64-w64-mingw32-g++-posix
+flags=(-std=c++20 -O2 -w -D_WIN32_WINNT=0x0A00 -DBOOST_ALL_NO_LIB)
+# Timed waits read the chrono clocks, so the archive holds those too.
+sources=(
+  libs/thread/src/win32/thread.cpp libs/thread/src/win32/thread_primitives.cpp
+  libs/thread/src/win32/tss_dll.cpp libs/thread/src/win32/tss_pe.cpp libs/thread/src/future.cpp
+  libs/chrono/src/chrono.cpp
+)
+
+say() { echo "setup: $*" >&2; }
+die() {
+  say "$*"
+  exit 1
+}
+
+as_root() {
+  if [ "$(id -u)" -eq 0 ]; then
+    "$@"
+  elif command -v sudo >/dev/null; then
+    sudo "$@"
+  else
+    die "packages are missing; run this as root or install sudo"
+  fi
+}
+
+# try_often COMMAND...: up to three attempts, for what depends on the network.
+try_often() {
+  local attempt
+  for attempt in 1 2 3; do
+    "$@" && return
+    say "attempt $attempt of 3 failed: $*"
+    sleep $((attempt * 3))
+  done
+  return 1
+}
+
+missing_packages() {
+  local installed
+  # shellcheck disable=SC2016 # the braces are dpkg-query's
+  installed=$(dpkg-query -W -f '${db:Status-Status} ${Package}\n' "${packages[@]}" 2>/dev/null |
+    sed -n 's/^installed //p' || true)
+  comm -23 <(printf '%s\n' "${packages[@]}" | sort -u) <(sort -u <<<"$installed")
+}
+
+install_once() {
+  local apt=(env DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=300)
+  # An unrelated source that cannot be reached is no reason to stop; the installation itself is.
+  as_root "${apt[@]}" update || say "apt-get update complained; going on"
+  as_root "${apt[@]}" install -y --no-install-recommends "$@"
+}
+
+install_packages() {
+  local missing
+  mapfile -t missing < <(missing_packages)
+  if [ "${#missing[@]}" -gt 0 ]; then
+    say "installing ${missing[*]}"
+    try_often install_once "${missing[@]}" >&2 || die "apt-get could not install: ${missing[*]}"
+    mapfile -t missing < <(missing_packages)
+    [ "${#missing[@]}" -eq 0 ] || die "still missing: ${missing[*]}"
+  fi
+  local needed
+  for needed in /usr/lib/wine/wine64 "/usr/bin/$compiler" /usr/src/googletest/CMakeLists.txt; do
+    [ -e "$needed" ] || die "$needed is not there although its package is installed"
+  done
+}
+
+# The Debian mirrors to ask for the source package: the system's own first.
+mirrors() {
+  # shellcheck disable=SC2016 # the parentheses are apt's
+  { apt-get indextargets --format '$(REPO_URI)' \
+      'Created-By: Packages' 'Release: bookworm' 'Component: main' 2>/dev/null || true
+    echo http://deb.debian.org/debian/
+  } | grep -E '^https?:' | awk '!seen[$0]++'
+}
+
+# fetch_from MIRROR FOLDER: Debian's Boost source, without touching the system's package lists.
+fetch_from() {
+  mkdir -p "$2/lists/partial" "$2/archives/partial"
+  echo "deb-src [signed-by=$keyring] $1 bookworm main" >"$2/sources.list"
+  cat >"$2/apt.conf" <<CONF
+Dir::Etc::SourceList "$2/sources.list";
+Dir::Etc::SourceParts "/dev/null";
+Dir::State::Lists "$2/lists";
+Dir::Cache "$2";
+APT::Sandbox::User "root";
+APT::Update::Error-Mode "any";
+CONF
+  (
+    cd "$2"
+    export APT_CONFIG=$2/apt.conf
+    apt-get -q update && apt-get -q source --download-only --tar-only boost1.81
+  )
+}
+
+fetch_boost() {
+  local mirror
+  while read -r mirror; do
+    fetch_from "$mirror" "$1" && return
+  done < <(mirrors)
+  return 1
+}
+
+check_boost() {
+  cat >"$1/probe.cpp" <<'CPP'
+#include <boost/thread.hpp>
+#include <boost/thread/tss.hpp>
+
+static int s_cleaned = 0;
+
+int main() {
+    bool interrupted = false;
+    boost::thread_specific_ptr<int> local([](int*) { ++s_cleaned; });
+    boost::thread sleeper([&] {
+        local.reset(&s_cleaned);
+        try {
+            boost::this_thread::sleep_for(boost::chrono::minutes(1));
+        } catch (const boost::thread_interrupted&) {
+            interrupted = true;
+        }
+    });
+    sleeper.interrupt();
+    sleeper.join();
+
+    boost::mutex mutex;
+    boost::condition_variable changed;
+    boost::unique_lock<boost::mutex> lock(mutex);
+    const auto waited = changed.wait_for(lock, boost::chrono::milliseconds(20));
+    return interrupted && s_cleaned == 1 && waited == boost::cv_status::timeout ? 0 : 1;
+}
+CPP
+  "$compiler" "${flags[@]}" -DBOOST_THREAD_USE_LIB -isystem "$1/include" "$1/probe.cpp" \
+    "$1/lib/libboost_thread.a" -static -o "$1/probe.exe"
+}
+
+stamp() {
+  # shellcheck disable=SC2016 # the braces are dpkg-query's
+  dpkg-query -W -f '${Package} ${Version}\n' libboost1.81-dev g++-mingw-w64-x86-64-posix
+  printf '%s\n' "${flags[*]}" "${sources[@]}" "${header_folders[*]}"
+}
+
+make_windows_libraries() {
+  [ "$(cat "$prefix/built-from" 2>/dev/null)" != "$(stamp)" ] || return 0
+  [ -r "$keyring" ] || die "$keyring is missing: install debian-archive-keyring"
+  local work=$cache/windows.partial source object
+  rm -rf "$work"
+  mkdir -p "$work/download" "$work/boost" "$work/objects" "$work/new/include" "$work/new/lib"
+  for source in "${header_folders[@]}"; do
+    [ -d "/usr/include/$source" ] || die "/usr/include/$source is missing"
+    ln -s "/usr/include/$source" "$work/new/include/$source"
+  done
+
+  say "fetching the source of Boost 1.81"
+  try_often fetch_boost "$work/download" >"$work/download.log" 2>&1 ||
+    { cat "$work/download.log" >&2; die "the source of Boost 1.81 could not be fetched"; }
+  say "building Boost.Thread for Windows"
+  tar -xf "$work"/download/boost1.81_*.orig.tar.xz -C "$work/boost" --strip-components=1 \
+    --wildcards '*/libs/thread/src/*' '*/libs/chrono/src/*'
+  for source in "${sources[@]}"; do
+    object=$work/objects/$(basename "$source" .cpp).o
+    "$compiler" "${flags[@]}" -DBOOST_THREAD_BUILD_LIB -I "$work/new/include" \
+      -c "$work/boost/$source" -o "$object"
+  done
+  x86_64-w64-mingw32-ar rcs "$work/new/lib/libboost_thread.a" "$work"/objects/*.o
+  check_boost "$work/new"
+
+  stamp >"$work/new/built-from"
+  rm -rf "$prefix"
+  mv -T "$work/new" "$prefix"
+  rm -rf "$work"
+}
+
+# Wine keeps background processes: they get neither our lock nor our standard streams.
+wine() { "$root/scripts/wine.sh" "$@" </dev/null >"$cache/wine.log" 2>&1 9>&-; }
+
+warm_wine() {
+  if [ ! -e "$wine_prefix/norvel-ready" ]; then
+    say "making the Wine prefix $wine_prefix"
+    wine wineboot --init || { cat "$cache/wine.log" >&2; die "Wine does not start"; }
+    touch "$wine_prefix/norvel-ready"
+  fi
+  wine "$prefix/probe.exe" || { cat "$cache/wine.log" >&2; die "Boost.Thread fails under Wine"; }
+}
+
+case ${1-} in
+  -h | --help) sed -n '2,3s/^# //p' "${BASH_SOURCE[0]}"; exit ;;
+  ?*) die "takes no arguments" ;;
+esac
+
+mkdir -p "$cache"
+exec 9>"$cache/setup.lock"
+flock 9
+install_packages
+make_windows_libraries
+warm_wine

@@ -1,0 +1,104 @@
+#!/usr/bin/env python3
+# Runs clang-tidy over the module, simulator and tool, again only over files whose contents or headers changed.
+# Call it after building, with the build folders whose compile commands count: scripts/tidy.py FOLDER...
+import concurrent.futures
+import functools
+import hashlib
+import json
+import pathlib
+import re
+import shlex
+import subprocess
+import sys
+
+ROOT = pathlib.Path(__file__).resolve().parent.parent
+CACHE = ROOT / ".cache" / "tidy"
+ANALYSED = ("src", "simulator", "tools")
+SUFFIXES = (".cpp", ".c")
+GCC_ONLY = {"-fno-gnu-unique", "-Werror"}
+
+
+def output_of(*command):
+    return subprocess.run(command, cwd=ROOT, check=True, capture_output=True, text=True).stdout
+
+
+@functools.cache
+def digest(path):
+    return hashlib.sha256(pathlib.Path(path).read_bytes()).hexdigest()
+
+
+@functools.cache
+def arguments_for_clang(compiler):
+    """What clang cannot find out by itself about a MinGW compiler."""
+    if "mingw" not in compiler:
+        return []
+    searched = subprocess.run([compiler, "-E", "-v", "-x", "c++", "/dev/null"], check=True, capture_output=True, text=True)
+    library = [line.strip() for line in searched.stderr.splitlines() if re.match(r" /.*/include/c\+\+", line)]
+    return ["--target=x86_64-w64-mingw32", "-nostdinc++", *(word for d in library for word in ("-isystem", d))]
+
+
+def headers_of(build):
+    """Object file -> everything it was compiled from, as Ninja recorded it."""
+    found, target = {}, None
+    for line in output_of("ninja", "-C", str(build), "-t", "deps").splitlines():
+        if line.startswith("    "):
+            found[target].append(str((build / line.strip()).resolve()))
+        elif ": #deps" in line:
+            target = line.split(":")[0]
+            found[target] = []
+    return found
+
+
+@functools.cache
+def sources_in_tree():
+    found = (path for top in ANALYSED for path in (ROOT / top).rglob("*"))
+    return {path.resolve() for path in found if path.suffix in SUFFIXES}
+
+
+def jobs_in(build):
+    """Source file -> (command for clang, everything it includes)."""
+    headers = headers_of(build)
+    for entry in json.loads((build / "compile_commands.json").read_text()):
+        source = pathlib.Path(entry["file"]).resolve()
+        if source not in sources_in_tree():
+            continue
+        command = shlex.split(entry["command"])
+        made = command[command.index("-o") + 1]
+        if made not in headers:
+            sys.exit(f"tidy: {source} has not been built in {build}")
+        kept = [word for word in command[1:] if word not in GCC_ONLY]
+        yield source, [*arguments_for_clang(command[0]), *kept], headers[made]
+
+
+def analyse(source, command, included):
+    """Answers what clang-tidy has to say, nothing if the file is clean."""
+    parts = [VERSION, digest(ROOT / ".clang-tidy"), shlex.join(command), *map(digest, sorted(set(included)))]
+    mark = CACHE / hashlib.sha256("\n".join(parts).encode()).hexdigest()
+    if mark.exists():
+        return ""
+    run = subprocess.run(["clang-tidy", "--quiet", str(source), "--", *command], capture_output=True, text=True)
+    if run.returncode == 0 and not run.stdout.strip():
+        mark.touch()
+        return ""
+    return run.stdout + run.stderr
+
+
+def main(builds):
+    CACHE.mkdir(parents=True, exist_ok=True)
+    jobs = {}
+    for build in builds:
+        for source, command, included in jobs_in(pathlib.Path(build).resolve()):
+            jobs.setdefault(source, (command, included))
+    left_out = sources_in_tree() - jobs.keys()
+    for source in sorted(left_out):
+        print(f"{source}: no build compiles this file")
+    with concurrent.futures.ThreadPoolExecutor(2) as pool:
+        reports = list(pool.map(lambda job: analyse(job[0], *job[1]), sorted(jobs.items())))
+    complaints = [report for report in reports if report]
+    print(*complaints, sep="\n", end="")
+    print(f"tidy: {len(jobs)} files analysed, {len(complaints)} with complaints, {len(left_out)} not built")
+    sys.exit(0 if jobs and not complaints and not left_out else 1)
+
+
+VERSION = output_of("clang-tidy", "--version")
+main(sys.argv[1:])
