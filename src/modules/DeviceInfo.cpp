@@ -38,7 +38,7 @@ CDeviceInfo::CDeviceInfo(const CDeviceInfo& other)
 CDeviceInfo::~CDeviceInfo() = default;
 
 std::string CDeviceInfo::GetID() const {
-    return m_id.c_str();
+    return m_id.substr(0, m_id.find('\0'));
 }
 
 std::string CDeviceInfo::GetDisplayName() const {

@@ -1,5 +1,6 @@
 #include "Fixtures.h"
 
+#include <algorithm>
 #include <cctype>
 #include <iomanip>
 

@@ -17,7 +17,7 @@ public:
     // any other; the file is deleted with the object.
     static std::unique_ptr<Producer> LoadCopy();
 
-    // Unloads the module.
+    // Unloads the module, except under a leak checker.
     ~Producer();
 
     Producer(const Producer&) = delete;
