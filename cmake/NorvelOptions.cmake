@@ -3,7 +3,8 @@ add_library(norvel_options INTERFACE)
 target_compile_features(norvel_options INTERFACE cxx_std_20)
 
 if(MSVC)
-  target_compile_options(norvel_options INTERFACE /W4 /WX /permissive- /utf-8)
+  # The camera library's exported classes derive from the standard library's, which is not exported.
+  target_compile_options(norvel_options INTERFACE /W4 /WX /wd4251 /wd4275 /permissive- /utf-8)
 else()
   target_compile_options(
     norvel_options INTERFACE -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Werror

@@ -8,6 +8,7 @@
 #include <boost/format.hpp>
 
 #include <exception>
+#include <locale>
 #include <string>
 #include <utility>
 
@@ -50,10 +51,11 @@ using out_of_memory_error = client_error<GC_ERR_OUT_OF_MEMORY>;
 using dynamic_cast_error = client_error<GC_ERR_ERROR>;
 
 // Fills the placeholders of a printf-style text. An unsigned argument is printed as unsigned
-// whatever its placeholder says, so an argument of %d that may be negative is passed signed.
+// whatever its placeholder says, so an argument of %d that may be negative is passed signed. The
+// consumer's locale takes no part.
 template <class... Arguments>
 std::string Format(const char* text, const Arguments&... arguments) {
-    boost::format format(text);
+    boost::format format(text, std::locale::classic());
     (format % ... % arguments);
     return format.str();
 }

@@ -25,7 +25,7 @@ struct Record {
 constexpr int kMaxRounds = 1000;
 
 // Created by the first error and kept for as long as the process lives.
-std::atomic<Record*> g_record{nullptr};
+std::atomic<Record*> g_record{nullptr}; // owned
 
 Record* TheRecord() noexcept {
     Record* record = g_record.load(std::memory_order_acquire);

@@ -15,7 +15,7 @@ namespace GenICam::Client {
 template <class Error>
 void RequireFirstUrl(std::uint32_t index) {
     if (index != 0) {
-        throw Error(Format("URL Index %ld is out of range", index));
+        throw Error(Format("URL Index %ld is out of range", static_cast<std::int32_t>(index)));
     }
 }
 

@@ -10,6 +10,7 @@
 #include <cstdint>
 #include <limits>
 #include <thread>
+#include <utility>
 
 namespace GenICam::Client {
 
@@ -19,8 +20,8 @@ inline constexpr std::uint64_t kWaitForever = std::numeric_limits<std::uint64_t>
 enum class WaitResult { Woken, TimedOut, Closed };
 
 // A condition variable that neither loses nor invents a wake-up: each grant ends exactly one wait
-// that began before it, and a wait that was granted never reports a time-out. All operations but
-// Notify are called under the lock of the state that is waited for.
+// that began before it, the oldest one, and a wait that was granted never reports a time-out. All
+// operations but Notify are called under the lock of the state that is waited for.
 template <class Condition>
 class CWaitPoint {
 public:
@@ -33,8 +34,8 @@ public:
         constexpr std::uint64_t kLongestSlice = 3'600'000;
 
         const Clock::time_point start = Clock::now();
-        const CWaiter waiter(*this);
-        while (m_numGranted == 0 && !m_closed) {
+        CWaiter waiter(*this);
+        while (!waiter.m_granted && !m_closed) {
             std::uint64_t slice = kLongestSlice;
             if (milliseconds != kWaitForever) {
                 const auto passed = static_cast<std::uint64_t>(
@@ -51,49 +52,64 @@ public:
         if (m_closed) {
             return WaitResult::Closed;
         }
-        if (m_numGranted == 0) {
-            return WaitResult::TimedOut;
-        }
-        --m_numGranted;
-        return WaitResult::Woken;
+        return waiter.Take() ? WaitResult::Woken : WaitResult::TimedOut;
     }
 
-    // Ends one wait. True when there is one: the caller then calls Notify, best without the lock.
+    // Ends the oldest wait. True when there is one: the caller then calls Notify, best without the
+    // lock.
     bool Grant() noexcept {
-        if (m_numGranted == m_numWaiting) {
+        CWaiter* waiter = m_oldest;
+        while (waiter != nullptr && waiter->m_granted) {
+            waiter = waiter->m_next;
+        }
+        if (waiter == nullptr) {
             return false;
         }
-        ++m_numGranted;
+        waiter->m_granted = true;
         return true;
     }
 
-    void Notify() noexcept { m_condition.notify_one(); }
+    // Wakes all, since any of them may be the one that was granted.
+    void Notify() noexcept { m_condition.notify_all(); }
 
     // Ends all waits, those to come included.
     void Close() noexcept {
         m_closed = true;
-        m_condition.notify_all();
+        Notify();
     }
 
 private:
-    // One waiting thread. A wait that ends by an exception leaves no grant behind.
-    class CWaiter {
-    public:
-        explicit CWaiter(CWaitPoint& point) noexcept : m_point(point) { ++m_point.m_numWaiting; }
+    // One waiting thread, in a list by age. A wait that ends by an exception hands its grant on.
+    struct CWaiter {
+        explicit CWaiter(CWaitPoint& point) noexcept : m_point(point) {
+            CWaiter** end = &m_point.m_oldest;
+            while (*end != nullptr) {
+                end = &(*end)->m_next;
+            }
+            *end = this;
+        }
         ~CWaiter() {
-            --m_point.m_numWaiting;
-            m_point.m_numGranted = std::min(m_point.m_numGranted, m_point.m_numWaiting);
+            CWaiter** link = &m_point.m_oldest;
+            while (*link != this) {
+                link = &(*link)->m_next;
+            }
+            *link = m_next;
+            if (m_granted && m_point.Grant()) {
+                m_point.Notify();
+            }
         }
         CWaiter(const CWaiter&) = delete;
         CWaiter& operator=(const CWaiter&) = delete;
 
-    private:
+        bool Take() noexcept { return std::exchange(m_granted, false); }
+
         CWaitPoint& m_point;
+        CWaiter* m_next = nullptr;
+        bool m_granted = false;
     };
 
     Condition m_condition;
-    std::uint64_t m_numWaiting = 0;
-    std::uint64_t m_numGranted = 0;
+    CWaiter* m_oldest = nullptr;
     bool m_closed = false;
 };
 
@@ -115,12 +131,22 @@ public:
 
     // Returns when no call is inside.
     void Drain() const noexcept {
-        while (m_numInside.load(std::memory_order_acquire) != 0) {
+        while (IsInside()) {
+            std::this_thread::yield();
+        }
+    }
+
+    // The same, but after that time at the latest.
+    void DrainFor(std::chrono::microseconds time) const noexcept {
+        const auto end = std::chrono::steady_clock::now() + time;
+        while (IsInside() && std::chrono::steady_clock::now() < end) {
             std::this_thread::yield();
         }
     }
 
 private:
+    bool IsInside() const noexcept { return m_numInside.load(std::memory_order_acquire) != 0; }
+
     std::atomic<int> m_numInside{0};
 };
 

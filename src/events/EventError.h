@@ -23,6 +23,8 @@ void CopyEntry(const ErrorEventEntry& entry, void* buffer, size_t* size);
 
 class CEventError final : public CEventQueue<boost::shared_ptr<ErrorEventEntry>> {
 public:
+    ~CEventError() override { EndWaits(); }
+
     // Answers EVENT_NUM_IN_QUEUE and writes nothing for every other command.
     void GetInfo(EVENT_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size) override;
     // Always throws std::invalid_argument.

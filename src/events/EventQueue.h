@@ -17,18 +17,10 @@
 namespace GenICam::Client {
 
 // Entry is the shared pointer to an entry. Any thread may push while others wait; each entry wakes
-// one waiter. Destruction ends the waits with abort_error and returns after the waiters have left.
+// one waiter. A kind ends the waits in its destructor.
 template <class Entry>
 class CEventQueue : public CEventObj {
 public:
-    ~CEventQueue() override {
-        {
-            const boost::unique_lock<boost::mutex> lock(m_mutex);
-            m_arrival.Close();
-        }
-        m_calls.Drain();
-    }
-
     // A wait that times out succeeds and writes nothing. A size of 0 asks for the size of the
     // oldest entry and leaves it queued.
     // Throws std::invalid_argument "Buffer too small", std::runtime_error when another thread took
@@ -92,6 +84,15 @@ public:
 
 protected:
     CEventQueue() = default;
+
+    // Ends all waits with abort_error and returns after the waiters have left.
+    void EndWaits() {
+        {
+            const boost::unique_lock<boost::mutex> lock(m_mutex);
+            m_arrival.Close();
+        }
+        m_calls.Drain();
+    }
 
     std::size_t NumQueued() {
         const boost::unique_lock<boost::mutex> lock(m_mutex);

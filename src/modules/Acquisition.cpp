@@ -6,6 +6,7 @@
 #include "platform/Platform.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cstring>
 #include <limits>
 #include <new>
@@ -16,6 +17,8 @@ namespace {
 
 constexpr std::uint32_t kWithoutLimit = std::numeric_limits<std::uint32_t>::max();
 constexpr Optivo::UInt32 kGrabTimeout = 100;
+// How long consumers that want the input lock go first, at most.
+constexpr std::chrono::microseconds kMakeWayTime(1000);
 // What a grab counts as that threw; like every unknown result it ends the acquisition.
 constexpr Optivo::Int32 kGrabThrew = GC_ERR_ERROR;
 // A grab result that turns a timed-out wait into a success.
@@ -57,9 +60,8 @@ void CDataStream::StartAcquisition(ACQ_START_FLAGS /*flags*/, std::uint64_t coun
         throw std::runtime_error("Unable to start acquisition");
     }
     m_payloadSize = PayloadSize();
-    {
-        const OutputLock output(m_outputLock);
-        m_output.Reserve(NumAnnounced() + 2);
+    if (HasSmallBuffer()) {
+        ReserveScratch();
     }
     ResetCounters();
     m_grabbing = true;
@@ -130,7 +132,7 @@ bool CDataStream::AcquireNext() {
     if (m_input.Empty()) {
         const bool goOn = DropImage();
         input.unlock();
-        m_inputWaiters.Drain();
+        m_inputWaiters.DrainFor(kMakeWayTime);
         return goOn;
     }
     CBufferInfo& buffer = *m_input.PopFront();
@@ -205,13 +207,18 @@ Optivo::Int32 CDataStream::Fill(CBufferInfo& buffer) {
     return buffer.Size() < m_payloadSize ? FillSmall(buffer) : Grab(buffer.Memory());
 }
 
-// The library writes a whole image; what the buffer cannot hold of it is cut off.
-Optivo::Int32 CDataStream::FillSmall(CBufferInfo& buffer) {
+// Called without the acquisition thread, or on it. False without memory.
+bool CDataStream::ReserveScratch() noexcept {
     if (m_scratchSize < m_payloadSize) {
         m_scratch.reset(new (std::nothrow) char[m_payloadSize]);
         m_scratchSize = m_scratch ? m_payloadSize : 0;
     }
-    if (!m_scratch) {
+    return m_scratch != nullptr;
+}
+
+// The library writes a whole image; what the buffer cannot hold of it is cut off.
+Optivo::Int32 CDataStream::FillSmall(CBufferInfo& buffer) {
+    if (!ReserveScratch()) { // the buffer may be newer than the start
         return GC_ERR_OUT_OF_MEMORY;
     }
     const Optivo::Int32 result = Grab(m_scratch.get());

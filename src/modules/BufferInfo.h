@@ -48,7 +48,7 @@ public:
     void SetTimestamp(std::uint64_t ticks) { m_timestamp.store(ticks, std::memory_order_relaxed); }
 
     // The stream that announced the buffer, only ever compared; null when it has gone without it.
-    const void* m_owner = nullptr;
+    std::atomic<const void*> m_owner{nullptr};
     // Whether the buffer was ever queued in a stream that did not announce it.
     std::atomic<bool> m_strayed{false};
 

@@ -55,6 +55,9 @@ public:
         }
     }
 
+    // Room for that many more.
+    void ReserveMore(std::size_t count) { Reserve(m_buffers.size() + count + 2); }
+
     bool Empty() const { return m_buffers.empty(); }
     std::size_t Size() const { return m_size.load(std::memory_order_relaxed); }
     auto begin() const { return m_buffers.begin(); }

@@ -73,6 +73,7 @@ CDataStream::CDataStream(const char* id, CDevice* device)
 }
 
 CDataStream::~CDataStream() {
+    const boost::this_thread::disable_interruption uninterrupted;
     {
         const OutputLock output(m_outputLock);
         m_outputFilled.Close();

@@ -107,6 +107,7 @@ private:
     bool DropImage();
     Optivo::Int32 Fill(CBufferInfo& buffer);
     Optivo::Int32 FillSmall(CBufferInfo& buffer);
+    bool ReserveScratch() noexcept;
     void Deliver(CBufferInfo& buffer);
     void PutBack(CBufferInfo& buffer);
     void EndFill();
@@ -122,6 +123,7 @@ private:
     Optivo::Int32 CameraValue(std::uint32_t command, const size_t* given, Value& value);
     CBufferInfo* Announce(std::unique_ptr<CBufferInfo> buffer);
     std::size_t NumAnnounced();
+    bool HasSmallBuffer();
     GC_ERROR TimeoutResult() const;
 
     // Moves between the queues; the locks that each needs are held.

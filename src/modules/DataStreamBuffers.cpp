@@ -34,7 +34,10 @@ void WriteIfWanted(T* destination, T value) {
 
 CBufferInfo* CDataStream::Announce(std::unique_ptr<CBufferInfo> buffer) {
     buffer->m_owner = this;
+    // Room for its delivery is made here, not by the acquisition thread.
+    const OutputLock output(m_outputLock);
     const boost::lock_guard<boost::mutex> lock(m_announcedLock);
+    m_output.Reserve(m_announced.size() + 2);
     m_announced.push_back(buffer.get());
     return buffer.release();
 }
@@ -42,6 +45,13 @@ CBufferInfo* CDataStream::Announce(std::unique_ptr<CBufferInfo> buffer) {
 std::size_t CDataStream::NumAnnounced() {
     const boost::lock_guard<boost::mutex> lock(m_announcedLock);
     return m_announced.size();
+}
+
+bool CDataStream::HasSmallBuffer() {
+    const boost::lock_guard<boost::mutex> lock(m_announcedLock);
+    return std::any_of(m_announced.begin(), m_announced.end(), [this](const CBufferInfo* buffer) {
+        return buffer->Size() < m_payloadSize;
+    });
 }
 
 void CDataStream::AnnounceBuffer(void* memory, size_t size, void* privateData,
@@ -80,10 +90,14 @@ void CDataStream::RevokeBuffer(BUFFER_HANDLE handle, void** memory, void** priva
     } else {
         DropBuffer(buffer);
     }
+    {
+        const boost::lock_guard<boost::mutex> lock(m_announcedLock);
+        if (std::erase(m_announced, &buffer) == 0) { // another thread revoked it meanwhile
+            throw invalid_handle_error("Invalid Buffer Handle");
+        }
+    }
     WriteIfWanted(memory, buffer.Memory());
     WriteIfWanted(privateData, buffer.PrivateData());
-    const boost::lock_guard<boost::mutex> lock(m_announcedLock);
-    std::erase(m_announced, &buffer);
     delete &buffer;
 }
 
@@ -127,6 +141,7 @@ void CDataStream::QueueBuffer(BUFFER_HANDLE handle) {
 }
 
 void CDataStream::MoveInputToOutput() {
+    m_output.ReserveMore(m_input.Size());
     for (CBufferInfo* buffer : m_input) {
         buffer->SetState(false, false, true);
         m_output.PushBack(buffer);
@@ -145,6 +160,7 @@ void CDataStream::DiscardOutput() {
 }
 
 void CDataStream::MoveOutputToInput() {
+    m_input.ReserveMore(m_output.Size());
     for (CBufferInfo* buffer : m_output) {
         buffer->SetState(true, false, false);
         m_input.PushBack(buffer);
@@ -152,13 +168,19 @@ void CDataStream::MoveOutputToInput() {
     m_output.Clear();
 }
 
+// Of every buffer, or of those only that are not delivered either and then have no new data.
 void CDataStream::AppendUnqueued(bool evenDelivered) {
     const boost::lock_guard<boost::mutex> lock(m_announcedLock);
+    m_input.ReserveMore(m_announced.size());
     for (CBufferInfo* buffer : m_announced) {
-        if (!buffer->IsQueued() && (evenDelivered || !buffer->IsDelivered())) {
-            buffer->SetQueued();
-            m_input.PushBack(buffer);
+        if (buffer->IsQueued() || (buffer->IsDelivered() && !evenDelivered)) {
+            continue;
         }
+        buffer->SetQueued();
+        if (!evenDelivered) {
+            buffer->ClearNewData();
+        }
+        m_input.PushBack(buffer);
     }
     if (m_inputFilled.Grant()) {
         m_inputFilled.Notify();
@@ -168,9 +190,10 @@ void CDataStream::AppendUnqueued(bool evenDelivered) {
 // Every announced buffer ends in the output queue, from where a wait delivers it although its
 // state is clear.
 void CDataStream::DiscardAll() {
+    const boost::lock_guard<boost::mutex> lock(m_announcedLock);
+    m_output.Reserve(m_announced.size() + 2);
     m_output.Clear();
     m_input.Clear();
-    const boost::lock_guard<boost::mutex> lock(m_announcedLock);
     for (CBufferInfo* buffer : m_announced) {
         buffer->SetState(false, false, false);
         m_output.PushBack(buffer);

@@ -65,6 +65,8 @@ public:
     // The camera library's object; may be null.
     Optivo::ICamDevice* Camera() const { return m_camera.get(); }
 
+    // The ID under which the interface lists the device.
+    const std::string& Id() const { return m_id; }
     // The interface that opened the device, null once it is closed.
     CInterface* Interface() const { return m_interface.load(std::memory_order_relaxed); }
     // The interface is going and the device stays.

@@ -101,8 +101,8 @@ void CDevicePort::RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) {
         static_cast<CDevicePort*>(context)->OnEvent(eventId, low, high);
     };
     if (Optivo::ICamDevice* camera = m_device->Camera()) {
-        camera->RegisterEventCallback(callback, this);
         m_callbackInstalled = true;
+        camera->RegisterEventCallback(callback, this);
     }
     m_event->Register();
     handle = static_cast<CEventObj*>(m_event.get());

@@ -7,6 +7,7 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include <atomic>
 #include <string>
 
 namespace GenICam::Client {
@@ -47,7 +48,7 @@ private:
 
     CDevice* m_device;
     boost::shared_ptr<CEventDevice> m_event;
-    bool m_callbackInstalled = false;
+    std::atomic<bool> m_callbackInstalled{false};
 };
 
 } // namespace GenICam::Client

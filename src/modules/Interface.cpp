@@ -266,7 +266,7 @@ void CInterface::UpdateDeviceList(bool8_t* changed, std::uint32_t timeout) {
 }
 
 void CInterface::RemoveDevice(const std::string& id) {
-    const auto hasId = [&](CDevice* device) { return device->GetDeviceInfo()->GetID() == id; };
+    const auto hasId = [&](CDevice* device) { return device->Id() == id; };
     auto found = std::find_if(m_openDevices.begin(), m_openDevices.end(), [&](CDevice* device) {
         return device->IsClosing() && hasId(device);
     });

@@ -32,8 +32,8 @@ private:
 
     boost::mutex m_mutex;
     std::vector<CDataStream*> m_streams;
-    std::vector<Optivo::ICamStream*> m_keptStreams;
-    std::vector<CBufferInfo*> m_keptBuffers;
+    std::vector<Optivo::ICamStream*> m_keptStreams; // owned
+    std::vector<CBufferInfo*> m_keptBuffers;        // owned
 };
 
 } // namespace GenICam::Client

@@ -2,6 +2,7 @@
 
 #include <boost/format.hpp>
 
+#include <locale>
 #include <stdexcept>
 #include <vector>
 
@@ -28,7 +29,8 @@ namespace GenICam::Client::Platform {
 namespace {
 
 std::string WithLastError(const char* text) {
-    return boost::str(boost::format(text) % static_cast<std::int32_t>(GetLastError()));
+    return boost::str(boost::format(text, std::locale::classic()) %
+                      static_cast<std::int32_t>(GetLastError()));
 }
 
 } // namespace
