@@ -48,7 +48,7 @@ GC_API DevClose(DEV_HANDLE hDevice) {
         if (device == nullptr) {
             return GC_ERR_INVALID_HANDLE;
         }
-        delete device;
+        device->Close();
         return GC_ERR_SUCCESS;
     });
 }

@@ -30,6 +30,14 @@ struct CameraObjectCloser {
 template <class CameraObject>
 using CamPtr = std::unique_ptr<CameraObject, CameraObjectCloser>;
 
+// Gives an object back, once, where there is a caller to tell: throws what its close throws.
+template <class CameraObject>
+void GiveBack(CamPtr<CameraObject> object) {
+    if (CameraObject* released = object.release()) {
+        released->Close();
+    }
+}
+
 // What the library writes into a buffer of Capacity bytes, up to its first zero; query is called
 // with the buffer and its size. The library may write nothing, no terminating zero, or claim any
 // size: the buffer starts empty and one byte behind it stays zero.

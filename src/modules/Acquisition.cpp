@@ -35,12 +35,15 @@ void CDataStream::JoinThread() {
     if (m_thread && m_thread->joinable()) {
         m_thread->join();
     }
+    m_hold.reset();
 }
 
 void CDataStream::LaunchThread() {
     try {
+        m_hold.emplace();
         m_thread = std::make_unique<boost::thread>(&CDataStream::AcquisitionLoop, this);
     } catch (const std::exception&) {
+        m_hold.reset();
         m_acquiring = false;
         m_grabbing = false;
         throw std::runtime_error("Unable to start acquisition");

@@ -14,6 +14,7 @@
 #include <cstdlib>
 #include <limits>
 #include <stdexcept>
+#include <utility>
 
 namespace GenICam::Client {
 namespace {
@@ -85,7 +86,7 @@ CDataStream::~CDataStream() {
     }
     m_acquiring = false;
     JoinThread();
-    m_device->ForgetStream(this);
+    LeaveDevice();
     CStreamRegistry::Instance().Remove(this);
     CStreamRegistry::Instance().Keep(m_camera.release(), m_announced);
 }
@@ -96,14 +97,21 @@ void CDataStream::ReleaseAll() {
         StopAcquisition(ACQ_STOP_FLAGS_DEFAULT);
     }
     m_camera.release()->Close();
-    m_device->ForgetStream(this);
+    LeaveDevice();
     while (!m_announced.empty()) {
         RevokeBuffer(HandleOf(m_announced.front()), nullptr, nullptr);
     }
 }
 
+// The device may be gone as soon as it has forgotten the stream.
+void CDataStream::LeaveDevice() {
+    if (CDevice* device = std::exchange(m_device, nullptr)) {
+        device->ForgetStream(this);
+    }
+}
+
 void CDataStream::Close() {
-    if (!m_closing.exchange(true)) {
+    if (BeginClosing()) {
         delete this;
     }
 }

@@ -9,6 +9,7 @@
 #include "events/EventError.h"
 #include "modules/BufferQueue.h"
 #include "modules/NewBufferEvent.h"
+#include "platform/Platform.h"
 
 #include <boost/shared_ptr.hpp>
 #include <boost/thread/condition_variable.hpp>
@@ -19,6 +20,7 @@
 #include <atomic>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace GenICam::Client {
@@ -45,10 +47,6 @@ public:
                      size_t* size) override;
     void GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
                         void* buffer, size_t* size) override;
-
-    // EVENT_ERROR and EVENT_NEW_BUFFER; throws std::runtime_error for every other type.
-    void RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) override;
-    void UnregisterEvent(EVENT_TYPE type) override;
 
     // Adds a buffer of size bytes: the consumer's memory, or with a null pointer memory of the
     // buffer's own, whose allocation is not checked.
@@ -79,7 +77,7 @@ public:
                                void* buffer, size_t* size);
     // The announced buffer at a position. Throws std::runtime_error behind the last one.
     virtual void GetBufferID(std::uint32_t index, BUFFER_HANDLE* handle);
-    // Destroys this object.
+    // Destroys this object, unless another thread is doing so.
     virtual void Close();
     // Takes the oldest filled buffer, waiting for one up to timeout milliseconds (all bits set:
     // without limit), and writes an EVENT_NEW_BUFFER_DATA. Answers 0, -1001, -1008 or -1011.
@@ -91,7 +89,15 @@ public:
     // Makes the next wake-up of a wait under way fail; wakes nobody.
     virtual void KillWait();
 
+    // Behind the module's own operations, because an override of the second base takes a place in
+    // this class's table too.
+    // EVENT_ERROR and EVENT_NEW_BUFFER; throws std::runtime_error for every other type.
+    void RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) override;
+    void UnregisterEvent(EVENT_TYPE type) override;
+
     CDevice* Device() const { return m_device; }
+    // True for the first caller, which then destroys this object.
+    bool BeginClosing() { return !m_closing.exchange(true); }
     // Takes a buffer out of both queues, and waits for a fill of it to end. Its state is clear.
     void DropBuffer(const CBufferInfo& buffer);
 
@@ -116,6 +122,7 @@ private:
     void LaunchThread();
     void JoinThread();
     void ReleaseAll();
+    void LeaveDevice();
     void ResetCounters();
     std::uint64_t PayloadSize();
 
@@ -151,6 +158,8 @@ private:
     // Serialises start, stop and destruction.
     boost::mutex m_control;
     std::unique_ptr<boost::thread> m_thread;
+    // A consumer may unload the module and forget the thread.
+    std::optional<Platform::CModuleHold> m_hold;
 
     std::atomic<std::uint64_t> m_numLost{0};
     std::atomic<std::uint64_t> m_numDelivered{0};

@@ -9,8 +9,10 @@
 #include "modules/Interface.h"
 
 #include <boost/make_shared.hpp>
+#include <boost/thread/lock_guard.hpp>
 
 #include <algorithm>
+#include <exception>
 #include <stdexcept>
 
 namespace GenICam::Client {
@@ -38,17 +40,47 @@ CDevice::CDevice(CInterface* owner, std::string id, boost::shared_ptr<CDeviceInf
       m_errorEvent(std::make_unique<CEventError>()) {}
 
 CDevice::~CDevice() {
-    m_closing = true;
-    // Each stream removes itself from the list.
-    while (!m_streams.empty()) {
-        delete m_streams.front();
-    }
-    // The port goes last: its events come until the camera is closed, and not even a close that
-    // fails may leave a callback to a port that is gone.
-    m_port->StopEvents();
+    StopUse();
     m_camera.reset();
     if (CInterface* owner = Interface()) {
         owner->RemoveDevice(m_id);
+    }
+}
+
+// The port goes last: its events come until the camera is closed, and not even a close that fails
+// may leave a callback to a port that is gone.
+void CDevice::StopUse() {
+    m_closing = true;
+    CloseStreams();
+    m_port->StopEvents();
+}
+
+void CDevice::Close() {
+    StopUse();
+    std::exception_ptr failure;
+    try {
+        GiveBack(std::move(m_camera));
+    } catch (...) {
+        failure = std::current_exception();
+    }
+    delete this;
+    if (failure) {
+        std::rethrow_exception(failure);
+    }
+}
+
+// Each stream removes itself from the list, also one that another thread is closing.
+void CDevice::CloseStreams() {
+    boost::unique_lock<boost::mutex> lock(m_streamsLock);
+    while (!m_streams.empty()) {
+        CDataStream* stream = m_streams.front();
+        if (stream->BeginClosing()) {
+            lock.unlock();
+            delete stream;
+            lock.lock();
+        } else {
+            m_streamLeft.wait(lock);
+        }
     }
 }
 
@@ -103,10 +135,12 @@ boost::shared_ptr<CDeviceInfo> CDevice::GetDeviceInfo() {
 }
 
 CDataStream* CDevice::GetStream(std::uint32_t index) {
+    const boost::lock_guard<boost::mutex> lock(m_streamsLock);
     return index < m_streams.size() ? m_streams[index] : nullptr;
 }
 
 void CDevice::RemoveStream(std::uint32_t index) {
+    const boost::lock_guard<boost::mutex> lock(m_streamsLock);
     if (index >= m_streams.size()) {
         throw std::invalid_argument("Invalid Stream Channel Index");
     }
@@ -114,10 +148,9 @@ void CDevice::RemoveStream(std::uint32_t index) {
 }
 
 void CDevice::ForgetStream(const CDataStream* stream) {
-    const auto found = std::find(m_streams.begin(), m_streams.end(), stream);
-    if (found != m_streams.end()) {
-        RemoveStream(static_cast<std::uint32_t>(found - m_streams.begin()));
-    }
+    const boost::lock_guard<boost::mutex> lock(m_streamsLock);
+    std::erase(m_streams, stream);
+    m_streamLeft.notify_all();
 }
 
 void CDevice::GetInfo(DEVICE_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size) {
@@ -174,6 +207,7 @@ std::string CDevice::GetDataStreamID(std::uint32_t index) const {
 
 CDataStream* CDevice::OpenDataStream(const char* id) {
     const char* wanted = &Require(id, "sDataStreamID");
+    const boost::lock_guard<boost::mutex> lock(m_streamsLock);
     for (CDataStream* stream : m_streams) {
         if (stream->GetID() == wanted) {
             return stream;

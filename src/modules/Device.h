@@ -9,6 +9,8 @@
 #include "modules/DeviceInfo.h"
 
 #include <boost/shared_ptr.hpp>
+#include <boost/thread/condition_variable.hpp>
+#include <boost/thread/mutex.hpp>
 
 #include <atomic>
 #include <memory>
@@ -21,13 +23,14 @@ class CDataStream;
 class CDevicePort;
 class CInterface;
 
-// Takes no lock: a consumer opens and closes the streams of one device from one thread at a time.
+// Only the list of streams is locked: several threads may open and close the streams of one device,
+// and the device itself while they do.
 class CDevice final : public ICommonBase {
 public:
     // The camera may be null: the library can call an opening a success and give nothing.
     CDevice(CInterface* owner, std::string id, boost::shared_ptr<CDeviceInfo> info,
             CamPtr<Optivo::ICamDevice> camera, std::uint32_t cameraIndex);
-    // Destroys the streams that are still open.
+    // Destroys the streams that are still open, and waits for those that other threads are closing.
     ~CDevice() override;
     CDevice(const CDevice&) = delete;
     CDevice& operator=(const CDevice&) = delete;
@@ -39,16 +42,20 @@ public:
     void GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
                         void* buffer, size_t* size) override;
 
-    // Only EVENT_ERROR; throws std::runtime_error for every other type.
-    void RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) override;
-    void UnregisterEvent(EVENT_TYPE type) override;
-
     virtual boost::shared_ptr<CDeviceInfo> GetDeviceInfo();
     // The stream at a position of the list; null behind its end.
     virtual CDataStream* GetStream(std::uint32_t index);
     // Forgets the stream at a position. Throws std::invalid_argument behind the list's end.
     virtual void RemoveStream(std::uint32_t index);
 
+    // Behind the module's own operations, because an override of the second base takes a place in
+    // this class's table too.
+    // Only EVENT_ERROR; throws std::runtime_error for every other type.
+    void RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) override;
+    void UnregisterEvent(EVENT_TYPE type) override;
+
+    // Destroys this device; throws what the camera library throws when it takes its device back.
+    void Close();
     // Answers DEVICE_INFO commands; throws std::invalid_argument for one that does not exist.
     void GetInfo(DEVICE_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size);
     // What the camera reports, or else what it reported last (1 at first).
@@ -57,7 +64,7 @@ public:
     std::string GetDataStreamID(std::uint32_t index) const;
     // The stream that is open under this ID, or a new one; this device owns it.
     CDataStream* OpenDataStream(const char* id);
-    // Forgets a stream that is being destroyed.
+    // Forgets a stream that is being destroyed; the stream's last use of its device.
     void ForgetStream(const CDataStream* stream);
 
     // Lives as long as the device.
@@ -78,8 +85,12 @@ public:
 
 private:
     std::string Url() const;
+    void StopUse();
+    void CloseStreams();
 
     std::string m_id;
+    boost::mutex m_streamsLock;
+    boost::condition_variable m_streamLeft;
     std::vector<CDataStream*> m_streams; // owned
     std::atomic<CInterface*> m_interface;
     boost::shared_ptr<CDevicePort> m_port;

@@ -111,8 +111,9 @@ void CDevicePort::RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) {
 void CDevicePort::UnregisterEvent(EVENT_TYPE type) {
     RequireRemoteDeviceEvent(type);
     if (Optivo::ICamDevice* camera = m_device->Camera()) {
-        camera->RegisterEventCallback(nullptr, this);
-        m_callbackInstalled = false;
+        if (camera->RegisterEventCallback(nullptr, this) == 0) {
+            m_callbackInstalled = false;
+        }
     }
     m_event->Unregister();
 }

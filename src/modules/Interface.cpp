@@ -204,7 +204,7 @@ void CInterface::GetDeviceID(std::uint32_t index, std::string& id) {
 boost::shared_ptr<CDeviceInfo> CInterface::Describe(const std::string& name) {
     Optivo::ICamDevice* opened = nullptr;
     m_camera->GetDevice(name.c_str(), &opened);
-    const CamPtr<Optivo::ICamDevice> description(opened);
+    CamPtr<Optivo::ICamDevice> description(opened);
     const auto readText = [&](Optivo::DeviceInfoKey key) {
         return ReadCameraText<kInfoCapacity>([&](char* buffer, Optivo::Size* size) {
             if (description) {
@@ -226,6 +226,7 @@ boost::shared_ptr<CDeviceInfo> CInterface::Describe(const std::string& name) {
     info->m_userDefinedName = readText(Optivo::kDeviceUserDefinedName);
     info->m_custom14 = readText(Optivo::kDeviceCustom14);
     info->m_custom15 = readText(Optivo::kDeviceCustom15);
+    GiveBack(std::move(description));
     return info;
 }
 
@@ -284,7 +285,9 @@ void CInterface::Close() {
         device->LeaveInterface();
     }
     m_openDevices.clear();
+    CamPtr<Optivo::ICamInterface> camera = std::move(m_camera);
     delete this;
+    GiveBack(std::move(camera));
 }
 
 boost::shared_ptr<CInterfaceInfo> CInterface::GetInterfaceInfo() {

@@ -55,6 +55,7 @@ public:
     // Forgets the open device with this ID; the one that is being destroyed, if several have it.
     virtual void RemoveDevice(const std::string& id);
     // Destroys this object and leaves its open devices alone: they go on without an interface.
+    // Throws what the camera library throws when it takes its interface back.
     virtual void Close();
     virtual boost::shared_ptr<CInterfaceInfo> GetInterfaceInfo();
     // Answers DEVICE_INFO commands for an open or listed camera.

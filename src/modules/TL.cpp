@@ -55,6 +55,12 @@ CTL::~CTL() {
     }
 }
 
+void CTL::Close() {
+    CamPtr<Optivo::ICamSystem> system = std::move(m_system);
+    delete this;
+    GiveBack(std::move(system));
+}
+
 void CTL::DefineRegisters() {
     const auto defineText = [this](std::uint64_t address, const char* text, std::size_t length) {
         m_registers.DefineString(address, CRegisterMap::kReadOnly, text, length, 0, nullptr, 0,
@@ -190,7 +196,7 @@ CTL::Infos CTL::DiscoverInterfaces(std::uint32_t timeout) {
             });
         Optivo::ICamInterface* opened = nullptr;
         m_system->GetInterface(name.c_str(), &opened);
-        const CamPtr<Optivo::ICamInterface> description(opened);
+        CamPtr<Optivo::ICamInterface> description(opened);
         const auto readText = [&](Optivo::UInt64 key) {
             return ReadCameraText<kInfoCapacity>([&](char* buffer, Optivo::Size* size) {
                 if (description) {
@@ -202,6 +208,7 @@ CTL::Infos CTL::DiscoverInterfaces(std::uint32_t timeout) {
         const std::string tlType = readText(Optivo::kInterfaceTLType);
         found.push_back(
             boost::make_shared<CInterfaceInfo>(prefix.c_str(), name.c_str(), tlType.c_str()));
+        GiveBack(std::move(description));
     }
     return found;
 }

@@ -56,6 +56,8 @@ public:
     // Throws std::invalid_argument for an ID that is neither open nor listed.
     virtual void GetInterfaceInfo(const char* id, INTERFACE_INFO_CMD command, INFO_DATATYPE* type,
                                   void* buffer, size_t* size);
+    // Destroys this module; throws what the camera library throws when it takes its system back.
+    void Close();
     // Four 16-bit fields, most significant first; 0 without a version resource.
     virtual std::uint64_t GetFileVersion();
     // The file version as text, with a zero that is a character of its own.

@@ -30,6 +30,19 @@ std::uint64_t FileVersion();
 // Safe on any thread.
 std::string_view SystemXml();
 
+// Keeps this module loaded while it exists, for a thread that runs in the module's code. Taking it
+// can fail; the module is then not kept.
+class CModuleHold {
+public:
+    CModuleHold() noexcept;
+    ~CModuleHold();
+    CModuleHold(const CModuleHold&) = delete;
+    CModuleHold& operator=(const CModuleHold&) = delete;
+
+private:
+    void* m_module = nullptr;
+};
+
 // Raw ticks of a clock that never goes back. Its rate is the system's own.
 std::uint64_t PerformanceCounter() noexcept;
 

@@ -47,6 +47,19 @@ std::string_view SystemXml() {
     return {reinterpret_cast<const char*>(kEmbeddedXml), kEmbeddedXmlSize};
 }
 
+CModuleHold::CModuleHold() noexcept {
+    Dl_info info{};
+    if (dladdr(&s_loadPath, &info) != 0 && info.dli_fname != nullptr) {
+        m_module = dlopen(info.dli_fname, RTLD_NOW | RTLD_NOLOAD);
+    }
+}
+
+CModuleHold::~CModuleHold() {
+    if (m_module != nullptr) {
+        dlclose(m_module);
+    }
+}
+
 std::uint64_t PerformanceCounter() noexcept {
     constexpr std::uint64_t kNanosecondsPerSecond = 1'000'000'000;
     timespec now{};

@@ -66,7 +66,7 @@ std::uint64_t FileVersion() {
 }
 
 std::string_view SystemXml() {
-    const HRSRC resource =
+    auto* const resource =
         FindResourceA(s_instance, kXmlResourceName, MAKEINTRESOURCEA(kXmlResourceType));
     if (resource == nullptr) {
         throw std::invalid_argument(WithLastError("Unable to find Resource, Error %d"));
@@ -80,6 +80,20 @@ std::string_view SystemXml() {
         throw std::invalid_argument("Unable Lock Resource");
     }
     return {static_cast<const char*>(text), SizeofResource(s_instance, resource)};
+}
+
+CModuleHold::CModuleHold() noexcept {
+    HMODULE module = nullptr;
+    if (GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
+                           reinterpret_cast<LPCSTR>(&s_instance), &module) != FALSE) {
+        m_module = module;
+    }
+}
+
+CModuleHold::~CModuleHold() {
+    if (m_module != nullptr) {
+        FreeLibrary(static_cast<HMODULE>(m_module));
+    }
 }
 
 std::uint64_t PerformanceCounter() noexcept {
