@@ -24,7 +24,7 @@ using Seconds = std::chrono::duration<double>;
 
 // Short enough to notice an interruption, since no producer must end a wait early.
 constexpr std::chrono::milliseconds kWaitSlice{250};
-constexpr size_t kWriteQueue = 16;
+constexpr size_t kWriteQueue = 64;
 
 struct STotals {
     uint64_t numDelivered = 0;
