@@ -15,7 +15,7 @@ ROOT = pathlib.Path(__file__).resolve().parent.parent
 CACHE = ROOT / ".cache" / "tidy"
 ANALYSED = ("src", "simulator", "tools")
 SUFFIXES = (".cpp", ".c")
-GCC_ONLY = {"-fno-gnu-unique", "-Werror"}
+GCC_ONLY = {"-fno-gnu-unique", "-fno-keep-inline-dllexport", "-Werror"}
 
 
 def output_of(*command):
