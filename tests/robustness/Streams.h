@@ -1,0 +1,48 @@
+// Streams of images so small that thousands of them cost little, and what tests of such streams
+// share.
+#pragma once
+
+#include "Background.h"
+#include "Fixtures.h"
+#include "Steering.h"
+
+#include <utility>
+
+class SmallStreamTest : public StreamTest {
+protected:
+    static constexpr size_t PAYLOAD = 32 * 24;
+
+    void SetUp() override {
+        ASSERT_NO_FATAL_FAILURE(StreamTest::SetUp());
+        ASSERT_EQ(OptivoSim_SetImageSize(camera.c_str(), 32, 24), 1);
+        ASSERT_EQ(PayloadSize(), PAYLOAD);
+    }
+
+    // Images come as fast as they are taken.
+    void Unpace() { ASSERT_EQ(OptivoSim_SetFrameRate(camera.c_str(), 0), 1); }
+
+    // The next grab does not come back before OptivoSim_Release; returns when it is under way.
+    void HangNextGrab() {
+        const uint64_t before = NumCalls(OPTIVO_STREAM_GRAB_IMAGE);
+        AddFault(OPTIVO_STREAM_GRAB_IMAGE, OPTIVO_FAULT_HANG);
+        Produce(1);
+        ASSERT_TRUE(Eventually([&] { return NumCalls(OPTIVO_STREAM_GRAB_IMAGE) > before; }));
+    }
+
+    DS_HANDLE OpenOtherStream(const char* id) {
+        DS_HANDLE opened = nullptr;
+        EXPECT_OK(gentl.DevOpenDataStream(device, id, &opened));
+        EXPECT_NE(opened, nullptr);
+        return opened;
+    }
+
+    // As StreamNumber, of another stream.
+    uint64_t NumberOf(DS_HANDLE other, STREAM_INFO_CMD command) {
+        std::swap(stream, other);
+        const uint64_t number = StreamNumber(command);
+        std::swap(stream, other);
+        return number;
+    }
+
+    AliveCount alive;
+};
