@@ -1,7 +1,7 @@
 #include "Adapter.h"
 
-#include "CameraXml.h"
 #include "CopyOut.h"
+#include "Descriptions.h"
 
 #include <algorithm>
 #include <cctype>
@@ -12,15 +12,15 @@ namespace OptivoSim {
 CAdapter::CAdapter(std::string name, std::string prefix, std::string tlType)
     : m_name(std::move(name)), m_prefix(std::move(prefix)), m_tlType(std::move(tlType)) {
     using namespace InterfaceAddress;
-    const std::string xml = InterfaceXml();
+    const std::string_view xml = InterfaceXml();
     m_xmlUrl = LocalUrl("Norvel_Interface.xml", kXml, xml.size());
     m_registers.Define(kInterfaceId, kInterfaceIdLength, EAccess::ReadOnly);
     m_registers.Define(kDeviceCount, 4, EAccess::ReadOnly);
     m_registers.Define(kDeviceUpdateTimeout, 4, EAccess::ReadWrite);
-    m_registers.Define(kXml, (xml.size() + 3) / 4 * 4, EAccess::ReadOnly);
+    // Consumers may read the text in whole words.
+    m_registers.DefineShared(kXml, xml.data(), (xml.size() + 3) / 4 * 4);
     m_registers.SetText(kInterfaceId, m_name);
     m_registers.SetNumber(kDeviceUpdateTimeout, UInt32{1000});
-    m_registers.SetBytes(kXml, xml.data(), xml.size());
 }
 
 std::string CAdapter::Id() const {
@@ -35,7 +35,9 @@ std::vector<std::string> CAdapter::CameraNames() const {
     const std::lock_guard lock(m_lock);
     std::vector<std::string> names;
     for (const auto& camera : m_cameras) {
-        names.push_back(camera->Name());
+        if (camera->IsPlugged()) {
+            names.push_back(camera->Name());
+        }
     }
     return names;
 }

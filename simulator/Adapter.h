@@ -22,6 +22,7 @@ public:
     // The prefix in upper case, "::" and the name.
     std::string Id() const;
 
+    // Of the cameras that are plugged in.
     std::vector<std::string> CameraNames() const;
     // The first of that name, or null.
     std::shared_ptr<CCamera> FindCamera(const std::string& name) const;

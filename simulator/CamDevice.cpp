@@ -21,7 +21,10 @@ Int32 CCamDevice::PerformOpened(const CallShape& call, TWork&& work, TClear&& cl
     return m_handle.Perform(
         call,
         [&](CDeviceContents& device) {
-            return device.DescribesOnly() ? kNotAvailable : work(device);
+            if (device.DescribesOnly()) {
+                return kNotAvailable;
+            }
+            return device.IsConnected() ? work(device) : kIo;
         },
         std::forward<TClear>(clear));
 }
@@ -77,13 +80,16 @@ Int32 CCamDevice::ReadPort(UInt64 address, void* destination, Size* size) {
 }
 
 Int32 CCamDevice::GetInfo(UInt32 key, void* buffer, Size* size) {
-    return m_handle.Perform(
-        {.operation = OPTIVO_DEVICE_GET_INFO,
-         .selector = key,
-         .argument = size != nullptr ? *size : 0,
-         .buffer = buffer,
-         .size = size},
-        [&](CDeviceContents& device) { return device.Camera().GetInfo(key, buffer, size); });
+    return m_handle.Perform({.operation = OPTIVO_DEVICE_GET_INFO,
+                             .selector = key,
+                             .argument = size != nullptr ? *size : 0,
+                             .buffer = buffer,
+                             .size = size},
+                            [&](CDeviceContents& device) {
+                                return device.IsConnected()
+                                           ? device.Camera().GetInfo(key, buffer, size)
+                                           : kIo;
+                            });
 }
 
 Int32 CCamDevice::RegisterEventCallback(Optivo::DeviceEventCallback callback, void* context) {

@@ -15,15 +15,20 @@ namespace OptivoSim {
 class CDeviceContents {
 public:
     CDeviceContents(std::shared_ptr<CCamera> camera, bool describesOnly)
-        : m_camera(std::move(camera)), m_describesOnly(describesOnly) {}
+        : m_camera(std::move(camera)),
+          m_connection(m_camera->Connection()),
+          m_describesOnly(describesOnly) {}
 
     bool DescribesOnly() const { return m_describesOnly; }
+    // False for good once the camera has been unplugged.
+    bool IsConnected() const { return m_camera->Connection() == m_connection; }
     CCamera& Camera() { return *m_camera; }
     Int32 OpenStream(Optivo::ICamStream** stream);
     void Close();
 
 private:
     std::shared_ptr<CCamera> m_camera;
+    unsigned m_connection;
     bool m_describesOnly;
 };
 

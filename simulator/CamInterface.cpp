@@ -45,7 +45,7 @@ Int32 CInterfaceContents::OpenDevice(const char* name, Optivo::ICamDevice** devi
     }
     *device = nullptr;
     const auto camera = m_adapter->FindCamera(name);
-    if (camera == nullptr) {
+    if (camera == nullptr || !camera->IsPlugged()) {
         return kError;
     }
     if (!camera->Acquire()) {

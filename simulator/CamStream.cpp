@@ -13,24 +13,23 @@ constexpr UInt32 kSetTimeout = 2; // the only stream parameter
 
 } // namespace
 
-CStreamContents::CStreamContents(std::shared_ptr<CCamera> camera) : m_camera(std::move(camera)) {
-    m_camera->Attach(m_images);
-}
+CStreamContents::CStreamContents(std::shared_ptr<CCamera> camera)
+    : m_camera(std::move(camera)), m_images(m_camera->Attach()) {}
 
 CStreamContents::~CStreamContents() {
-    m_camera->Detach(m_images);
+    m_camera->Detach(*m_images);
 }
 
 Int32 CStreamContents::GetInfo(UInt32 command, void* value, Size* size) {
     switch (command) {
     case Optivo::kStreamImageReady:
-        return CopyNumber(UInt32{m_images.WaitReady()}, value, size);
+        return CopyNumber(UInt32{m_images->WaitReady()}, value, size);
     case Optivo::kStreamNumStarted:
-        return CopyNumber(m_images.NumStarted(), value, size);
+        return CopyNumber(m_images->NumStarted(), value, size);
     case Optivo::kStreamPayloadSize:
         return CopyNumber(m_camera->PayloadSize(), value, size);
     case Optivo::kStreamNumLost:
-        return CopyNumber(m_images.NumLost() + m_camera->StreamValue(command), value, size);
+        return CopyNumber(m_images->NumLost() + m_camera->StreamValue(command), value, size);
     case Optivo::kStreamCustom5:
     case Optivo::kStreamCustom6:
         return CopyNumber(m_camera->StreamValue(command), value, size);

@@ -18,14 +18,14 @@ public:
     CStreamContents(const CStreamContents&) = delete;
     CStreamContents& operator=(const CStreamContents&) = delete;
 
-    Int32 Start(UInt32 count) { return m_camera->Start(m_images, count); }
-    CImageQueue& Images() { return m_images; }
+    Int32 Start(UInt32 count) { return m_camera->Start(*m_images, count); }
+    CImageQueue& Images() { return *m_images; }
     Int32 GetInfo(UInt32 command, void* value, Size* size);
-    void Close() { m_images.Stop(); }
+    void Close() { m_images->Stop(); }
 
 private:
     std::shared_ptr<CCamera> m_camera;
-    CImageQueue m_images;
+    std::unique_ptr<CImageQueue> m_images;
 };
 
 class CCamStream final : public Optivo::ICamStream {

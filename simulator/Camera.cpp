@@ -1,11 +1,14 @@
 #include "Camera.h"
 
-#include "CameraXml.h"
 #include "CopyOut.h"
+#include "Descriptions.h"
+#include "EventThread.h"
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
 #include <cstring>
+#include <limits>
 #include <new>
 
 namespace OptivoSim {
@@ -13,6 +16,8 @@ namespace OptivoSim {
 namespace {
 
 constexpr UInt32 kMaxExtent = 16384;
+constexpr std::uint64_t kUnbounded = std::numeric_limits<std::uint64_t>::max();
+constexpr std::array<UInt32, kNumEvents> kEventIds = {0x9001, 0x9002};
 
 // The register that shows a description text, or 0.
 UInt64 RegisterOf(UInt32 key) {
@@ -38,47 +43,79 @@ bool IsStreamValue(UInt32 command) {
            command == Optivo::kStreamNumLost;
 }
 
+bool IsCommand(UInt64 address) {
+    using namespace CameraAddress;
+    return address == kAcquisitionStart || address == kAcquisitionStop ||
+           address == kTriggerSoftware || address == kTriggerSoftware + kTriggerStride ||
+           address == kTimestampLatch || address == kUserSetLoad || address == kUserSetSave;
+}
+
+CameraState StateOf(const CameraModel& model) {
+    CameraState state;
+    state.settings.format = model.format;
+    state.settings.pattern = model.pattern;
+    state.settings.isRateEnabled = model.frameRate > 0 ? 1 : 0;
+    if (model.frameRate > 0) {
+        state.settings.frameRate = model.frameRate;
+    }
+    state.userSets.fill(state.settings);
+    state.SetSensor(model.format.width, model.format.height);
+    return state;
+}
+
 } // namespace
 
 CCamera::CCamera(const CameraModel& model)
-    : m_name(model.name), m_format(model.format), m_frameRate(model.frameRate) {
-    const std::string xml = CameraXml(model.vendor, model.model);
-    DefineRegisters(xml);
-    m_texts[Optivo::kDeviceXmlUrl] =
-        LocalUrl(model.vendor + "_" + model.model + ".xml", CameraAddress::kXml, xml.size());
-    m_texts[Optivo::kDeviceTLType] = model.tlType;
-    m_texts[Optivo::kDeviceCustom14] = model.custom14;
-    m_texts[Optivo::kDeviceCustom15] = model.custom15;
-    for (const UInt32 key : {Optivo::kDeviceVersion, Optivo::kDeviceVendor, Optivo::kDeviceModel,
-                             Optivo::kDeviceSerialNumber, Optivo::kDeviceUserDefinedName}) {
-        m_texts[key]; // known from here on
+    : m_name(model.name),
+      m_epoch(CImageQueue::Clock::now()),
+      m_status(model.status),
+      m_numStreams(model.numStreams),
+      m_bursts(model.eventBursts),
+      m_unplugAfter(model.unplugAfterImages),
+      m_state(StateOf(model)) {
+    DefineRegisters(model);
+    for (const OptivoImageFault& fault : model.imageFaults) {
+        m_imageFaults.Add(fault);
     }
-    SetText(Optivo::kDeviceVersion, model.version);
-    SetText(Optivo::kDeviceVendor, model.vendor);
-    SetText(Optivo::kDeviceModel, model.model);
-    SetText(Optivo::kDeviceSerialNumber, model.serialNumber);
-    SetText(Optivo::kDeviceUserDefinedName, model.userDefinedName);
-    PublishFormat();
-    m_registers.SetNumber(CameraAddress::kFrameRate, m_frameRate);
+    Apply(m_state.settings.ToPicture());
 }
 
-void CCamera::DefineRegisters(const std::string& xml) {
+void CCamera::DefineRegisters(const CameraModel& model) {
     using namespace CameraAddress;
-    for (const UInt64 address : {kVendorName, kModelName, kVersion, kSerialNumber, kUserId}) {
+    for (const UInt64 address : {kVendorName, kModelName, kVersion, kSerialNumber}) {
         m_registers.Define(address, kTextLength, EAccess::ReadOnly);
     }
-    m_registers.Define(kWidth, 4, EAccess::ReadOnly);
-    m_registers.Define(kHeight, 4, EAccess::ReadOnly);
-    m_registers.Define(kPixelFormat, 4, EAccess::ReadOnly);
-    m_registers.Define(kPayloadSize, 8, EAccess::ReadOnly);
-    // WritePort takes whole writes of these three to itself; there is no other way to write them.
-    m_registers.Define(kAcquisitionStart, 4, EAccess::ReadOnly);
-    m_registers.Define(kAcquisitionStop, 4, EAccess::ReadOnly);
-    m_registers.Define(kFrameRate, 8, EAccess::ReadOnly);
-    m_registers.Define(kTLParamsLocked, 4, EAccess::ReadWrite);
+    m_registers.Define(kUserId, kTextLength, EAccess::ReadWrite);
+    m_registers.Define(kDeviceId, kTextLength, EAccess::ReadOnly);
+    m_registers.Define(kUserMemory, kUserMemoryLength, EAccess::ReadWrite);
+    const std::string_view xml = CameraXml();
     // Consumers may read the text in whole words.
-    m_registers.Define(kXml, (xml.size() + 3) / 4 * 4, EAccess::ReadOnly);
-    m_registers.SetBytes(kXml, xml.data(), xml.size());
+    m_registers.DefineShared(kXml, xml.data(), (xml.size() + 3) / 4 * 4);
+    m_registers.SetText(kDeviceId, m_name);
+
+    m_texts = {{Optivo::kDeviceXmlUrl, LocalUrl("Norvel_Camera.xml", kXml, xml.size())},
+               {Optivo::kDeviceTLType, model.tlType},
+               {Optivo::kDeviceCustom14, model.custom14},
+               {Optivo::kDeviceCustom15, model.custom15}};
+    const std::pair<UInt32, const std::string&> shown[] = {
+        {Optivo::kDeviceVersion, model.version},
+        {Optivo::kDeviceVendor, model.vendor},
+        {Optivo::kDeviceModel, model.model},
+        {Optivo::kDeviceSerialNumber, model.serialNumber},
+        {Optivo::kDeviceUserDefinedName, model.userDefinedName}};
+    for (const auto& [key, text] : shown) {
+        m_texts[key]; // known from here on
+        SetText(key, text);
+    }
+}
+
+void CCamera::Unplug() {
+    const std::lock_guard lock(m_lock);
+    m_isPlugged = false;
+    ++m_connection;
+    for (CImageQueue* queue : m_queues) {
+        queue->End();
+    }
 }
 
 Int32 CCamera::GetInfo(UInt32 key, void* buffer, Size* size) const {
@@ -103,7 +140,22 @@ bool CCamera::SetText(UInt32 key, const std::string& text) {
     return true;
 }
 
-Int32 CCamera::ReadPort(UInt64 address, void* destination, Size* size) const {
+Int32 CCamera::ReadPort(UInt64 address, void* destination, const Size* size) const {
+    if (destination == nullptr || size == nullptr) {
+        return kInvalidParameter;
+    }
+    if (IsCommand(address) && *size <= sizeof(UInt32)) {
+        // A command is done when its write returns.
+        std::memset(destination, 0, *size);
+        return kSuccess;
+    }
+    {
+        const std::lock_guard lock(m_lock);
+        const Int32 result = ReadFeature(m_state, address, destination, *size);
+        if (result != kInvalidAddress) {
+            return result;
+        }
+    }
     return m_registers.Read(address, destination, size);
 }
 
@@ -111,49 +163,184 @@ Int32 CCamera::WritePort(UInt64 address, const void* source, const Size* size) {
     if (source == nullptr || size == nullptr) {
         return kInvalidParameter;
     }
-    switch (address) {
-    case CameraAddress::kAcquisitionStart:
-    case CameraAddress::kAcquisitionStop:
-        if (*size != sizeof(UInt32)) {
-            return kInvalidParameter;
-        }
-        // A command register stays 0: the command is done when the write returns.
-        SetHalted(address == CameraAddress::kAcquisitionStop);
-        return kSuccess;
-    case CameraAddress::kFrameRate: {
-        double rate = 0;
-        if (*size != sizeof rate) {
-            return kInvalidParameter;
-        }
-        std::memcpy(&rate, source, sizeof rate);
-        return rate >= 0 && rate <= kMaxFrameRate && SetFrameRate(rate) ? kSuccess
-                                                                        : kInvalidParameter;
+    if (IsCommand(address)) {
+        return *size == sizeof(UInt32) ? Execute(address) : kInvalidParameter;
     }
-    default:
-        return m_registers.Write(address, source, size);
+    if (address == CameraAddress::kUserId) {
+        return WriteText(address, source, *size);
+    }
+    const Int32 result = Change(address, source, *size);
+    return result == kInvalidAddress ? m_registers.Write(address, source, size) : result;
+}
+
+Int32 CCamera::WriteText(UInt64 address, const void* source, Size size) {
+    if (size > kTextLength) {
+        return m_registers.Write(address, source, &size);
+    }
+    const auto* const text = static_cast<const char*>(source);
+    SetText(Optivo::kDeviceUserDefinedName, std::string(text, std::find(text, text + size, '\0')));
+    return kSuccess;
+}
+
+Int32 CCamera::Change(UInt64 address, const void* source, Size size) {
+    const std::lock_guard lock(m_lock);
+    const Picture before = m_state.settings.ToPicture();
+    const bool isFixed = m_state.isLocked != 0 || IsStarted();
+    const Int32 result = WriteFeature(m_state, address, source, size, isFixed);
+    if (result == kSuccess) {
+        Apply(before);
+    }
+    return result;
+}
+
+Int32 CCamera::Execute(UInt64 command) {
+    const std::lock_guard lock(m_lock);
+    switch (command) {
+    case CameraAddress::kAcquisitionStart:
+        if (!WaitsForTrigger(kTriggerAcquisitionStart)) {
+            SetBudgets(Budget());
+        }
+        return kSuccess;
+    case CameraAddress::kAcquisitionStop:
+        SetBudgets(0);
+        return kSuccess;
+    case CameraAddress::kTimestampLatch:
+        m_state.latchedNanoseconds = Now();
+        return kSuccess;
+    case CameraAddress::kUserSetSave:
+        return m_state.SaveUserSet();
+    case CameraAddress::kUserSetLoad: {
+        if (m_state.isLocked != 0 || IsStarted()) {
+            return kAccessDenied;
+        }
+        const Picture before = m_state.settings.ToPicture();
+        m_state.LoadUserSet();
+        Apply(before);
+        return kSuccess;
+    }
+    default: {
+        const auto trigger = static_cast<ETrigger>((command - CameraAddress::kTriggerSoftware) /
+                                                   CameraAddress::kTriggerStride);
+        if (m_state.settings.triggers[trigger].source ==
+            static_cast<UInt32>(ETriggerSource::Software)) {
+            Fire(trigger);
+        }
+        return kSuccess;
+    }
     }
 }
 
-void CCamera::Attach(CImageQueue& queue) {
-    const std::lock_guard lock(m_imageLock);
-    m_queues.push_back(&queue);
+// Takes the settings over into what works by them.
+void CCamera::Apply(const Picture& before) {
+    const CameraSettings& settings = m_state.settings;
+    for (UInt32 event = 0; event < kNumEvents; ++event) {
+        m_isEventOn[event] = settings.isEventOn[event] != 0;
+    }
+    m_exposure = std::chrono::round<ImageBatch::Duration>(
+        std::chrono::duration<double, std::micro>(settings.exposureTime));
+    const Picture picture = settings.ToPicture();
+    if (picture != before) {
+        m_pattern = IsStarted() ? std::make_shared<const CTestPattern>(picture) : nullptr;
+    }
+    for (CImageQueue* queue : m_queues) {
+        queue->SetRate(Rate());
+        if (m_pattern != nullptr) {
+            queue->SetPattern(m_pattern);
+        }
+    }
+}
+
+std::uint64_t CCamera::Now() const {
+    const std::chrono::nanoseconds now = CImageQueue::Clock::now() - m_epoch;
+    return static_cast<std::uint64_t>(now.count());
+}
+
+bool CCamera::IsStarted() const {
+    return std::any_of(m_queues.begin(), m_queues.end(),
+                       [](const CImageQueue* queue) { return queue->IsStarted(); });
+}
+
+bool CCamera::WaitsForTrigger(ETrigger trigger) const {
+    return m_state.settings.triggers[trigger].isOn != 0;
+}
+
+double CCamera::Rate() const {
+    if (m_isManual || WaitsForTrigger(kTriggerFrameStart)) {
+        return -1;
+    }
+    return m_state.settings.isRateEnabled != 0 ? m_state.settings.frameRate : 0;
+}
+
+// The images that a start of the acquisition lets the camera make.
+std::uint64_t CCamera::Budget() const {
+    switch (static_cast<EAcquisitionMode>(m_state.settings.acquisitionMode)) {
+    case EAcquisitionMode::SingleFrame:
+        return 1;
+    case EAcquisitionMode::MultiFrame:
+        return m_state.settings.acquisitionFrameCount;
+    default:
+        return kUnbounded;
+    }
+}
+
+// A camera that makes images without end already goes on as it does.
+void CCamera::SetBudgets(std::uint64_t budget) {
+    for (CImageQueue* queue : m_queues) {
+        if (budget != kUnbounded || queue->IsHalted()) {
+            queue->SetBudget(budget);
+        }
+    }
+}
+
+void CCamera::Fire(ETrigger trigger) {
+    if (!WaitsForTrigger(trigger)) {
+        return;
+    }
+    if (trigger == kTriggerAcquisitionStart) {
+        SetBudgets(Budget());
+        return;
+    }
+    for (CImageQueue* queue : m_queues) {
+        queue->Trigger();
+    }
+}
+
+void CCamera::PulseLine(ETriggerActivation edge) {
+    const std::lock_guard lock(m_lock);
+    for (UInt32 i = 0; i < kNumTriggers; ++i) {
+        const Trigger& trigger = m_state.settings.triggers[i];
+        const auto activation = static_cast<ETriggerActivation>(trigger.activation);
+        if (trigger.source == static_cast<UInt32>(ETriggerSource::Line0) &&
+            (activation == edge || activation == ETriggerActivation::AnyEdge)) {
+            Fire(static_cast<ETrigger>(i));
+        }
+    }
+}
+
+std::unique_ptr<CImageQueue> CCamera::Attach() {
+    auto queue = std::make_unique<CImageQueue>(*this, m_imageFaults, m_epoch);
+    const std::lock_guard lock(m_lock);
+    m_queues.push_back(queue.get());
+    return queue;
 }
 
 void CCamera::Detach(CImageQueue& queue) {
-    const std::lock_guard lock(m_imageLock);
+    const std::lock_guard lock(m_lock);
     m_queues.erase(std::find(m_queues.begin(), m_queues.end(), &queue));
 }
 
+// A stream that starts takes a continuous acquisition with it; any other one waits for its command.
 Int32 CCamera::Start(CImageQueue& queue, UInt32 count) {
-    const std::lock_guard lock(m_imageLock);
+    const std::lock_guard lock(m_lock);
     try {
         if (m_pattern == nullptr) {
-            m_pattern = std::make_shared<const CTestPattern>(m_format);
+            m_pattern = std::make_shared<const CTestPattern>(m_state.settings.ToPicture());
         }
     } catch (const std::bad_alloc&) {
         return kError;
     }
-    queue.Start(count, m_frameRate, m_pattern);
+    const bool isFree = Budget() == kUnbounded && !WaitsForTrigger(kTriggerAcquisitionStart);
+    queue.Start(count, {Rate(), isFree ? kUnbounded : 0}, m_pattern);
     return kSuccess;
 }
 
@@ -161,53 +348,83 @@ bool CCamera::SetFrameRate(double rate) {
     if (!std::isfinite(rate)) {
         return false;
     }
-    const std::lock_guard lock(m_imageLock);
-    m_frameRate = rate;
-    m_registers.SetNumber(CameraAddress::kFrameRate, rate);
-    for (CImageQueue* queue : m_queues) {
-        queue->SetRate(rate);
+    const std::lock_guard lock(m_lock);
+    m_isManual = rate < 0;
+    if (!m_isManual) {
+        m_state.settings.isRateEnabled = rate > 0 ? 1 : 0;
     }
+    if (rate > 0) {
+        m_state.settings.frameRate = rate;
+    }
+    Apply(m_state.settings.ToPicture());
     return true;
 }
 
 void CCamera::Produce(std::uint64_t count) {
-    const std::lock_guard lock(m_imageLock);
+    const std::lock_guard lock(m_lock);
     for (CImageQueue* queue : m_queues) {
         queue->Produce(count);
     }
 }
 
-void CCamera::SetHalted(bool isHalted) {
-    const std::lock_guard lock(m_imageLock);
-    for (CImageQueue* queue : m_queues) {
-        queue->SetHalted(isHalted);
-    }
-}
-
 bool CCamera::SetImageSize(UInt32 width, UInt32 height) {
-    const std::lock_guard lock(m_imageLock);
-    const bool isStarted = std::any_of(m_queues.begin(), m_queues.end(),
-                                       [](auto* queue) { return queue->IsStarted(); });
-    if (isStarted || width == 0 || height == 0 || width > kMaxExtent || height > kMaxExtent) {
+    const std::lock_guard lock(m_lock);
+    if (IsStarted() || width == 0 || height == 0 || width > kMaxExtent || height > kMaxExtent) {
         return false;
     }
-    m_format.width = width;
-    m_format.height = height;
+    m_state.SetSensor(width, height);
     m_pattern = nullptr;
-    PublishFormat();
     return true;
 }
 
 std::uint64_t CCamera::PayloadSize() const {
-    const std::lock_guard lock(m_imageLock);
-    return m_format.PayloadSize();
+    const std::lock_guard lock(m_lock);
+    return m_state.settings.format.PayloadSize();
 }
 
-void CCamera::PublishFormat() {
-    m_registers.SetNumber(CameraAddress::kWidth, m_format.width);
-    m_registers.SetNumber(CameraAddress::kHeight, m_format.height);
-    m_registers.SetNumber(CameraAddress::kPixelFormat, m_format.pixelFormat);
-    m_registers.SetNumber(CameraAddress::kPayloadSize, std::uint64_t{m_format.PayloadSize()});
+void CCamera::OnImages(const ImageBatch& images) {
+    if (m_isEventOn[kEventFrameStart]) {
+        Report(kEventFrameStart, images);
+    }
+    if (m_isEventOn[kEventExposureEnd]) {
+        ImageBatch exposed = images;
+        exposed.time += m_exposure.load();
+        Report(kEventExposureEnd, exposed);
+    }
+    if (!m_bursts.empty() || m_unplugAfter != 0) {
+        const std::uint64_t before = m_numMade.fetch_add(images.count);
+        DoOnceMade(before, before + images.count);
+    }
+}
+
+void CCamera::Report(EEvent event, const ImageBatch& images) {
+    CEventThread::Get().Post([camera = shared_from_this(), event, images] {
+        for (std::uint64_t i = images.first; i < images.first + images.count; ++i) {
+            const std::chrono::nanoseconds time = images.TimeOf(i) - camera->m_epoch;
+            {
+                const std::lock_guard lock(camera->m_lock);
+                camera->m_state.events[event] = {i, static_cast<std::uint64_t>(time.count())};
+            }
+            camera->Events().Report(kEventIds[event], i);
+        }
+    });
+}
+
+// What happens to the camera between two numbers of images that it has made.
+void CCamera::DoOnceMade(std::uint64_t before, std::uint64_t after) {
+    const auto isReached = [&](std::uint64_t count) { return before < count && count <= after; };
+    for (const EventBurst& burst : m_bursts) {
+        if (isReached(std::max<std::uint64_t>(burst.afterImages, 1))) {
+            CEventThread::Get().Post([camera = shared_from_this(), burst] {
+                for (UInt32 i = 0; i < burst.count; ++i) {
+                    camera->Events().Report(burst.eventId, burst.value);
+                }
+            });
+        }
+    }
+    if (m_unplugAfter != 0 && isReached(m_unplugAfter)) {
+        CEventThread::Get().Post([camera = shared_from_this()] { camera->Unplug(); });
+    }
 }
 
 bool CCamera::SetStreamValue(UInt32 command, std::uint64_t value) {

@@ -1,8 +1,11 @@
-// One camera: its description, registers, pictures and event callback, and the streams that deliver
+// One camera: its description, registers, settings and event callback, and the streams that deliver
 // its images. Knows nothing of the operation tables, faults or the world around it.
 #pragma once
 
+#include "CameraModel.h"
+#include "CameraState.h"
 #include "EventSlot.h"
+#include "ImageFaults.h"
 #include "ImageQueue.h"
 #include "Registers.h"
 #include "ResultCodes.h"
@@ -19,23 +22,8 @@
 
 namespace OptivoSim {
 
-// What a camera is when the world is made.
-struct CameraModel {
-    std::string name;
-    std::string vendor;
-    std::string model;
-    std::string version;
-    std::string serialNumber;
-    std::string userDefinedName;
-    std::string tlType;
-    std::string custom14; // network address or link speed
-    std::string custom15; // hardware address or port path
-    ImageFormat format;
-    double frameRate = 0;
-};
-
 // Thread-safe.
-class CCamera {
+class CCamera final : public std::enable_shared_from_this<CCamera>, public IImageListener {
 public:
     explicit CCamera(const CameraModel& model);
 
@@ -44,23 +32,34 @@ public:
     bool Acquire() { return !m_isOwned.exchange(true); }
     void Release() { m_isOwned = false; }
 
+    // An unplugged camera is not discovered. What was opened before the plug was pulled stays dead:
+    // it has another connection.
+    void Unplug();
+    void Plug() { m_isPlugged = true; }
+    bool IsPlugged() const { return m_isPlugged; }
+    unsigned Connection() const { return m_connection; }
+
     Int32 GetInfo(UInt32 key, void* buffer, Size* size) const;
     bool SetText(UInt32 key, const std::string& text);
     void SetStatus(UInt32 status) { m_status = status; }
     UInt32 NumStreams() const { return m_numStreams; }
     void SetNumStreams(UInt32 count) { m_numStreams = count; }
 
-    Int32 ReadPort(UInt64 address, void* destination, Size* size) const;
+    Int32 ReadPort(UInt64 address, void* destination, const Size* size) const;
     Int32 WritePort(UInt64 address, const void* source, const Size* size);
 
     CEventSlot& Events() { return m_events; }
+    void AddImageFault(const OptivoImageFault& fault) { m_imageFaults.Add(fault); }
 
-    // An attached queue must be detached before it goes.
-    void Attach(CImageQueue& queue);
+    // A queue for the images of one stream, which must be detached before it goes.
+    std::unique_ptr<CImageQueue> Attach();
     void Detach(CImageQueue& queue);
     Int32 Start(CImageQueue& queue, UInt32 count);
+    // As OptivoSim_SetFrameRate.
     bool SetFrameRate(double rate);
     void Produce(std::uint64_t count);
+    // An edge on the trigger line.
+    void PulseLine(ETriggerActivation edge);
     // False while a stream is started, or for a size that is 0 or beyond 16384.
     bool SetImageSize(UInt32 width, UInt32 height);
     std::uint64_t PayloadSize() const;
@@ -70,24 +69,47 @@ public:
     std::uint64_t StreamValue(UInt32 command) const;
 
 private:
-    void DefineRegisters(const std::string& xml);
-    void PublishFormat();
-    void SetHalted(bool isHalted);
+    void DefineRegisters(const CameraModel& model);
+    std::uint64_t Now() const;
+    bool IsStarted() const;
+    bool WaitsForTrigger(ETrigger trigger) const;
+    double Rate() const;
+    std::uint64_t Budget() const;
+    Int32 WriteText(UInt64 address, const void* source, Size size);
+    Int32 Execute(UInt64 command);
+    Int32 Change(UInt64 address, const void* source, Size size);
+    void Apply(const Picture& before);
+    void SetBudgets(std::uint64_t budget);
+    void Fire(ETrigger trigger);
+    void OnImages(const ImageBatch& images) override;
+    void Report(EEvent event, const ImageBatch& images);
+    void DoOnceMade(std::uint64_t before, std::uint64_t after);
 
     const std::string m_name;
+    const ImageBatch::TimePoint m_epoch;
     std::atomic<bool> m_isOwned{false};
-    std::atomic<UInt32> m_status{1};
-    std::atomic<UInt32> m_numStreams{1};
-    CRegisters m_registers;
+    std::atomic<bool> m_isPlugged{true};
+    std::atomic<unsigned> m_connection{0};
+    std::atomic<UInt32> m_status;
+    std::atomic<UInt32> m_numStreams;
+    CRegisters m_registers; // texts, memory and description; the numbers are in the state
     CEventSlot m_events;
+    CImageFaults m_imageFaults;
     std::array<std::atomic<std::uint64_t>, Optivo::kStreamNumLost + 1> m_streamValues{};
+
+    // Touched with a queue locked, so without this camera's locks.
+    std::array<std::atomic<bool>, kNumEvents> m_isEventOn{};
+    std::atomic<ImageBatch::Duration> m_exposure{};
+    std::atomic<std::uint64_t> m_numMade{0};
+    const std::vector<EventBurst> m_bursts;
+    const std::uint64_t m_unplugAfter;
 
     mutable std::mutex m_textLock;
     std::map<UInt32, std::string> m_texts; // by DeviceInfoKey
 
-    mutable std::mutex m_imageLock; // guards what follows; a queue's own lock comes after it
-    ImageFormat m_format;
-    double m_frameRate;
+    mutable std::mutex m_lock; // guards what follows; a queue's own lock comes after it
+    CameraState m_state;
+    bool m_isManual = false;                       // images come on request only
     std::shared_ptr<const CTestPattern> m_pattern; // rendered by the first start
     std::vector<CImageQueue*> m_queues;            // not owned
 };

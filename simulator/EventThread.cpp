@@ -4,6 +4,11 @@
 
 namespace OptivoSim {
 
+CEventThread& CEventThread::Get() {
+    static auto* const thread = new CEventThread;
+    return *thread;
+}
+
 void CEventThread::Post(std::function<void()> task) {
     const std::lock_guard lock(m_lock);
     m_tasks.push_back(std::move(task));

@@ -13,6 +13,9 @@ namespace OptivoSim {
 // Starts with the first task and never ends; the object must live as long as the process.
 class CEventThread {
 public:
+    // The one of this library.
+    static CEventThread& Get();
+
     void Post(std::function<void()> task);
     // Returns when the task is done. A task may itself run a task, which is then done at once.
     void Run(const std::function<void()>& task);

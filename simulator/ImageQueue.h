@@ -1,32 +1,76 @@
 // The images of one stream: which are due by the clock or by request, which wait to be grabbed, and
-// which were lost because nobody took them. Knows nothing of cameras, faults or the operation
-// tables.
+// which were lost because nobody took them. Knows nothing of cameras or the operation tables.
 #pragma once
 
+#include "ImageFaults.h"
 #include "ResultCodes.h"
 #include "TestPattern.h"
 
+#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <mutex>
 
 namespace OptivoSim {
 
+// Images with consecutive numbers, made at regular times.
+struct ImageBatch {
+    using TimePoint = std::chrono::steady_clock::time_point;
+    using Duration = std::chrono::steady_clock::duration;
+
+    std::uint64_t first = 0;
+    std::uint64_t count = 0;
+    TimePoint time; // of the first
+    Duration interval{};
+
+    TimePoint TimeOf(std::uint64_t number) const {
+        return time + interval * static_cast<Duration::rep>(number - first);
+    }
+};
+
+// Is told of every image that is made, with the queue locked.
+class IImageListener {
+public:
+    virtual void OnImages(const ImageBatch& images) = 0;
+
+protected:
+    ~IImageListener() = default;
+};
+
+// What a camera does with a stream while it runs.
+struct ImageMaking {
+    double rate = 0; // as OptivoSim_SetFrameRate takes it
+    // Images that may be made beside those of Produce; 0 while the camera is halted.
+    std::uint64_t budget = std::numeric_limits<std::uint64_t>::max();
+};
+
 // Thread-safe. Starting and stopping end every wait that is under way.
 class CImageQueue {
 public:
-    // Forgets what waits, and delivers from image 0 on. count is 0xFFFFFFFF for no limit, and a
-    // rate is as OptivoSim_SetFrameRate takes it.
-    void Start(UInt32 count, double rate, std::shared_ptr<const CTestPattern> pattern);
+    using Clock = std::chrono::steady_clock;
+
+    // epoch is when the camera's clock showed 0.
+    CImageQueue(IImageListener& listener, CImageFaults& faults, Clock::time_point epoch)
+        : m_listener(listener), m_faults(faults), m_epoch(epoch) {}
+
+    // Forgets what waits, and delivers from image 0 on. count is 0xFFFFFFFF for no limit.
+    void Start(UInt32 count, const ImageMaking& making,
+               std::shared_ptr<const CTestPattern> pattern);
     void Stop();
     bool IsStarted() const;
+    // The camera is gone: there is an image to grab, so to say, but every grab ends.
+    void End();
 
     void SetRate(double rate);
-    // While halted, the clock makes no image.
-    void SetHalted(bool isHalted);
-    // Makes images beside the clock; none of them is lost.
+    void SetBudget(std::uint64_t budget);
+    bool IsHalted() const;
+    void SetPattern(std::shared_ptr<const CTestPattern> pattern);
+    // Makes an image as far as the budget goes.
+    void Trigger();
+    // Makes images beside the clock and the budget; none of them is lost.
     void Produce(std::uint64_t count);
 
     // Copies the next image, or drops it when destination is null. Answers a GrabResult.
@@ -39,22 +83,38 @@ public:
     std::uint64_t NumLost();
 
 private:
-    using Clock = std::chrono::steady_clock;
+    static constexpr std::size_t kNumBatches = 32;
 
-    bool IsClocked() const { return m_isStarted && !m_isHalted && m_rate > 0; }
+    struct Stamp {
+        std::uint64_t number = 0;
+        Clock::time_point time;
+    };
+
+    bool IsClocked() const { return m_isStarted && m_making.budget > 0 && m_making.rate > 0; }
     void RestartClock();
-    void Book(std::uint64_t count, std::uint64_t maxPending);
+    void Book(const ImageBatch& images, std::uint64_t maxPending);
+    void BookWithinBudget(ImageBatch images, std::uint64_t maxPending);
+    void Remember(const ImageBatch& images);
+    Clock::time_point MadeAt(std::uint64_t number);
     void AdvanceClock(Clock::time_point now);
     Clock::time_point NextDue() const;
+    Clock::time_point NextChange(Clock::time_point now) const;
     void MakeOnDemand();
+    bool FrontIsReady();
+    void LoseFront();
     bool WaitForImage(std::unique_lock<std::mutex>& lock, std::chrono::milliseconds timeout);
+    Stamp TakeFront();
+
+    IImageListener& m_listener;
+    CImageFaults& m_faults;
+    const Clock::time_point m_epoch;
 
     mutable std::mutex m_lock;
     std::condition_variable m_changed;
     bool m_isStarted = false;
-    bool m_isHalted = false;
-    double m_rate = 0;
-    std::uint64_t m_epoch = 0; // counts starts and stops
+    bool m_isEnded = false;
+    ImageMaking m_making;
+    std::uint64_t m_run = 0; // counts starts and stops
     std::shared_ptr<const CTestPattern> m_pattern;
 
     Clock::time_point m_clockStart;
@@ -63,6 +123,16 @@ private:
     std::uint64_t m_next = 0;        // number of the image that is grabbed next
     std::uint64_t m_pending = 0;
     std::uint64_t m_lost = 0;
+    // When the pending images were made, a ring that begins at m_firstBatch.
+    std::array<ImageBatch, kNumBatches> m_batches;
+    std::size_t m_firstBatch = 0;
+    std::size_t m_numBatches = 0;
+
+    bool m_isJudged = false; // whether the front image's fault is known
+    bool m_isRepeat = false; // the front image is replaced by the one before
+    Clock::time_point m_notBefore;
+    bool m_hasLast = false;
+    Stamp m_last; // the image that was grabbed last
 };
 
 } // namespace OptivoSim

@@ -3,7 +3,6 @@
 #pragma once
 
 #include "CallLog.h"
-#include "EventThread.h"
 #include "Faults.h"
 #include "Pool.h"
 #include "ResultCodes.h"
@@ -30,7 +29,6 @@ public:
     CFaults& Faults() { return m_faults; }
     CCallLog& Calls() { return m_calls; }
     CWorld& World() { return m_world; }
-    CEventThread& Events() { return m_events; }
 
     CPool<CCamSystem>& Systems() { return m_systems; }
     CPool<CCamInterface>& Interfaces() { return m_interfaces; }
@@ -51,7 +49,6 @@ private:
     CCallLog m_calls;
     CFaults m_faults;
     CWorld m_world;
-    CEventThread m_events;
     CPool<CCamSystem> m_systems;
     CPool<CCamInterface> m_interfaces;
     CPool<CCamDevice> m_devices;

@@ -4,6 +4,7 @@
 #include "CamInterface.h"
 #include "CamStream.h"
 #include "CamSystem.h"
+#include "EventThread.h"
 #include "Library.h"
 
 #include <algorithm>
@@ -117,6 +118,41 @@ int OptivoSim_SetImageSize(const char* camera, uint32_t width, uint32_t height) 
     return found != nullptr && found->SetImageSize(width, height);
 }
 
+int OptivoSim_AddImageFault(const char* camera, const OptivoImageFault* fault) {
+    const auto found = FindCamera(camera);
+    if (found == nullptr || fault == nullptr) {
+        return 0;
+    }
+    found->AddImageFault(*fault);
+    return 1;
+}
+
+int OptivoSim_Unplug(const char* camera) {
+    const auto found = FindCamera(camera);
+    if (found != nullptr) {
+        found->Unplug();
+    }
+    return found != nullptr;
+}
+
+int OptivoSim_Plug(const char* camera) {
+    const auto found = FindCamera(camera);
+    if (found != nullptr) {
+        found->Plug();
+    }
+    return found != nullptr;
+}
+
+int OptivoSim_PulseLine(const char* camera, int isRising) {
+    using OptivoSim::ETriggerActivation;
+    const auto found = FindCamera(camera);
+    if (found != nullptr) {
+        found->PulseLine(isRising != 0 ? ETriggerActivation::RisingEdge
+                                       : ETriggerActivation::FallingEdge);
+    }
+    return found != nullptr;
+}
+
 int OptivoSim_SetStreamValue(const char* camera, uint32_t command, uint64_t value) {
     const auto found = FindCamera(camera);
     return found != nullptr && found->SetStreamValue(command, value);
@@ -126,7 +162,8 @@ int OptivoSim_FireEvent(const char* camera, uint32_t eventId, uint64_t value) {
     const auto found = FindCamera(camera);
     bool isReported = false;
     if (found != nullptr) {
-        CLibrary::Get().Events().Run([&] { isReported = found->Events().Report(eventId, value); });
+        OptivoSim::CEventThread::Get().Run(
+            [&] { isReported = found->Events().Report(eventId, value); });
     }
     return isReported;
 }
@@ -136,7 +173,7 @@ int OptivoSim_FireEvents(const char* camera, uint32_t eventId, uint64_t value, u
     if (found == nullptr || !found->Events().IsInstalled()) {
         return 0;
     }
-    CLibrary::Get().Events().Post([=] {
+    OptivoSim::CEventThread::Get().Post([=] {
         for (uint32_t i = 0; i < count; ++i) {
             found->Events().Report(eventId, value);
         }

@@ -10,6 +10,11 @@ void CRegisters::Define(UInt64 address, Size length, EAccess access) {
     m_bytes.resize(m_bytes.size() + length);
 }
 
+void CRegisters::DefineShared(UInt64 address, const void* bytes, Size length) {
+    m_blocks.push_back(
+        {address, length, 0, EAccess::ReadOnly, static_cast<const std::uint8_t*>(bytes)});
+}
+
 const CRegisters::Block* CRegisters::Find(UInt64 address, Size length) const {
     auto next = std::upper_bound(m_blocks.begin(), m_blocks.end(), address,
                                  [](UInt64 a, const Block& block) { return a < block.address; });
@@ -21,7 +26,7 @@ const CRegisters::Block* CRegisters::Find(UInt64 address, Size length) const {
     return offset < block.length && length <= block.length - offset ? &block : nullptr;
 }
 
-Int32 CRegisters::Read(UInt64 address, void* destination, Size* size) const {
+Int32 CRegisters::Read(UInt64 address, void* destination, const Size* size) const {
     if (destination == nullptr || size == nullptr) {
         return kInvalidParameter;
     }
@@ -29,8 +34,13 @@ Int32 CRegisters::Read(UInt64 address, void* destination, Size* size) const {
     if (block == nullptr) {
         return kInvalidAddress;
     }
+    const UInt64 offset = address - block->address;
+    if (block->shared != nullptr) {
+        std::memcpy(destination, block->shared + offset, *size);
+        return kSuccess;
+    }
     const std::lock_guard lock(m_lock);
-    std::memcpy(destination, m_bytes.data() + block->offset + (address - block->address), *size);
+    std::memcpy(destination, m_bytes.data() + block->offset + offset, *size);
     return kSuccess;
 }
 

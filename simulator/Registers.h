@@ -17,12 +17,14 @@ class CRegisters {
 public:
     // Blocks are defined in ascending order of address, before the first access, and start as 0.
     void Define(UInt64 address, Size length, EAccess access);
+    // A read-only block that stands elsewhere, which must outlive this object.
+    void DefineShared(UInt64 address, const void* bytes, Size length);
 
     // The access from outside. It may touch a piece of a block, but not reach beyond it.
     // \retval kInvalidParameter a pointer is null
     // \retval kInvalidAddress   the bytes lie in no block
     // \retval kAccessDenied     a write to a block that is read-only
-    Int32 Read(UInt64 address, void* destination, Size* size) const;
+    Int32 Read(UInt64 address, void* destination, const Size* size) const;
     Int32 Write(UInt64 address, const void* source, const Size* size);
 
     // The access from inside, to the start of a block that is defined; what is too long is cut.
@@ -41,6 +43,7 @@ private:
         Size length;
         Size offset; // into m_bytes
         EAccess access;
+        const std::uint8_t* shared = nullptr; // in place of the bytes at the offset; not owned
     };
 
     const Block* Find(UInt64 address, Size length) const;

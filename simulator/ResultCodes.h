@@ -17,6 +17,7 @@ inline constexpr Int32 kAccessDenied = -1005; // also answered for a camera that
 inline constexpr Int32 kInvalidHandle = -1006;
 inline constexpr Int32 kInvalidId = -1007;
 inline constexpr Int32 kInvalidParameter = -1009;
+inline constexpr Int32 kIo = -1010; // the camera is unplugged
 inline constexpr Int32 kInvalidBuffer = -1013;
 inline constexpr Int32 kNotAvailable = -1014;
 inline constexpr Int32 kInvalidAddress = -1015;

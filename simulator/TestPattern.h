@@ -2,6 +2,8 @@
 // offset that moves from image to image. Knows nothing of time or of who asks.
 #pragma once
 
+#include <array>
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <vector>
@@ -11,8 +13,19 @@ namespace OptivoSim {
 // The values are those of the pixel format naming convention.
 enum class EPixelFormat : std::uint32_t {
     Mono8 = 0x01080001,
+    Mono16 = 0x01100007,
     BayerRG8 = 0x01080009,
     RGB8 = 0x02180014
+};
+
+// The values of the feature TestPattern.
+enum class ETestPattern : std::uint32_t {
+    Black = 0,
+    White = 1,
+    GreyHorizontalRamp = 2,
+    GreyVerticalRampMoving = 3,
+    GreyDiagonalRampMoving = 4,
+    ColorBar = 5
 };
 
 struct ImageFormat {
@@ -21,26 +34,59 @@ struct ImageFormat {
     std::uint32_t height = 0;
 
     std::size_t RowSize() const {
-        return std::size_t{width} * (pixelFormat == EPixelFormat::RGB8 ? 3 : 1);
+        switch (pixelFormat) {
+        case EPixelFormat::RGB8:
+            return std::size_t{width} * 3;
+        case EPixelFormat::Mono16:
+            return std::size_t{width} * 2;
+        default:
+            return width;
+        }
     }
     std::size_t PayloadSize() const { return RowSize() * height; }
+    bool operator==(const ImageFormat&) const = default;
 };
 
-// Mono8 shows a diagonal ramp: pixel (x, y) of image n is (x + y + 2n) mod 256. The coloured
-// formats show diagonal bars 32 pixels wide, each with a ramp of its own. All move by two rows an
-// image.
+// Everything that an image's pixels depend on.
+struct Picture {
+    ImageFormat format;
+    std::uint32_t offsetX = 0; // of the image in the binned sensor
+    std::uint32_t offsetY = 0;
+    std::uint32_t binningX = 1;
+    std::uint32_t binningY = 1;
+    ETestPattern pattern = ETestPattern::GreyDiagonalRampMoving;
+    double brightness = 1; // what pixels are multiplied by; they end at white
+
+    bool operator==(const Picture&) const = default;
+};
+
+// At pixel (x, y) of the sensor, image n shows, of 256 values each:
+//   GreyHorizontalRamp       x
+//   GreyVerticalRampMoving   y + 2n
+//   GreyDiagonalRampMoving   x + y + 2n
+//   ColorBar                 diagonal bars 32 pixels wide, each with a ramp of its own, which move
+//                            like the diagonal ramp
+// The first 32 bytes of an image are left to its stamp.
 class CTestPattern {
 public:
-    explicit CTestPattern(const ImageFormat& format);
+    explicit CTestPattern(const Picture& picture);
 
     std::size_t PayloadSize() const { return m_payloadSize; }
-    // The PayloadSize() bytes of an image, valid as long as the pattern.
-    const std::uint8_t* Image(std::uint64_t number) const;
+    // Writes an image of PayloadSize() bytes, stamped with its number and time if it has room.
+    void CopyImage(std::uint64_t number, std::uint64_t nanoseconds, void* destination) const;
 
 private:
+    static constexpr std::uint32_t kPeriod = 256;     // rows after which the pattern repeats
+    static constexpr std::uint32_t kRowsPerImage = 2; // even: a Bayer mosaic keeps its phase
+    static constexpr std::uint32_t kNumPhases = kPeriod / kRowsPerImage;
+
+    std::uint64_t PixelHash(std::uint64_t phase) const;
+
     std::size_t m_rowSize;
     std::size_t m_payloadSize;
     std::vector<std::uint8_t> m_bytes;
+    // Made when a phase is shown first; 0 until then.
+    mutable std::array<std::atomic<std::uint64_t>, kNumPhases> m_hashes{};
 };
 
 } // namespace OptivoSim

@@ -19,6 +19,7 @@ CameraModel MonoModel() {
     camera.custom14 = "169.254.10.1";
     camera.custom15 = "02-4E-56-00-27-11";
     camera.format = {EPixelFormat::Mono8, 640, 480};
+    camera.pattern = ETestPattern::GreyDiagonalRampMoving;
     camera.frameRate = 60;
     return camera;
 }

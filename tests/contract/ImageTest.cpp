@@ -120,7 +120,7 @@ TEST_F(ImageTest, LargerImageDoesNotOverrunOldBuffers) {
     Start();
     Produce(2);
     ASSERT_EQ(WaitBuffer().handle, buffers[0]);
-    EXPECT_TRUE(HoldsImage(memory.data(), 0));
+    EXPECT_TRUE(HoldsImage(memory.data(), 0, IMAGE_SIZE, 2 * IMAGE_SIZE));
     ExpectGuardIntact(memory);
 }
 

@@ -59,32 +59,32 @@ TEST_F(RemotePortTest, ReadsTheCamerasRegisters) {
 TEST_F(RemotePortTest, WritesTheCamerasRegisters) {
     for (const uint32_t value : {1U, 0xFEDCBA98U, 0U}) {
         size_t size = sizeof value;
-        EXPECT_OK(gentl.GCWritePort(remote, 0x600, &value, &size));
+        EXPECT_OK(gentl.GCWritePort(remote, 0x800, &value, &size));
         EXPECT_EQ(size, sizeof value);
-        EXPECT_EQ(ReadNumber(0x600), value);
+        EXPECT_EQ(ReadNumber(0x800), value);
     }
 }
 
 TEST_F(RemotePortTest, LeavesSizeAndAlignmentToTheLibrary) {
     const uint32_t value = 0x44332211;
     size_t size = sizeof value;
-    ASSERT_OK(gentl.GCWritePort(remote, 0x600, &value, &size));
+    ASSERT_OK(gentl.GCWritePort(remote, 0x800, &value, &size));
     unsigned char bytes[4] = {0xAA, 0xAA, 0xAA, 0xAA};
     size = 2;
-    EXPECT_OK(gentl.GCReadPort(remote, 0x601, bytes, &size));
-    EXPECT_EQ(OptivoSim_LastSelector(OPTIVO_DEVICE_READ_PORT), 0x601U);
+    EXPECT_OK(gentl.GCReadPort(remote, 0x801, bytes, &size));
+    EXPECT_EQ(OptivoSim_LastSelector(OPTIVO_DEVICE_READ_PORT), 0x801U);
     EXPECT_EQ(OptivoSim_LastArgument(OPTIVO_DEVICE_READ_PORT), 2U);
     EXPECT_EQ(bytes[0], 0x22);
     EXPECT_EQ(bytes[1], 0x33);
     EXPECT_EQ(bytes[2], 0xAA);
     const unsigned char last = 0x99;
     size = 1;
-    EXPECT_OK(gentl.GCWritePort(remote, 0x603, &last, &size));
-    EXPECT_EQ(OptivoSim_LastSelector(OPTIVO_DEVICE_WRITE_PORT), 0x603U);
+    EXPECT_OK(gentl.GCWritePort(remote, 0x803, &last, &size));
+    EXPECT_EQ(OptivoSim_LastSelector(OPTIVO_DEVICE_WRITE_PORT), 0x803U);
     EXPECT_EQ(OptivoSim_LastArgument(OPTIVO_DEVICE_WRITE_PORT), 1U);
-    EXPECT_EQ(ReadNumber(0x600), 0x99332211U);
+    EXPECT_EQ(ReadNumber(0x800), 0x99332211U);
     size = SIZE_MAX;
-    EXPECT_FAILS(-1015, "Invalid Address", gentl.GCReadPort(remote, 0x600, bytes, &size));
+    EXPECT_FAILS(-1015, "Invalid Address", gentl.GCReadPort(remote, 0x800, bytes, &size));
     EXPECT_EQ(size, SIZE_MAX);
 }
 
@@ -93,13 +93,15 @@ TEST_F(RemotePortTest, TellsWhatTheLibraryRefuses) {
     ExpectAccessFails(UINT64_MAX, -1015, "Invalid Address");
     uint32_t value = 0;
     size_t size = sizeof value;
-    EXPECT_FAILS(-1005, "Register 0x400 is not readable.",
-                 gentl.GCWritePort(remote, 0x400, &value, &size));
+    EXPECT_FAILS(-1005, "Register 0x300 is not readable.",
+                 gentl.GCWritePort(remote, 0x300, &value, &size));
+    EXPECT_EQ(ReadNumber(0x300), 1280U);
+    EXPECT_FAILS(-1009, "Invalid parameter", gentl.GCWritePort(remote, 0x400, &value, &size));
     EXPECT_EQ(ReadNumber(0x400), 1280U);
     EXPECT_FAILS(-1009, "Invalid parameter", gentl.GCReadPort(remote, 0x400, nullptr, &size));
     EXPECT_FAILS(-1009, "Invalid parameter", gentl.GCReadPort(remote, 0x400, &value, nullptr));
-    EXPECT_FAILS(-1009, "Invalid parameter", gentl.GCWritePort(remote, 0x600, nullptr, &size));
-    EXPECT_FAILS(-1009, "Invalid parameter", gentl.GCWritePort(remote, 0x600, &value, nullptr));
+    EXPECT_FAILS(-1009, "Invalid parameter", gentl.GCWritePort(remote, 0x800, nullptr, &size));
+    EXPECT_FAILS(-1009, "Invalid parameter", gentl.GCWritePort(remote, 0x800, &value, nullptr));
 }
 
 TEST_F(RemotePortTest, EveryResultHasItsCodeAndText) {
@@ -199,13 +201,13 @@ TEST_F(RemotePortTest, ExceptionsOfTheLibraryLoseTheirText) {
 TEST_F(RemotePortTest, LeadsToTheCamerasXml) {
     const std::string url = Url();
     EXPECT_EQ(OptivoSim_LastSelector(OPTIVO_DEVICE_GET_INFO), 8U);
-    const std::string start = "Local:Norvel_G1300C.xml;10000;";
+    const std::string start = "Local:Norvel_Camera.xml;10000;";
     ASSERT_EQ(url.substr(0, start.size()), start);
     std::string xml(std::stoul(url.substr(start.size()), nullptr, 16), '\0');
     size_t size = xml.size();
     EXPECT_OK(gentl.GCReadPort(remote, 0x10000, xml.data(), &size));
     EXPECT_EQ(xml.substr(0, 5), "<?xml");
-    EXPECT_NE(xml.find("</RegisterDescription>"), std::string::npos);
+    EXPECT_TRUE(xml.ends_with("</RegisterDescription>\n"));
 }
 
 TEST_F(RemotePortTest, UrlNeedsABuffer) {

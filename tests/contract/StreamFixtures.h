@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Fixtures.h"
+#include "OptivoImage.h"
 
 #include <algorithm>
 #include <future>
@@ -28,10 +29,19 @@ bool IsReady(const std::future<Value>& future, uint64_t milliseconds = 0) {
     return future.wait_for(std::chrono::milliseconds(milliseconds)) == std::future_status::ready;
 }
 
-// The buffer holds the beginning of the camera's image of that number.
+// The buffer holds the beginning of the camera's image of that number and size, stamp and all.
 inline testing::AssertionResult HoldsImage(const unsigned char* pixels, uint64_t number,
-                                           size_t size = IMAGE_SIZE) {
-    for (size_t i = 0; i < size; ++i) {
+                                           size_t size = IMAGE_SIZE,
+                                           size_t imageSize = IMAGE_SIZE) {
+    OptivoImageStamp stamp;
+    if (OptivoImage_Read(pixels, size, &stamp) != (size == imageSize ? 1 : 0)) {
+        return testing::AssertionFailure() << "the stamp does not fit the image";
+    }
+    if (size >= sizeof stamp && (stamp.imageSize != imageSize || stamp.number != number)) {
+        return testing::AssertionFailure() << "image " << stamp.number << " of " << stamp.imageSize
+                                           << " bytes instead of " << number;
+    }
+    for (size_t i = sizeof stamp; i < size; ++i) {
         const uint64_t expected = (i % IMAGE_WIDTH + i / IMAGE_WIDTH + 2 * number) % 256;
         if (pixels[i] != expected) {
             return testing::AssertionFailure() << "byte " << i << " of image " << number << " is "

@@ -1,3 +1,4 @@
+#include "OptivoImage.h"
 #include "Streams.h"
 
 #include <algorithm>
@@ -10,8 +11,15 @@ public:
     explicit GuardedMemory(size_t size) : m_size(size), m_bytes(size + 2 * GUARD, FILLER) {}
 
     unsigned char* Begin() { return m_bytes.data() + GUARD; }
+    // Without the size, time and checksum in an image's stamp, by which equal pictures differ.
     std::vector<unsigned char> Content() const {
-        return {m_bytes.begin() + GUARD, m_bytes.end() - GUARD};
+        std::vector<unsigned char> content(m_bytes.begin() + GUARD, m_bytes.end() - GUARD);
+        for (size_t i = 0; i < std::min<size_t>(content.size(), OPTIVO_STAMP_SIZE); ++i) {
+            if ((i >= 4 && i < 8) || i >= 16) {
+                content[i] = FILLER;
+            }
+        }
+        return content;
     }
     bool IsUntouched() const { return AreAllFiller(m_bytes.begin(), m_bytes.end()); }
     bool AreGuardsIntact() const {
