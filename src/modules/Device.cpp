@@ -43,14 +43,13 @@ CDevice::~CDevice() {
     StopUse();
     m_camera.reset();
     if (CInterface* owner = Interface()) {
-        owner->RemoveDevice(m_id);
+        owner->ForgetDevice(this);
     }
 }
 
 // The port goes last: its events come until the camera is closed, and not even a close that fails
 // may leave a callback to a port that is gone.
 void CDevice::StopUse() {
-    m_closing = true;
     CloseStreams();
     m_port->StopEvents();
 }

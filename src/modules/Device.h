@@ -80,8 +80,6 @@ public:
     void LeaveInterface() { m_interface.store(nullptr, std::memory_order_relaxed); }
     // What IFOpenDevice was called with; the device itself does not interpret it.
     std::uint32_t CameraIndex() const { return m_cameraIndex; }
-    // Whether the device is being destroyed.
-    bool IsClosing() const { return m_closing; }
 
 private:
     std::string Url() const;
@@ -100,7 +98,6 @@ private:
     CamPtr<Optivo::ICamDevice> m_camera;
     std::uint32_t m_cameraIndex;
     std::unique_ptr<CEventError> m_errorEvent;
-    bool m_closing = false;
 };
 
 } // namespace GenICam::Client

@@ -8,6 +8,7 @@
 #include "modules/PortResult.h"
 
 #include <boost/make_shared.hpp>
+#include <boost/thread/lock_guard.hpp>
 
 #include <stdexcept>
 
@@ -101,6 +102,7 @@ void CDevicePort::RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) {
         static_cast<CDevicePort*>(context)->OnEvent(eventId, low, high);
     };
     if (Optivo::ICamDevice* camera = m_device->Camera()) {
+        const boost::lock_guard<boost::mutex> lock(m_callbackLock);
         m_callbackInstalled = true;
         camera->RegisterEventCallback(callback, this);
     }
@@ -111,6 +113,7 @@ void CDevicePort::RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) {
 void CDevicePort::UnregisterEvent(EVENT_TYPE type) {
     RequireRemoteDeviceEvent(type);
     if (Optivo::ICamDevice* camera = m_device->Camera()) {
+        const boost::lock_guard<boost::mutex> lock(m_callbackLock);
         if (camera->RegisterEventCallback(nullptr, this) == 0) {
             m_callbackInstalled = false;
         }

@@ -6,6 +6,7 @@
 #include "events/EventDevice.h"
 
 #include <boost/shared_ptr.hpp>
+#include <boost/thread/mutex.hpp>
 
 #include <atomic>
 #include <string>
@@ -48,6 +49,7 @@ private:
 
     CDevice* m_device;
     boost::shared_ptr<CEventDevice> m_event;
+    boost::mutex m_callbackLock; // keeps the flag true to what the camera was told
     std::atomic<bool> m_callbackInstalled{false};
 };
 

@@ -9,6 +9,7 @@
 #include "modules/TL.h"
 
 #include <boost/make_shared.hpp>
+#include <boost/thread/lock_guard.hpp>
 
 #include <algorithm>
 #include <memory>
@@ -96,8 +97,8 @@ CInterface::CInterface(boost::shared_ptr<CInterfaceInfo> info, CTL* owner,
 CInterface::~CInterface() {
     m_devices.clear();
     // Each device removes itself from the list.
-    while (!m_openDevices.empty()) {
-        delete m_openDevices.front();
+    while (CDevice* device = FirstOpen()) {
+        delete device;
     }
     m_owner->RemoveInterface(this);
 }
@@ -148,6 +149,7 @@ void CInterface::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_
 }
 
 boost::shared_ptr<CDeviceInfo> CInterface::FindOpen(const char* id) const {
+    const boost::lock_guard<boost::mutex> lock(m_openDevicesLock);
     for (CDevice* device : m_openDevices) {
         boost::shared_ptr<CDeviceInfo> info = device->GetDeviceInfo();
         if (info->MatchName(id)) {
@@ -155,6 +157,11 @@ boost::shared_ptr<CDeviceInfo> CInterface::FindOpen(const char* id) const {
         }
     }
     return nullptr;
+}
+
+CDevice* CInterface::FirstOpen() const {
+    const boost::lock_guard<boost::mutex> lock(m_openDevicesLock);
+    return m_openDevices.empty() ? nullptr : m_openDevices.front();
 }
 
 boost::shared_ptr<CDeviceInfo> CInterface::FindListed(const char* id) const {
@@ -180,6 +187,7 @@ CDevice* CInterface::OpenDevice(const char* id, std::uint32_t flags) {
     CamPtr<Optivo::ICamDevice> owned(camera);
     CheckOpened(result, deviceId);
 
+    const boost::lock_guard<boost::mutex> lock(m_openDevicesLock);
     m_openDevices.reserve(m_openDevices.size() + 1);
     auto* device =
         new (std::nothrow) CDevice(this, deviceId, std::move(info), std::move(owned), flags);
@@ -267,24 +275,28 @@ void CInterface::UpdateDeviceList(bool8_t* changed, std::uint32_t timeout) {
 }
 
 void CInterface::RemoveDevice(const std::string& id) {
-    const auto hasId = [&](CDevice* device) { return device->Id() == id; };
-    auto found = std::find_if(m_openDevices.begin(), m_openDevices.end(), [&](CDevice* device) {
-        return device->IsClosing() && hasId(device);
-    });
-    if (found == m_openDevices.end()) {
-        found = std::find_if(m_openDevices.begin(), m_openDevices.end(), hasId);
-    }
+    const boost::lock_guard<boost::mutex> lock(m_openDevicesLock);
+    const auto found = std::find_if(m_openDevices.begin(), m_openDevices.end(),
+                                    [&](const CDevice* device) { return device->Id() == id; });
     if (found != m_openDevices.end()) {
         m_openDevices.erase(found);
     }
 }
 
+void CInterface::ForgetDevice(const CDevice* device) {
+    const boost::lock_guard<boost::mutex> lock(m_openDevicesLock);
+    std::erase(m_openDevices, device);
+}
+
 void CInterface::Close() {
     m_devices.clear();
-    for (CDevice* device : m_openDevices) {
-        device->LeaveInterface();
+    {
+        const boost::lock_guard<boost::mutex> lock(m_openDevicesLock);
+        for (CDevice* device : m_openDevices) {
+            device->LeaveInterface();
+        }
+        m_openDevices.clear();
     }
-    m_openDevices.clear();
     CamPtr<Optivo::ICamInterface> camera = std::move(m_camera);
     delete this;
     GiveBack(std::move(camera));

@@ -9,6 +9,7 @@
 #include "modules/InterfaceInfo.h"
 
 #include <boost/shared_ptr.hpp>
+#include <boost/thread/mutex.hpp>
 
 #include <string>
 #include <vector>
@@ -18,7 +19,8 @@ namespace GenICam::Client {
 class CDevice;
 class CTL;
 
-// Takes no lock: a consumer calls the operations of one interface from one thread at a time.
+// Only the list of open devices is locked, as their consumers may close them on threads of their
+// own: otherwise a consumer calls the operations of one interface from one thread at a time.
 class CInterface final : public ICommonBase {
 public:
     // camera is not null.
@@ -52,7 +54,7 @@ public:
     // changed may be null; it tells whether a camera came, went or changed its status. The
     // time-out is in milliseconds.
     virtual void UpdateDeviceList(bool8_t* changed, std::uint32_t timeout);
-    // Forgets the open device with this ID; the one that is being destroyed, if several have it.
+    // Forgets the open device with this ID; the first, if several have it.
     virtual void RemoveDevice(const std::string& id);
     // Destroys this object and leaves its open devices alone: they go on without an interface.
     // Throws what the camera library throws when it takes its interface back.
@@ -63,6 +65,9 @@ public:
     // size and for a command that does not exist.
     virtual void GetDeviceInfo(const char* id, DEVICE_INFO_CMD command, INFO_DATATYPE* type,
                                void* buffer, size_t* size);
+
+    // Forgets a device that is being destroyed; the device's last use of its interface.
+    void ForgetDevice(const CDevice* device);
 
     // The System module that opened this interface; it lives longer.
     CTL* Owner() const { return m_owner; }
@@ -75,10 +80,12 @@ private:
     boost::shared_ptr<CDeviceInfo> Describe(const std::string& name);
     boost::shared_ptr<CDeviceInfo> FindListed(const char* id) const;
     boost::shared_ptr<CDeviceInfo> FindOpen(const char* id) const;
+    CDevice* FirstOpen() const;
     std::uint32_t AccessStatus(const char* id) const;
 
     boost::shared_ptr<CInterfaceInfo> m_info;
     CTL* m_owner;
+    mutable boost::mutex m_openDevicesLock;
     std::vector<CDevice*> m_openDevices; // owned
     Infos m_devices;
     CamPtr<Optivo::ICamInterface> m_camera;
