@@ -96,6 +96,7 @@ public:
     void UnregisterEvent(EVENT_TYPE type) override;
 
     CDevice* Device() const { return m_device; }
+    bool IsClosing() const { return m_closing; }
     // True for the first caller, which then destroys this object.
     bool BeginClosing() { return !m_closing.exchange(true); }
     // Takes a buffer out of both queues, and waits for a fill of it to end. Its state is clear.

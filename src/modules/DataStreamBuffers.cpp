@@ -73,6 +73,7 @@ void CDataStream::AllocAndAnnounceBuffer(void** memory, size_t size, void* priva
 }
 
 void CDataStream::RevokeBuffer(BUFFER_HANDLE handle, void** memory, void** privateData) {
+    const CCallCounter::CScope inside(m_calls);
     CBufferInfo& buffer = BufferOf(handle);
     const auto isAnnounced = [&] {
         const boost::lock_guard<boost::mutex> lock(m_announcedLock);
@@ -117,6 +118,7 @@ void CDataStream::DropBuffer(const CBufferInfo& buffer) {
 }
 
 void CDataStream::QueueBuffer(BUFFER_HANDLE handle) {
+    const CCallCounter::CScope inside(m_calls);
     CBufferInfo& buffer = BufferOf(handle);
     if (buffer.IsQueued()) {
         return;
@@ -204,6 +206,7 @@ void CDataStream::FlushQueue(ACQ_QUEUE_TYPE operation) {
     if (operation < ACQ_QUEUE_INPUT_TO_OUTPUT || operation > ACQ_QUEUE_ALL_DISCARD) {
         return;
     }
+    const CCallCounter::CScope inside(m_calls);
     const CInputLock input(*this);
     if (operation == ACQ_QUEUE_UNQUEUED_TO_INPUT) {
         AppendUnqueued(false);

@@ -208,7 +208,7 @@ CDataStream* CDevice::OpenDataStream(const char* id) {
     const char* wanted = &Require(id, "sDataStreamID");
     const boost::lock_guard<boost::mutex> lock(m_streamsLock);
     for (CDataStream* stream : m_streams) {
-        if (stream->GetID() == wanted) {
+        if (!stream->IsClosing() && stream->GetID() == wanted) {
             return stream;
         }
     }

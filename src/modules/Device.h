@@ -62,7 +62,8 @@ public:
     std::uint32_t GetNumDataStreams();
     // Throws std::invalid_argument for every index but 0.
     std::string GetDataStreamID(std::uint32_t index) const;
-    // The stream that is open under this ID, or a new one; this device owns it.
+    // The stream that is open under this ID and not being closed, or a new one; this device owns
+    // it.
     CDataStream* OpenDataStream(const char* id);
     // Forgets a stream that is being destroyed; the stream's last use of its device.
     void ForgetStream(const CDataStream* stream);
