@@ -12,6 +12,7 @@ namespace {
 constexpr const char* kOwnModule = "NorvelTL40.cti";
 constexpr const char* kSearchVariable = "GENICAM_GENTL64_PATH";
 constexpr uint64_t kSearchMilliseconds = 1000;
+constexpr std::string_view kSerialPrefix = "SN->";
 
 namespace fs = std::filesystem;
 
@@ -82,6 +83,8 @@ SDevice Describe(const CProducer& producer, IF_HANDLE handle, std::string id) {
 }
 
 bool IsNamed(const SDevice& device, const std::string& name) {
+    if (name.starts_with(kSerialPrefix))
+        return device.serialNumber == name.substr(kSerialPrefix.size());
     return device.id == name || device.serialNumber == name || device.userName == name;
 }
 
@@ -220,6 +223,28 @@ SSystems OpenSystems(const std::string& cti) {
     return systems;
 }
 
+CHandle OpenDevice(const SChoice& choice) {
+    const CProducer& producer = choice.system->Producer();
+    return OpenHandle(producer, producer.DevClose, producer.IFOpenDevice,
+                      choice.interface_->handle->Get(), choice.device->id.c_str(),
+                      static_cast<DEVICE_ACCESS_FLAGS>(DEVICE_ACCESS_CONTROL));
+}
+
+CHandle OpenFirstStream(const CProducer& producer, DEV_HANDLE device) {
+    uint32_t count = 0;
+    producer.Call(producer.DevGetNumDataStreams, device, &count);
+    if (count == 0)
+        throw CToolError("the camera has no data stream");
+    const std::string id = producer.CallText(producer.DevGetDataStreamID, device, 0u);
+    return OpenHandle(producer, producer.DSClose, producer.DevOpenDataStream, device, id.c_str());
+}
+
+PORT_HANDLE RemotePort(const CProducer& producer, DEV_HANDLE device) {
+    PORT_HANDLE port = nullptr;
+    producer.Call(producer.DevGetPort, device, &port);
+    return port;
+}
+
 std::vector<SChoice> AllDevices(const SSystems& systems) {
     std::vector<SChoice> choices;
     for (const auto& system : systems.open)
@@ -252,9 +277,7 @@ SChoice ChooseDevice(const SSystems& systems, const std::string& name, bool firs
     if (accessible.empty())
         throw CToolError("no camera can be opened now:" + ListText(matching));
     if (accessible.size() > 1 && !first)
-        throw CToolError("several cameras can be meant; name one of them, or take the first "
-                         "with --first:" +
-                             ListText(accessible),
+        throw CToolError("several cameras can be meant; name one of them:" + ListText(accessible),
                          kWrongUsage);
     return accessible.front();
 }

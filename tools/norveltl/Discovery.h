@@ -39,6 +39,7 @@ public:
     explicit CSystem(const std::filesystem::path& module);
 
     const CProducer& Producer() const { return *m_producer; }
+    TL_HANDLE Handle() const { return m_system.Get(); }
     const std::vector<SInterface>& Interfaces() const { return m_interfaces; }
     // Tells what the system module says of itself, or the library when it does not.
     OptionalText Info(TL_INFO_CMD command) const;
@@ -67,11 +68,17 @@ struct SChoice {
     const SDevice* device;
 };
 
+// Opens the camera for control; its first stream; and what its registers are reached through.
+CHandle OpenDevice(const SChoice& choice);
+CHandle OpenFirstStream(const CProducer& producer, DEV_HANDLE device);
+PORT_HANDLE RemotePort(const CProducer& producer, DEV_HANDLE device);
+
 // Every camera of every producer.
 std::vector<SChoice> AllDevices(const SSystems& systems);
-// The camera that a name means: its ID, serial number or user name, else a part of its ID or names
-// that only one has. Without a name the only accessible camera, or the first of them if first is
-// set. Throws CToolError, listing the choices, when there is none or more than one.
+// The camera that a name means: its ID, serial number (which "SN->" before it says) or user name,
+// else a part of its ID or names that only one has. Without a name the only accessible camera, or
+// the first of them if first is set. Throws CToolError, listing the choices, when there is none or
+// more than one.
 SChoice ChooseDevice(const SSystems& systems, const std::string& name, bool first);
 
 } // namespace norveltl

@@ -1,72 +1,67 @@
-// A camera's features, found through the XML description that its port names. Understands plain
-// nodes only: numbers, enumerations and commands that lead through pValue to a register. Whatever
-// it cannot resolve it says by throwing CToolError; it never guesses a value.
+// A camera's features as a user names them: their values as texts, their limits and entries, and
+// the order in which the description lists them. What lies behind a value is CNodeMap's business.
 #pragma once
 
-#include "Producer.h"
-
-#include <boost/property_tree/ptree.hpp>
+#include "NodeMap.h"
 
 #include <cstdint>
-#include <map>
+#include <optional>
 #include <string>
-#include <string_view>
+#include <vector>
 
 namespace norveltl {
+
+// One feature, as far as it can be read; the error says why a part of it cannot.
+struct SFeature {
+    std::string name;
+    std::string category;
+    std::string kind; // Integer, Float, Boolean, Enumeration, String, Command or Register
+    std::string toolTip;
+    std::string access; // "RW", "RO", "WO", "NA" or "NI"
+    std::optional<std::string> value;
+    std::string unit;
+    std::optional<std::string> min, max, increment;
+    std::vector<std::string> entries; // of an enumeration, those that are available
+    std::vector<std::string> selects;
+    std::string error;
+};
 
 class CFeatures {
 public:
     // Reads the description through the port, which must stay open as long as this object lives.
-    CFeatures(const CProducer& producer, PORT_HANDLE port);
+    CFeatures(const CProducer& producer, PORT_HANDLE port) : m_nodes(producer, port) {}
 
-    bool Has(const std::string& feature) const;
-    int64_t ReadInteger(const std::string& feature) const;
+    bool Has(const std::string& feature) const { return m_nodes.Has(feature); }
+    int64_t ReadInteger(const std::string& feature) const { return m_nodes.Integer(feature); }
     // The name of the current entry.
     std::string ReadEnumeration(const std::string& feature) const;
     void Execute(const std::string& command) const;
+    // The value as a user reads it; throws for a command.
+    std::string Get(const std::string& feature) const;
+    // Takes a number, true or false, the name of an entry, or a text, by the feature's kind.
+    // Throws, naming the limits or entries, for a value that the feature does not take.
+    void Set(const std::string& feature, const std::string& value) const;
+    // Never throws for what the camera or the description does wrong: the feature's error says it.
+    SFeature Describe(const std::string& feature, const std::string& category = {}) const;
+    // The features of all categories, in their order.
+    std::vector<SFeature> All() const;
 
 private:
-    using Tree = boost::property_tree::ptree;
-
-    // A named node; an entry of a structured register takes what it lacks from its parent.
-    struct SNode {
+    struct SEntry {
         std::string name;
-        std::string kind;
-        const Tree* tree;
-        const Tree* parent;
-
-        const Tree* Child(const char* key) const;
-        bool Has(const char* key) const { return Child(key) != nullptr; }
-        // The text within the child element, or nothing.
-        std::string Text(const char* key) const;
+        int64_t value;
     };
 
-    struct SRegister {
-        uint64_t address;
-        size_t length;
-        bool bigEndian;
-        bool isSigned;
-        unsigned lowBit;
-        unsigned numBits;
-    };
+    const SNode& Known(const std::string& feature) const;
+    std::vector<SEntry> Entries(const SNode& node) const;
+    void SetNumber(const SNode& node, const std::string& value) const;
+    void Fill(const SNode& node, SFeature& feature) const;
+    void Walk(const std::string& category, std::vector<SFeature>& features, unsigned depth) const;
 
-    void AddNodes(const Tree& tree, const Tree* structure);
-    const SNode& Node(const std::string& name) const;
-    int64_t Read(const std::string& name, unsigned depth) const;
-    void Write(const std::string& name, int64_t value, unsigned depth) const;
-    SRegister Register(const SNode& node, unsigned depth) const;
-    void SetBits(const SNode& node, SRegister& target) const;
-    void CheckPort(const SNode& node) const;
-    uint64_t ReadBytes(const SRegister& source) const;
-    void WriteBytes(const SRegister& target, uint64_t bits) const;
-
-    const CProducer& m_producer;
-    PORT_HANDLE m_port;
-    Tree m_document;
-    std::map<std::string, SNode> m_nodes;
+    CNodeMap m_nodes;
 };
 
-// The XML text itself, read through the port; throws where it is not in plain form in the camera.
-std::string ReadDescription(const CProducer& producer, PORT_HANDLE port);
+// "NAME=VALUE"; throws for anything else.
+std::pair<std::string, std::string> ParseAssignment(const std::string& text);
 
 } // namespace norveltl

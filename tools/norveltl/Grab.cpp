@@ -42,10 +42,8 @@ void Note(const std::string& text) {
 class CCameraFacts {
 public:
     CCameraFacts(const CProducer& producer, DEV_HANDLE device) {
-        PORT_HANDLE port = nullptr;
-        producer.Call(producer.DevGetPort, device, &port);
         try {
-            m_features.emplace(producer, port);
+            m_features.emplace(producer, RemotePort(producer, device));
         } catch (const CToolError& error) {
             m_reason = error.what();
         }
@@ -285,9 +283,7 @@ EExitCode Grab(const std::string& cti, const SGrabOptions& options) {
     for (const std::string& error : systems.errors)
         Note(error);
     const CProducer& producer = choice.system->Producer();
-    const CHandle device = OpenHandle(producer, producer.DevClose, producer.IFOpenDevice,
-                                      choice.interface_->handle->Get(), choice.device->id.c_str(),
-                                      static_cast<DEVICE_ACCESS_FLAGS>(DEVICE_ACCESS_CONTROL));
+    const CHandle device = OpenDevice(choice);
     const CCameraFacts camera(producer, device.Get());
     CStream stream(producer, device.Get());
 

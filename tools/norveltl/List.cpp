@@ -2,6 +2,7 @@
 
 #include "Console.h"
 #include "Discovery.h"
+#include "Json.h"
 
 #include <iomanip>
 #include <iostream>
@@ -55,12 +56,65 @@ void PrintSystem(const CSystem& system) {
     std::cout << std::flush;
 }
 
+Json ToJson(const OptionalText& text) {
+    return text ? Json(*text) : Json();
+}
+
+Json ToJson(const SDevice& device) {
+    Json json{{"id", device.id}};
+    json["vendor"] = ToJson(device.vendor);
+    json["model"] = ToJson(device.model);
+    json["serialNumber"] = ToJson(device.serialNumber);
+    json["userName"] = ToJson(device.userName);
+    json["version"] = ToJson(device.version);
+    json["tlType"] = ToJson(device.tlType);
+    json["displayName"] = ToJson(device.displayName);
+    json["accessStatus"] = device.accessStatus ? Json(*device.accessStatus) : Json();
+    json["access"] = device.AccessText();
+    return json;
+}
+
+Json ToJson(const SInterface& interface_) {
+    Json json{{"id", interface_.id}};
+    json["displayName"] = ToJson(interface_.displayName);
+    json["tlType"] = ToJson(interface_.tlType);
+    if (!interface_.error.empty())
+        json["error"] = interface_.error;
+    json["devices"] = Json::array();
+    for (const SDevice& device : interface_.devices)
+        json["devices"].push_back(ToJson(device));
+    return json;
+}
+
+Json ToJson(const CSystem& system) {
+    Json json{{"path", Utf8FromPath(system.Producer().Path())}};
+    json["id"] = ToJson(system.Info(TL_INFO_ID));
+    json["vendor"] = ToJson(system.Info(TL_INFO_VENDOR));
+    json["model"] = ToJson(system.Info(TL_INFO_MODEL));
+    json["version"] = ToJson(system.Info(TL_INFO_VERSION));
+    json["tlType"] = ToJson(system.Info(TL_INFO_TLTYPE));
+    json["interfaces"] = Json::array();
+    for (const SInterface& interface_ : system.Interfaces())
+        json["interfaces"].push_back(ToJson(interface_));
+    return json;
+}
+
+void PrintJson(const SSystems& systems) {
+    Json json{{"producers", Json::array()}, {"errors", systems.errors}};
+    for (const auto& system : systems.open)
+        json["producers"].push_back(ToJson(*system));
+    std::cout << ToText(json) << std::endl;
+}
+
 } // namespace
 
-EExitCode List(const std::string& cti) {
+EExitCode List(const std::string& cti, bool json) {
     const SSystems systems = OpenSystems(cti);
-    for (const auto& system : systems.open)
-        PrintSystem(*system);
+    if (json)
+        PrintJson(systems);
+    else
+        for (const auto& system : systems.open)
+            PrintSystem(*system);
     for (const std::string& error : systems.errors)
         ReportError(error);
     if (!systems.errors.empty())

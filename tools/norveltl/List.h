@@ -1,4 +1,4 @@
-// The command that shows what there is.
+// The command that shows producers, interfaces and cameras.
 #pragma once
 
 #include "Error.h"
@@ -7,8 +7,6 @@
 
 namespace norveltl {
 
-// Prints producers, interfaces and cameras as a tree; kNothingFound without a camera,
-// kFailed when a module or an interface could not be searched.
-EExitCode List(const std::string& cti);
+EExitCode List(const std::string& cti, bool json);
 
 } // namespace norveltl

@@ -175,13 +175,14 @@ CProducer::~CProducer() {
 void CProducer::ResolveAll() {
     const auto resolve = [this](auto&... functions) { (Resolve(functions), ...); };
     resolve(GCInitLib, GCCloseLib, GCGetInfo, GCGetLastError, GCReadPort, GCWritePort, GCGetPortURL,
-            GCGetNumPortURLs, GCGetPortURLInfo, GCRegisterEvent, GCUnregisterEvent, EventGetData,
-            TLOpen, TLClose, TLGetInfo, TLGetNumInterfaces, TLGetInterfaceID, TLGetInterfaceInfo,
-            TLOpenInterface, TLUpdateInterfaceList, IFClose, IFGetNumDevices, IFGetDeviceID,
-            IFUpdateDeviceList, IFGetDeviceInfo, IFOpenDevice, DevGetPort, DevGetNumDataStreams,
-            DevGetDataStreamID, DevOpenDataStream, DevClose, DSAllocAndAnnounceBuffer,
-            DSRevokeBuffer, DSQueueBuffer, DSFlushQueue, DSStartAcquisition, DSStopAcquisition,
-            DSGetInfo, DSGetBufferInfo, DSClose);
+            GCGetNumPortURLs, GCGetPortURLInfo, GCGetPortInfo, GCReadPortStacked,
+            GCWritePortStacked, GCRegisterEvent, GCUnregisterEvent, EventGetData, EventGetDataInfo,
+            EventGetInfo, TLOpen, TLClose, TLGetInfo, TLGetNumInterfaces, TLGetInterfaceID,
+            TLGetInterfaceInfo, TLOpenInterface, TLUpdateInterfaceList, IFClose, IFGetInfo,
+            IFGetNumDevices, IFGetDeviceID, IFUpdateDeviceList, IFGetDeviceInfo, IFOpenDevice,
+            DevGetInfo, DevGetPort, DevGetNumDataStreams, DevGetDataStreamID, DevOpenDataStream,
+            DevClose, DSAllocAndAnnounceBuffer, DSRevokeBuffer, DSQueueBuffer, DSFlushQueue,
+            DSStartAcquisition, DSStopAcquisition, DSGetInfo, DSGetBufferInfo, DSClose);
 }
 
 template <class P>

@@ -102,9 +102,14 @@ public:
     SFunction<PGCGetPortURL> GCGetPortURL{"GCGetPortURL"};
     SFunction<PGCGetNumPortURLs> GCGetNumPortURLs{"GCGetNumPortURLs"};
     SFunction<PGCGetPortURLInfo> GCGetPortURLInfo{"GCGetPortURLInfo"};
+    SFunction<PGCGetPortInfo> GCGetPortInfo{"GCGetPortInfo"};
+    SFunction<PGCReadPortStacked> GCReadPortStacked{"GCReadPortStacked"};
+    SFunction<PGCWritePortStacked> GCWritePortStacked{"GCWritePortStacked"};
     SFunction<PGCRegisterEvent> GCRegisterEvent{"GCRegisterEvent"};
     SFunction<PGCUnregisterEvent> GCUnregisterEvent{"GCUnregisterEvent"};
     SFunction<PEventGetData> EventGetData{"EventGetData"};
+    SFunction<PEventGetDataInfo> EventGetDataInfo{"EventGetDataInfo"};
+    SFunction<PEventGetInfo> EventGetInfo{"EventGetInfo"};
     SFunction<PTLOpen> TLOpen{"TLOpen"};
     SFunction<PTLClose> TLClose{"TLClose"};
     SFunction<PTLGetInfo> TLGetInfo{"TLGetInfo"};
@@ -114,11 +119,13 @@ public:
     SFunction<PTLOpenInterface> TLOpenInterface{"TLOpenInterface"};
     SFunction<PTLUpdateInterfaceList> TLUpdateInterfaceList{"TLUpdateInterfaceList"};
     SFunction<PIFClose> IFClose{"IFClose"};
+    SFunction<PIFGetInfo> IFGetInfo{"IFGetInfo"};
     SFunction<PIFGetNumDevices> IFGetNumDevices{"IFGetNumDevices"};
     SFunction<PIFGetDeviceID> IFGetDeviceID{"IFGetDeviceID"};
     SFunction<PIFUpdateDeviceList> IFUpdateDeviceList{"IFUpdateDeviceList"};
     SFunction<PIFGetDeviceInfo> IFGetDeviceInfo{"IFGetDeviceInfo"};
     SFunction<PIFOpenDevice> IFOpenDevice{"IFOpenDevice"};
+    SFunction<PDevGetInfo> DevGetInfo{"DevGetInfo"};
     SFunction<PDevGetPort> DevGetPort{"DevGetPort"};
     SFunction<PDevGetNumDataStreams> DevGetNumDataStreams{"DevGetNumDataStreams"};
     SFunction<PDevGetDataStreamID> DevGetDataStreamID{"DevGetDataStreamID"};

@@ -4,19 +4,6 @@
 
 namespace norveltl {
 
-namespace {
-
-CHandle OpenFirstStream(const CProducer& producer, DEV_HANDLE device) {
-    uint32_t count = 0;
-    producer.Call(producer.DevGetNumDataStreams, device, &count);
-    if (count == 0)
-        throw CToolError("the camera has no data stream");
-    const std::string id = producer.CallText(producer.DevGetDataStreamID, device, 0u);
-    return OpenHandle(producer, producer.DSClose, producer.DevOpenDataStream, device, id.c_str());
-}
-
-} // namespace
-
 CStream::CStream(const CProducer& producer, DEV_HANDLE device)
     : m_producer(producer), m_stream(OpenFirstStream(producer, device)) {
     producer.Call(producer.GCRegisterEvent, m_stream.Get(), EVENT_NEW_BUFFER, &m_newBuffer);

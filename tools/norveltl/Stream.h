@@ -2,7 +2,7 @@
 // revoked, however the work ends.
 #pragma once
 
-#include "Handles.h"
+#include "Discovery.h"
 
 #include <chrono>
 #include <cstdint>

@@ -1,10 +1,14 @@
 #include "Console.h"
+#include "FeatureCommands.h"
 #include "Grab.h"
+#include "Info.h"
 #include "List.h"
+#include "Registers.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <functional>
 
 namespace norveltl {
 
@@ -17,18 +21,108 @@ std::string CheckAboveZero(const std::string& text) {
                                                                : text + " is no number above 0";
 }
 
+// What the user asked for; the command that was named fills run.
 struct SCommandLine {
     std::string cti;
+    bool json = false;
+    SInfoOptions info;
+    SXmlOptions xml;
+    SRegisterOptions registers;
+    SFeatureOptions features;
     SGrabOptions grab;
-    const CLI::App* list = nullptr;
+    std::function<EExitCode()> run;
 };
 
-void AddGrab(CLI::App& app, SGrabOptions& options) {
-    CLI::App* grab = app.add_subcommand("grab", "Take images from a camera");
-    grab->add_option("device", options.device,
-                     "The camera: its ID, serial number or user name, or a part of its ID or name "
-                     "that no other has; not needed for the only camera")
-        ->type_name("DEVICE");
+constexpr const char* kDeviceHelp =
+    "The camera: its ID, serial number or user name, or a part of its ID or name that no other "
+    "has; not needed for the only camera";
+
+template <class C>
+CLI::App* AddCommand(CLI::App& app, SCommandLine& line, const char* name, const char* help,
+                     C command) {
+    CLI::App* added = app.add_subcommand(name, help);
+    added->callback([&line, command] { line.run = [&line, command] { return command(line); }; });
+    return added;
+}
+
+void AddJson(CLI::App* command, bool& json) {
+    command->add_flag("--json", json, "Print JSON");
+}
+
+void AddTarget(CLI::App* command, std::string& target) {
+    command
+        ->add_option("target", target,
+                     "system, interface:ID, device:ID, port:ID (the camera's own registers) or "
+                     "stream:ID; the ID is not needed for the only one")
+        ->type_name("TARGET");
+}
+
+void AddModuleCommands(CLI::App& app, SCommandLine& line) {
+    CLI::App* list = AddCommand(app, line, "list", "Show producers, interfaces and cameras",
+                                [](auto& l) { return List(l.cti, l.json); });
+    AddJson(list, line.json);
+
+    CLI::App* info = AddCommand(app, line, "info", "Show every info answer of modules",
+                                [](auto& l) { return Info(l.cti, l.info); });
+    AddTarget(info, line.info.target);
+    AddJson(info, line.info.json);
+
+    CLI::App* xml = AddCommand(app, line, "xml", "Show the description of a module or camera",
+                               [](auto& l) { return ShowXml(l.cti, l.xml); });
+    AddTarget(xml, line.xml.target);
+    xml->get_option("target")->required();
+    xml->add_option("-o,--output", line.xml.file, "Write it into this file")->type_name("FILE");
+}
+
+void AddTypes(CLI::App* command, std::string& type) {
+    for (const char* name : {"u32", "i32", "u64", "i64", "f32", "f64", "string"})
+        command->add_flag_callback(std::string("--") + name, [&type, name] { type = name; });
+}
+
+void AddRegisterCommands(CLI::App& app, SCommandLine& line) {
+    CLI::App* read = AddCommand(app, line, "read", "Read registers, as a dump or by type",
+                                [](auto& l) { return ReadRegisters(l.cti, l.registers); });
+    CLI::App* write =
+        AddCommand(app, line, "write", "Write registers, bytes in hexadecimal or by type",
+                   [](auto& l) { return WriteRegisters(l.cti, l.registers); });
+    for (CLI::App* command : {read, write}) {
+        AddTarget(command, line.registers.target);
+        command->get_option("target")->required();
+        AddTypes(command, line.registers.type);
+    }
+    read->add_option("places", line.registers.places, "Where to read, and how many bytes")
+        ->required()
+        ->type_name("ADDRESS[:LENGTH]");
+    write->add_option("places", line.registers.places, "What to write where")
+        ->required()
+        ->type_name("ADDRESS=VALUE");
+}
+
+void AddFeatureCommands(CLI::App& app, SCommandLine& line) {
+    CLI::App* list = AddCommand(app, line, "features", "Show the features of a camera",
+                                [](auto& l) { return ListFeatures(l.cti, l.features); });
+    CLI::App* get = AddCommand(app, line, "get", "Read features of a camera",
+                               [](auto& l) { return GetFeatures(l.cti, l.features); });
+    CLI::App* set = AddCommand(app, line, "set", "Write features of a camera, in their order",
+                               [](auto& l) { return SetFeatures(l.cti, l.features); });
+    CLI::App* execute = AddCommand(app, line, "exec", "Execute commands of a camera",
+                                   [](auto& l) { return ExecuteCommands(l.cti, l.features); });
+    for (CLI::App* command : {list, get, set, execute}) {
+        command->add_option("-d,--device", line.features.device, kDeviceHelp)->type_name("DEVICE");
+        command
+            ->add_option("names", line.features.names,
+                         command == set ? "Features and their values" : "Names of features")
+            ->type_name(command == set ? "NAME=VALUE" : "NAME")
+            ->required(command != list);
+    }
+    AddJson(list, line.features.json);
+}
+
+void AddGrab(CLI::App& app, SCommandLine& line) {
+    SGrabOptions& options = line.grab;
+    CLI::App* grab = AddCommand(app, line, "grab", "Take images from a camera",
+                                [](auto& l) { return Grab(l.cti, l.grab); });
+    grab->add_option("device", options.device, kDeviceHelp)->type_name("DEVICE");
     grab->add_flag("--first", options.first, "Take the first of several cameras");
     grab->add_option("-n,--count", options.count, "How many images to take")
         ->check(CheckAboveZero)
@@ -55,8 +149,10 @@ void Declare(CLI::App& app, SCommandLine& line) {
                    "The producer module; else the one beside this program, else those in "
                    "GENICAM_GENTL64_PATH")
         ->type_name("PATH");
-    line.list = app.add_subcommand("list", "Show producers, interfaces and cameras");
-    AddGrab(app, line.grab);
+    AddModuleCommands(app, line);
+    AddRegisterCommands(app, line);
+    AddFeatureCommands(app, line);
+    AddGrab(app, line);
     app.footer("Exit codes: 0 done, 1 failed, 2 wrong usage, 3 nothing found.");
 }
 
@@ -73,7 +169,7 @@ int Run(int argc, char** argv) {
         return app.exit(error) == 0 ? kDone : kWrongUsage;
     }
     try {
-        const EExitCode code = line.list->parsed() ? List(line.cti) : Grab(line.cti, line.grab);
+        const EExitCode code = line.run();
         // Closing may have failed after the command was done.
         return code == kDone && ErrorReported() ? kFailed : code;
     } catch (const CToolError& error) {
