@@ -103,6 +103,11 @@ CModulePath::CModulePath(const SSystems& systems, const SModuleName& name) {
         OpenBelow(choice, name.module);
 }
 
+CModulePath::~CModulePath() {
+    while (!m_handles.empty())
+        m_handles.pop_back();
+}
+
 void CModulePath::OpenBelow(const SChoice& choice, EModule target) {
     const CProducer& p = Producer();
     m_handles.push_back(OpenDevice(choice));

@@ -33,6 +33,10 @@ class CModulePath {
 public:
     // The systems must outlive this object.
     CModulePath(const SSystems& systems, const SModuleName& name);
+    // Closes a stream before its camera.
+    ~CModulePath();
+    CModulePath(const CModulePath&) = delete;
+    CModulePath& operator=(const CModulePath&) = delete;
 
     const CProducer& Producer() const { return m_system->Producer(); }
     // From the system down to the target.
