@@ -2,6 +2,7 @@
 // its images. Knows nothing of the operation tables, faults or the world around it.
 #pragma once
 
+#include "CameraModel.h"
 #include "EventSlot.h"
 #include "ImageQueue.h"
 #include "Registers.h"
@@ -18,21 +19,6 @@
 #include <vector>
 
 namespace OptivoSim {
-
-// What a camera is when the world is made.
-struct CameraModel {
-    std::string name;
-    std::string vendor;
-    std::string model;
-    std::string version;
-    std::string serialNumber;
-    std::string userDefinedName;
-    std::string tlType;
-    std::string custom14; // network address or link speed
-    std::string custom15; // hardware address or port path
-    ImageFormat format;
-    double frameRate = 0;
-};
 
 // Thread-safe.
 class CCamera {

@@ -124,6 +124,36 @@ OPTIVO_SIM_API int OptivoSim_SetFrameRate(const char* camera, double framesPerSe
 OPTIVO_SIM_API int OptivoSim_ProduceImages(const char* camera, uint64_t count);
 /* Width and height in pixels; the payload size follows. Refused (0) while the camera is started. */
 OPTIVO_SIM_API int OptivoSim_SetImageSize(const char* camera, uint32_t width, uint32_t height);
+/* What can go wrong with an image of a camera before a stream takes it. */
+typedef enum {
+    /* It is counted as lost and never delivered. */
+    OPTIVO_IMAGE_LOST,
+    /* It is delivered delayMs milliseconds after it was due. */
+    OPTIVO_IMAGE_LATE,
+    /* The image before it is delivered once more in its place. */
+    OPTIVO_IMAGE_REPEATED
+} OptivoImageFaultKind;
+
+typedef struct {
+    OptivoImageFaultKind kind;
+    uint32_t delayMs;
+    /* How many images stay sound first, and how many go wrong then (OPTIVO_FOREVER: all). */
+    uint32_t skip;
+    uint32_t count;
+    /* The share of those images that really go wrong, drawn from a generator with this seed; 0 and
+       1 are all of them. */
+    double probability;
+    uint64_t seed;
+} OptivoImageFault;
+
+/* Adds a fault to the images that the camera makes from now on; the first that applies decides. */
+OPTIVO_SIM_API int OptivoSim_AddImageFault(const char* camera, const OptivoImageFault* fault);
+
+/* Pulls a camera's plug: it is not discovered any more, its ports and descriptions answer
+   GC_ERR_IO (-1010), and its streams end (-2). Plugging it in again lets it be discovered and
+   opened anew; objects that were open stay dead. */
+OPTIVO_SIM_API int OptivoSim_Unplug(const char* camera);
+OPTIVO_SIM_API int OptivoSim_Plug(const char* camera);
 /* A 64-bit value of ICamStream::GetStreamInfo that is otherwise 0: commands 5, 6, 7, 8, 11. */
 OPTIVO_SIM_API int OptivoSim_SetStreamValue(const char* camera, uint32_t command, uint64_t value);
 

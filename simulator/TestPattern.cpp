@@ -35,6 +35,8 @@ void RenderRow(EPixelFormat format, std::uint32_t width, std::uint32_t y, std::u
         case EPixelFormat::Mono8:
             *row++ = static_cast<std::uint8_t>(diagonal);
             break;
+        case EPixelFormat::Mono16:
+            break;
         case EPixelFormat::BayerRG8:
             *row++ = BarValue(diagonal, BayerRGChannel(x, y));
             break;

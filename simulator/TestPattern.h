@@ -11,8 +11,19 @@ namespace OptivoSim {
 // The values are those of the pixel format naming convention.
 enum class EPixelFormat : std::uint32_t {
     Mono8 = 0x01080001,
+    Mono16 = 0x01100007,
     BayerRG8 = 0x01080009,
     RGB8 = 0x02180014
+};
+
+// The values of the feature TestPattern.
+enum class ETestPattern : std::uint32_t {
+    Black = 0,
+    White = 1,
+    GreyHorizontalRamp = 2,
+    GreyVerticalRampMoving = 3,
+    GreyDiagonalRampMoving = 4,
+    ColorBar = 5
 };
 
 struct ImageFormat {
