@@ -42,6 +42,8 @@ std::shared_ptr<CCamera> CAdapter::FindCamera(const std::string& name) const {
 
 bool CAdapter::AddCamera(const CameraPlan& plan, bool mayRepeat) {
     auto camera = std::make_shared<CCamera>(plan.model);
+    camera->SetStatus(plan.model.status);
+    camera->SetNumStreams(plan.model.numStreams);
     const std::lock_guard lock(m_lock);
     const bool isNew = m_firstByName.try_emplace(camera->Name(), camera).second;
     if (!isNew && !mayRepeat) {
