@@ -12,8 +12,12 @@ bool Names(const char* text, const std::string& object) {
     if (text == nullptr) {
         return false;
     }
-    const std::string_view view = text;
-    return view == object || view.ends_with("::" + object);
+    std::string_view rest = text;
+    if (!rest.ends_with(object)) {
+        return false;
+    }
+    rest.remove_suffix(object.size());
+    return rest.empty() || rest.ends_with("::");
 }
 
 bool CanHappen(const OptivoFault& fault) {

@@ -2,6 +2,8 @@
 #include "ChildProcess.h"
 #include "WorldFixtures.h"
 
+#include "camlib/CameraLibrary.h"
+
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -69,7 +71,6 @@ protected:
         TL_HANDLE tl = nullptr;
         const int32_t answer = gentl.TLOpen(&tl);
         EXPECT_EQ(tl, nullptr);
-        EXPECT_OK(gentl.GCCloseLib());
         return answer;
     }
 
@@ -84,9 +85,12 @@ protected:
 
     static void ExpectRefused(const std::string& report) {
         EXPECT_EQ(FirstUse(), report);
-        EXPECT_NE(OpenAnswer(), 0);
+        auto* system = reinterpret_cast<Optivo::ICamSystem*>(1);
+        EXPECT_EQ(GetSystem(&system), -1009);
+        EXPECT_EQ(system, nullptr);
+        EXPECT_EQ(OpenAnswer(), -1001);
+        EXPECT_EQ(LastError(), (ErrorRecord{-1001, "Unable to reach the camera library"}));
         EXPECT_EQ(OptivoSim_NumAlive(OPTIVO_OBJECT_SYSTEM), 0U);
-        EXPECT_EQ(OptivoSim_NumCalls(OPTIVO_GET_SYSTEM), 1U);
         EXPECT_EQ(OptivoSim_RemoveCamera("Norvel-G640M-10001"), 0);
     }
 };
