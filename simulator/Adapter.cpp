@@ -9,8 +9,8 @@
 
 namespace OptivoSim {
 
-CAdapter::CAdapter(std::string name, std::string prefix, std::string tlType)
-    : m_name(std::move(name)), m_prefix(std::move(prefix)), m_tlType(std::move(tlType)) {
+CAdapter::CAdapter(const InterfacePlan& plan)
+    : m_name(plan.name), m_prefix(plan.prefix), m_tlType(plan.tlType), m_discovery(plan.discovery) {
     using namespace InterfaceAddress;
     const std::string_view xml = InterfaceXml();
     m_xmlUrl = LocalUrl("Norvel_Interface.xml", kXml, xml.size());
@@ -21,6 +21,9 @@ CAdapter::CAdapter(std::string name, std::string prefix, std::string tlType)
     m_registers.DefineShared(kXml, xml.data(), (xml.size() + 3) / 4 * 4);
     m_registers.SetText(kInterfaceId, m_name);
     m_registers.SetNumber(kDeviceUpdateTimeout, UInt32{1000});
+    for (const CameraPlan& camera : plan.cameras) {
+        AddCamera(camera);
+    }
 }
 
 std::string CAdapter::Id() const {
@@ -31,54 +34,61 @@ std::string CAdapter::Id() const {
     return id + "::" + m_name;
 }
 
-std::vector<std::string> CAdapter::CameraNames() const {
-    const std::lock_guard lock(m_lock);
-    std::vector<std::string> names;
-    for (const auto& camera : m_cameras) {
-        if (camera->IsPlugged()) {
-            names.push_back(camera->Name());
-        }
-    }
-    return names;
-}
-
-CAdapter::Cameras::const_iterator CAdapter::Find(const std::string& name) const {
-    return std::find_if(m_cameras.begin(), m_cameras.end(),
-                        [&](const auto& camera) { return camera->Name() == name; });
-}
-
 std::shared_ptr<CCamera> CAdapter::FindCamera(const std::string& name) const {
     const std::lock_guard lock(m_lock);
-    const auto found = Find(name);
-    return found != m_cameras.end() ? *found : nullptr;
+    const auto found = m_firstByName.find(name);
+    return found != m_firstByName.end() ? found->second : nullptr;
 }
 
-bool CAdapter::AddCamera(std::shared_ptr<CCamera> camera, bool mayRepeat) {
+bool CAdapter::AddCamera(const CameraPlan& plan, bool mayRepeat) {
+    auto camera = std::make_shared<CCamera>(plan.model);
     const std::lock_guard lock(m_lock);
-    if (!mayRepeat && Find(camera->Name()) != m_cameras.end()) {
+    const bool isNew = m_firstByName.try_emplace(camera->Name(), camera).second;
+    if (!isNew && !mayRepeat) {
         return false;
     }
-    m_cameras.push_back(std::move(camera));
+    m_cameras.push_back({std::move(camera), plan.discovery});
     return true;
 }
 
 bool CAdapter::RemoveCamera(const std::string& name) {
+    const auto isNamed = [&](const Attached& attached) { return attached.camera->Name() == name; };
     const std::lock_guard lock(m_lock);
-    const auto found = Find(name);
-    if (found == m_cameras.end()) {
+    if (m_firstByName.erase(name) == 0) {
         return false;
     }
-    m_cameras.erase(found);
+    const auto next = m_cameras.erase(std::find_if(m_cameras.begin(), m_cameras.end(), isNamed));
+    const auto twin = std::find_if(next, m_cameras.end(), isNamed);
+    if (twin != m_cameras.end()) {
+        m_firstByName.emplace(name, twin->camera);
+    }
     return true;
 }
 
 void CAdapter::RemoveCameras() {
     const std::lock_guard lock(m_lock);
     m_cameras.clear();
+    m_firstByName.clear();
+}
+
+bool CAdapter::IsFound(const Discovery& discovery, std::uint64_t update) {
+    return discovery.empty() || discovery[update % discovery.size()];
+}
+
+std::vector<std::string> CAdapter::NextNames() {
+    std::vector<std::string> names;
+    const std::lock_guard lock(m_lock);
+    for (const Attached& attached : m_cameras) {
+        if (attached.camera->IsPlugged() && IsFound(attached.discovery, m_numUpdates)) {
+            names.push_back(attached.camera->Name());
+        }
+    }
+    ++m_numUpdates;
+    return names;
 }
 
 std::vector<std::string> CAdapter::Discover() {
-    std::vector<std::string> names = CameraNames();
+    std::vector<std::string> names = NextNames();
     m_registers.SetNumber(InterfaceAddress::kDeviceCount, static_cast<UInt32>(names.size()));
     return names;
 }

@@ -5,10 +5,12 @@
 #include "Camera.h"
 #include "Registers.h"
 #include "ResultCodes.h"
+#include "WorldFile.h"
 
 #include <memory>
 #include <mutex>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace OptivoSim {
@@ -16,18 +18,20 @@ namespace OptivoSim {
 // Thread-safe.
 class CAdapter {
 public:
-    CAdapter(std::string name, std::string prefix, std::string tlType);
+    // With the interface's cameras.
+    explicit CAdapter(const InterfacePlan& plan);
 
     const std::string& Name() const { return m_name; }
     // The prefix in upper case, "::" and the name.
     std::string Id() const;
 
-    // Of the cameras that are plugged in.
-    std::vector<std::string> CameraNames() const;
+    // Whether an update of the list of interfaces finds it, as that update's number from 0 says.
+    bool IsFoundBy(std::uint64_t update) const { return IsFound(m_discovery, update); }
+
     // The first of that name, or null.
     std::shared_ptr<CCamera> FindCamera(const std::string& name) const;
     // False for a name that is there already, unless it may repeat.
-    bool AddCamera(std::shared_ptr<CCamera> camera, bool mayRepeat = false);
+    bool AddCamera(const CameraPlan& plan, bool mayRepeat = false);
     bool RemoveCamera(const std::string& name);
     void RemoveCameras();
 
@@ -40,18 +44,25 @@ public:
     Int32 WritePort(UInt64 address, const void* source, const Size* size);
 
 private:
-    using Cameras = std::vector<std::shared_ptr<CCamera>>;
+    struct Attached {
+        std::shared_ptr<CCamera> camera;
+        Discovery discovery;
+    };
 
-    Cameras::const_iterator Find(const std::string& name) const;
+    static bool IsFound(const Discovery& discovery, std::uint64_t update);
+    std::vector<std::string> NextNames();
 
     const std::string m_name;
     const std::string m_prefix;
     const std::string m_tlType;
+    const Discovery m_discovery;
     std::string m_xmlUrl; // fixed from construction on
     CRegisters m_registers;
 
     mutable std::mutex m_lock;
-    Cameras m_cameras;
+    std::vector<Attached> m_cameras;
+    std::unordered_map<std::string, std::shared_ptr<CCamera>> m_firstByName;
+    std::uint64_t m_numUpdates = 0;
 };
 
 } // namespace OptivoSim

@@ -2,7 +2,7 @@
 // answers.
 #pragma once
 
-#include "OptivoSim.h"
+#include "CallShape.h"
 
 #include <array>
 #include <atomic>
@@ -12,16 +12,6 @@
 #include <string>
 
 namespace OptivoSim {
-
-// A call of an operation: what the log keeps of it, and the outputs that a fault may spoil.
-struct CallShape {
-    OptivoOperation operation;
-    std::uint64_t selector = 0;
-    std::uint64_t argument = 0;
-    const char* text = nullptr;
-    void* buffer = nullptr;
-    decltype(sizeof 0)* size = nullptr;
-};
 
 // Thread-safe; a call without a text takes no lock.
 class CCallLog {

@@ -25,6 +25,7 @@ public:
     CCamera& Camera() { return *m_camera; }
     Int32 OpenStream(Optivo::ICamStream** stream);
     void Close();
+    const char* ObjectName() const { return m_camera->Name().c_str(); }
 
 private:
     std::shared_ptr<CCamera> m_camera;

@@ -26,6 +26,7 @@ public:
     Int32 GetDevice(const char* name, Optivo::ICamDevice** device);
     Int32 OpenDevice(const char* name, Optivo::ICamDevice** device);
     void Close() {}
+    const char* ObjectName() const { return m_adapter->Name().c_str(); }
 
 private:
     std::shared_ptr<CAdapter> m_adapter;

@@ -22,6 +22,7 @@ public:
     CImageQueue& Images() { return *m_images; }
     Int32 GetInfo(UInt32 command, void* value, Size* size);
     void Close() { m_images->Stop(); }
+    const char* ObjectName() const { return m_camera->Name().c_str(); }
 
 private:
     std::shared_ptr<CCamera> m_camera;

@@ -8,7 +8,7 @@
 namespace OptivoSim {
 
 UInt32 CSystemContents::Update() {
-    std::vector<std::string> names = CLibrary::Get().World().InterfaceNames();
+    std::vector<std::string> names = CLibrary::Get().World().Discover();
     const std::lock_guard lock(m_lock);
     m_names = std::move(names);
     return static_cast<UInt32>(m_names.size());
@@ -88,6 +88,10 @@ extern "C" OPTIVO_API Optivo::Int32 GetSystem(Optivo::ICamSystem** system) {
         {.operation = OPTIVO_GET_SYSTEM},
         [&] {
             if (system == nullptr) {
+                return kInvalidParameter;
+            }
+            if (!CLibrary::Get().HasWorld()) {
+                *system = nullptr;
                 return kInvalidParameter;
             }
             *system = CLibrary::Get().Systems().HandOut(std::make_shared<CSystemContents>());

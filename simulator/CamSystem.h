@@ -17,6 +17,8 @@ public:
     UInt32 Update();
     Int32 GetName(UInt32 index, char* buffer, Size* size) const;
     void Close() {}
+    // None that a fault could name.
+    const char* ObjectName() const { return nullptr; }
 
 private:
     mutable std::mutex m_lock;

@@ -20,7 +20,6 @@ constexpr UInt32 kMaxBinning = 4;
 constexpr UInt32 kMaxFrameCount = 65535;
 constexpr UInt32 kMaxGain = 240;
 constexpr double kMinFrameRate = 0.01;
-constexpr double kMaxFrameRate = 10000;
 constexpr double kMinExposureTime = 10;
 constexpr double kMaxExposureTime = 1000000;
 constexpr double kNominalExposureTime = 10000;

@@ -71,6 +71,7 @@ inline constexpr UInt64 kXml = 0x1000;
 inline constexpr Size kTextLength = 64;         // of the text registers of a camera
 inline constexpr Size kInterfaceIdLength = 256; // of an interface
 inline constexpr Size kUserMemoryLength = 256;
+inline constexpr double kMaxFrameRate = 10000;
 
 // Three zeros that are not counted follow each text.
 std::string_view CameraXml();

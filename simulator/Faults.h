@@ -2,14 +2,17 @@
 // the operations do.
 #pragma once
 
-#include "OptivoSim.h"
+#include "CallShape.h"
 
 #include <array>
 #include <atomic>
 #include <condition_variable>
 #include <cstdint>
+#include <list>
 #include <mutex>
 #include <optional>
+#include <random>
+#include <string>
 #include <vector>
 
 namespace OptivoSim {
@@ -20,24 +23,42 @@ struct FaultVerdict {
     std::uint64_t release; // the release that a hang waits for
 };
 
+// A fault, and the calls that it is meant for.
+struct FaultPlan {
+    OptivoFault fault{};
+    std::string object;     // interface or camera by name; empty is any
+    double probability = 1; // 0 and 1 are every matching call
+    std::uint64_t seed = 0; // of what is drawn otherwise
+};
+
 // Thread-safe; a call of an operation without faults takes no lock.
 class CFaults {
 public:
-    void Add(const OptivoFault& fault);
+    void Add(const FaultPlan& plan);
     void Clear();
+    // Clears, and adds them all.
+    void Replace(const std::vector<FaultPlan>& plans);
 
-    // What goes wrong with this call. The first fault that matches and has no call left to skip
-    // decides; those behind it do not count the call.
-    std::optional<FaultVerdict> Take(OptivoOperation operation, std::uint64_t selector);
+    // What goes wrong with this call. The first fault that matches, has no call left to skip and
+    // is not drawn to spare it decides; those behind it do not count the call.
+    std::optional<FaultVerdict> Take(const CallShape& call);
 
     void WaitForRelease(const FaultVerdict& verdict);
     void Release();
 
 private:
+    struct Planned {
+        FaultPlan plan;
+        std::mt19937_64 generator;
+    };
+
+    static bool Matches(const FaultPlan& plan, const CallShape& call);
+    static bool IsDrawn(Planned& planned);
+
     std::array<std::atomic<std::uint32_t>, OPTIVO_NUM_OPERATIONS> m_numPlanned{};
     std::mutex m_lock;
     std::condition_variable m_released;
-    std::vector<OptivoFault> m_planned;
+    std::list<Planned> m_planned;
     std::uint64_t m_numReleases = 0;
 };
 

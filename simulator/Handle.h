@@ -21,7 +21,7 @@ template <typename TWork, typename TClear>
 Int32 PerformCall(const CallShape& call, TWork&& work, TClear&& clear) {
     CLibrary& library = CLibrary::Get();
     // Taken before the call is logged: whoever sees a hanging call counted can release it.
-    const auto verdict = library.Faults().Take(call.operation, call.selector);
+    const auto verdict = library.Faults().Take(call);
     library.Calls().Record(call);
     if (!verdict) {
         return work();
@@ -71,7 +71,7 @@ public:
             return CLibrary::Get().NoteUseAfterClose();
         }
         return PerformCall(
-            call, [&] { return work(*contents); }, std::forward<TClear>(clear));
+            Named(call, *contents), [&] { return work(*contents); }, std::forward<TClear>(clear));
     }
 
     template <typename TWork>
@@ -83,15 +83,21 @@ public:
     template <typename TPool>
     Int32 Close(OptivoOperation operation, TPool& pool) {
         const CallShape call{.operation = operation};
-        if (!IsOpen()) {
+        const std::shared_ptr<TContents> contents = Hold();
+        if (contents == nullptr) {
             CLibrary::Get().Calls().Record(call);
             return CLibrary::Get().NoteDoubleClose();
         }
         return PerformCall(
-            call, [&] { return CloseContents(pool); }, [] {});
+            Named(call, *contents), [&] { return CloseContents(pool); }, [] {});
     }
 
 private:
+    static CallShape Named(CallShape call, const TContents& contents) {
+        call.object = contents.ObjectName();
+        return call;
+    }
+
     std::shared_ptr<TContents> Hold() const {
         const std::lock_guard lock(m_lock);
         return m_contents;

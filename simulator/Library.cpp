@@ -4,10 +4,13 @@
 #include "CamInterface.h"
 #include "CamStream.h"
 #include "CamSystem.h"
+#include "FirstWorld.h"
 
 namespace OptivoSim {
 
-CLibrary::CLibrary() = default;
+CLibrary::CLibrary() : m_hadFirstWorld(ReadFirstWorld(m_firstWorld)) {
+    MakeWorld(m_firstWorld, m_hadFirstWorld);
+}
 
 CLibrary& CLibrary::Get() {
     static CLibrary* const library = new CLibrary;
@@ -24,10 +27,25 @@ Int32 CLibrary::NoteUseAfterClose() {
     return kInvalidHandle;
 }
 
-void CLibrary::Reset() {
-    m_faults.Clear();
+void CLibrary::MakeWorld(const WorldPlan& plan, bool hasWorld) {
+    const std::lock_guard lock(m_worldLock);
+    m_world.Make(plan);
+    m_faults.Replace(plan.faults);
     m_faults.Release();
-    m_world.MakeDefault();
+    m_hasWorld = hasWorld;
+}
+
+bool CLibrary::LoadWorld(std::string_view text, TextError& error) {
+    WorldPlan plan;
+    if (!ParseWorld(text, plan, error)) {
+        return false;
+    }
+    MakeWorld(plan, true);
+    return true;
+}
+
+void CLibrary::Reset() {
+    MakeWorld(m_firstWorld, m_hadFirstWorld);
     m_systems.RecycleClosed();
     m_interfaces.RecycleClosed();
     m_devices.RecycleClosed();

@@ -10,6 +10,8 @@
 
 #include <atomic>
 #include <cstdint>
+#include <mutex>
+#include <string_view>
 
 namespace OptivoSim {
 
@@ -41,11 +43,21 @@ public:
     std::uint64_t NumDoubleCloses() const { return m_numDoubleCloses; }
     std::uint64_t NumUsesAfterClose() const { return m_numUsesAfterClose; }
 
+    // False while the file that was to describe the world did not.
+    bool HasWorld() const { return m_hasWorld; }
     void Reset();
+    // Replaces world and faults by those of a text; false, with the error, changes nothing.
+    bool LoadWorld(std::string_view text, TextError& error);
 
 private:
     CLibrary();
 
+    void MakeWorld(const WorldPlan& plan, bool hasWorld);
+
+    WorldPlan m_firstWorld; // that the library began with; fixed from construction on
+    bool m_hadFirstWorld;   // likewise
+    std::mutex m_worldLock; // of those who replace the world
+    std::atomic<bool> m_hasWorld{false};
     CCallLog m_calls;
     CFaults m_faults;
     CWorld m_world;

@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <cstring>
 #include <memory>
+#include <new>
 #include <string>
 
 namespace {
@@ -29,6 +30,16 @@ bool IsOperation(OptivoOperation operation) {
     return operation >= 0 && operation < OPTIVO_NUM_OPERATIONS;
 }
 
+// With a terminating zero.
+void CopyCut(const std::string& text, char* buffer, size_t capacity) {
+    if (buffer == nullptr || capacity == 0) {
+        return;
+    }
+    const size_t length = std::min(text.size(), capacity - 1);
+    std::memcpy(buffer, text.data(), length);
+    buffer[length] = '\0';
+}
+
 int AddCamera(const char* interfaceName, const char* name, const char* serialNumber,
               bool mayRepeat) {
     return CLibrary::Get().World().AddCamera(TextOf(interfaceName), TextOf(name),
@@ -42,9 +53,21 @@ void OptivoSim_Reset(void) {
 }
 
 void OptivoSim_AddFault(const OptivoFault* fault) {
-    if (fault != nullptr) {
-        CLibrary::Get().Faults().Add(*fault);
+    OptivoSim_AddFaultWhere(fault, nullptr);
+}
+
+void OptivoSim_AddFaultWhere(const OptivoFault* fault, const OptivoFaultCondition* condition) {
+    if (fault == nullptr) {
+        return;
     }
+    OptivoSim::FaultPlan plan;
+    plan.fault = *fault;
+    if (condition != nullptr) {
+        plan.object = TextOf(condition->object);
+        plan.probability = condition->probability;
+        plan.seed = condition->seed;
+    }
+    CLibrary::Get().Faults().Add(plan);
 }
 
 void OptivoSim_ClearFaults(void) {
@@ -77,6 +100,20 @@ int OptivoSim_RemoveCamera(const char* name) {
 
 void OptivoSim_RemoveAll(void) {
     CLibrary::Get().World().RemoveAll();
+}
+
+int OptivoSim_LoadWorld(const char* json, char* error, size_t capacity) {
+    OptivoSim::TextError problem;
+    bool isLoaded = false;
+    try {
+        isLoaded = CLibrary::Get().LoadWorld(json != nullptr ? json : "", problem);
+    } catch (const std::bad_alloc&) {
+        problem.reason = "out of memory";
+    }
+    if (!isLoaded) {
+        CopyCut(problem.Message(), error, capacity);
+    }
+    return isLoaded;
 }
 
 int OptivoSim_SetCameraText(const char* camera, uint32_t key, const char* text) {
@@ -199,14 +236,8 @@ uint64_t OptivoSim_LastArgument(OptivoOperation operation) {
 }
 
 void OptivoSim_LastText(OptivoOperation operation, char* buffer, size_t capacity) {
-    if (buffer == nullptr || capacity == 0) {
-        return;
-    }
-    const std::string text =
-        IsOperation(operation) ? CLibrary::Get().Calls().LastText(operation) : std::string();
-    const size_t length = std::min(text.size(), capacity - 1);
-    std::memcpy(buffer, text.data(), length);
-    buffer[length] = '\0';
+    CopyCut(IsOperation(operation) ? CLibrary::Get().Calls().LastText(operation) : "", buffer,
+            capacity);
 }
 
 size_t OptivoSim_Selectors(OptivoOperation operation, uint64_t* selectors, size_t capacity) {

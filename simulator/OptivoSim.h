@@ -69,7 +69,12 @@ typedef enum {
     /* Waits result milliseconds, then works as ever. */
     OPTIVO_FAULT_DELAY,
     /* Waits until OptivoSim_Release, then works as ever. */
-    OPTIVO_FAULT_HANG
+    OPTIVO_FAULT_HANG,
+    /* The text is empty, its size 1; answers the result. */
+    OPTIVO_FAULT_EMPTY_TEXT,
+    /* Fills the text's buffer with bytes from 0x80 on and control characters, up to a terminating
+       zero in its last byte; answers the result. */
+    OPTIVO_FAULT_NOT_TEXT
 } OptivoFaultKind;
 
 /* Any selector of an operation, for a fault that does not look at it. */
@@ -88,12 +93,28 @@ typedef struct {
     uint32_t count;
 } OptivoFault;
 
-/* Ends every fault and hang, and makes the default world anew; objects that a consumer still
-   holds stay valid. Counters start from 0 again, except that objects alive stay counted. */
+/* What else decides whether a matching call goes wrong. */
+typedef struct {
+    /* The name of an interface or a camera: only calls of its objects, and calls that open or
+       describe it, go wrong. Null or empty is any. */
+    const char* object;
+    /* The share of the calls that really go wrong, drawn from a generator with this seed; 0 and 1
+       are all of them. */
+    double probability;
+    uint64_t seed;
+} OptivoFaultCondition;
+
+/* Ends every fault and hang, and makes the world anew with which the library began: that of the
+   file that the environment variable OPTIVO_SIM_CONFIG named, faults included, or the default
+   world. Objects that a consumer still holds stay valid. Counters start from 0 again, except that
+   objects alive stay counted. */
 OPTIVO_SIM_API void OptivoSim_Reset(void);
 
 /* Adds a fault; faults of one operation apply in the order in which they were added. */
 OPTIVO_SIM_API void OptivoSim_AddFault(const OptivoFault* fault);
+/* The same under a condition; null is none. */
+OPTIVO_SIM_API void OptivoSim_AddFaultWhere(const OptivoFault* fault,
+                                            const OptivoFaultCondition* condition);
 OPTIVO_SIM_API void OptivoSim_ClearFaults(void);
 /* Ends every hang that is under way. */
 OPTIVO_SIM_API void OptivoSim_Release(void);
@@ -109,6 +130,11 @@ OPTIVO_SIM_API int OptivoSim_AddCamera(const char* interfaceName, const char* na
 OPTIVO_SIM_API int OptivoSim_AddCameraTwin(const char* interfaceName, const char* name,
                                            const char* serialNumber);
 OPTIVO_SIM_API int OptivoSim_RemoveCamera(const char* name);
+/* Ends every fault and hang, and replaces the world and the faults by those that a text describes.
+   It is JSON, and docs/simulator-world.md tells what it may hold. Answers 1; or 0 with
+   "LINE:COLUMN: reason" in error, up to capacity - 1 characters and a terminating zero, and changes
+   nothing. */
+OPTIVO_SIM_API int OptivoSim_LoadWorld(const char* json, char* error, size_t capacity);
 /* Empties the world: no interface, no camera. */
 OPTIVO_SIM_API void OptivoSim_RemoveAll(void);
 

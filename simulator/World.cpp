@@ -1,86 +1,33 @@
 #include "World.h"
 
+#include "DefaultWorld.h"
+
 #include <algorithm>
 #include <utility>
 
 namespace OptivoSim {
 
-namespace {
-
-CameraModel MonoModel() {
-    CameraModel camera;
-    camera.name = "Norvel-G640M-10001";
-    camera.vendor = "Norvel";
-    camera.model = "G640M";
-    camera.version = "1.2.0";
-    camera.serialNumber = "10001";
-    camera.userDefinedName = "Left";
-    camera.tlType = "GEV";
-    camera.custom14 = "169.254.10.1";
-    camera.custom15 = "02-4E-56-00-27-11";
-    camera.format = {EPixelFormat::Mono8, 640, 480};
-    camera.pattern = ETestPattern::GreyDiagonalRampMoving;
-    camera.frameRate = 60;
-    return camera;
-}
-
-CameraModel BayerModel() {
-    CameraModel camera;
-    camera.name = "Norvel-G1300C-10002";
-    camera.vendor = "Norvel";
-    camera.model = "G1300C";
-    camera.version = "1.4.2";
-    camera.serialNumber = "10002";
-    camera.userDefinedName = "Right";
-    camera.tlType = "GEV";
-    camera.custom14 = "169.254.10.2";
-    camera.custom15 = "02-4E-56-00-27-12";
-    camera.format = {EPixelFormat::BayerRG8, 1280, 1024};
-    camera.frameRate = 30;
-    return camera;
-}
-
-CameraModel ColourModel() {
-    CameraModel camera;
-    camera.name = "Norvel-U320C-20001";
-    camera.vendor = "Norvel";
-    camera.model = "U320C";
-    camera.version = "2.0.1";
-    camera.serialNumber = "20001";
-    camera.userDefinedName = "Microscope";
-    camera.tlType = "U3V";
-    camera.custom14 = "SuperSpeed";
-    camera.custom15 = "2-1";
-    camera.format = {EPixelFormat::RGB8, 320, 240};
-    camera.frameRate = 60;
-    return camera;
-}
-
-} // namespace
-
-CWorld::CWorld() {
-    MakeDefault();
-}
-
-void CWorld::MakeDefault() {
-    const auto network = std::make_shared<CAdapter>("eth0", "GEV", "GEV");
-    network->AddCamera(std::make_shared<CCamera>(MonoModel()));
-    network->AddCamera(std::make_shared<CCamera>(BayerModel()));
-    const auto usb = std::make_shared<CAdapter>("usb0", "U3V", "U3V");
-    usb->AddCamera(std::make_shared<CCamera>(ColourModel()));
-    RemoveAll();
-    const std::lock_guard lock(m_lock);
-    m_interfaces = {network, usb};
+void CWorld::Make(const WorldPlan& plan) {
+    Adapters interfaces;
+    for (const InterfacePlan& interfacePlan : plan.interfaces) {
+        interfaces.push_back(std::make_shared<CAdapter>(interfacePlan));
+    }
+    Replace(std::move(interfaces));
 }
 
 void CWorld::RemoveAll() {
-    Adapters removed;
+    Replace({});
+}
+
+// Who still holds a removed interface finds no camera on it any more.
+void CWorld::Replace(Adapters interfaces) {
     {
         const std::lock_guard lock(m_lock);
-        removed.swap(m_interfaces);
+        m_interfaces.swap(interfaces);
+        m_numUpdates = 0;
     }
-    for (const auto& adapter : removed) {
-        adapter->RemoveCameras();
+    for (const auto& removed : interfaces) {
+        removed->RemoveCameras();
     }
 }
 
@@ -89,11 +36,15 @@ CWorld::Adapters CWorld::Interfaces() const {
     return m_interfaces;
 }
 
-std::vector<std::string> CWorld::InterfaceNames() const {
+std::vector<std::string> CWorld::Discover() {
     std::vector<std::string> names;
-    for (const auto& adapter : Interfaces()) {
-        names.push_back(adapter->Name());
+    const std::lock_guard lock(m_lock);
+    for (const auto& adapter : m_interfaces) {
+        if (adapter->IsFoundBy(m_numUpdates)) {
+            names.push_back(adapter->Name());
+        }
     }
+    ++m_numUpdates;
     return names;
 }
 
@@ -122,7 +73,7 @@ std::shared_ptr<CCamera> CWorld::FindCamera(const std::string& name) const {
 
 bool CWorld::AddInterface(const std::string& name, const std::string& prefix,
                           const std::string& tlType) {
-    auto added = std::make_shared<CAdapter>(name, prefix, tlType);
+    auto added = std::make_shared<CAdapter>(InterfacePlan{name, prefix, tlType, {}, {}});
     const std::lock_guard lock(m_lock);
     for (const auto& adapter : m_interfaces) {
         if (adapter->Name() == name) {
@@ -152,10 +103,10 @@ bool CWorld::AddCamera(const std::string& interfaceName, const std::string& name
     if (adapter == nullptr) {
         return false;
     }
-    CameraModel camera = MonoModel();
-    camera.name = name;
-    camera.serialNumber = serialNumber;
-    return adapter->AddCamera(std::make_shared<CCamera>(camera), mayRepeat);
+    CameraPlan camera = DefaultWorld().interfaces.front().cameras.front();
+    camera.model.name = name;
+    camera.model.serialNumber = serialNumber;
+    return adapter->AddCamera(camera, mayRepeat);
 }
 
 bool CWorld::RemoveCamera(const std::string& name) {

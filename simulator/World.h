@@ -4,7 +4,9 @@
 
 #include "Adapter.h"
 #include "Camera.h"
+#include "WorldFile.h"
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -15,13 +17,12 @@ namespace OptivoSim {
 // Thread-safe.
 class CWorld {
 public:
-    CWorld();
-
-    // Replaces everything by the default interfaces and cameras, anew.
-    void MakeDefault();
+    // Replaces everything by what the plan says, made anew.
+    void Make(const WorldPlan& plan);
     void RemoveAll();
 
-    std::vector<std::string> InterfaceNames() const;
+    // The interface names as an update finds them.
+    std::vector<std::string> Discover();
     std::shared_ptr<CAdapter> FindInterface(const std::string& name) const;
     std::shared_ptr<CAdapter> FindInterfaceById(const std::string& id) const;
     // The first camera of that name on any interface, or null.
@@ -38,9 +39,11 @@ private:
     using Adapters = std::vector<std::shared_ptr<CAdapter>>;
 
     Adapters Interfaces() const;
+    void Replace(Adapters interfaces);
 
     mutable std::mutex m_lock;
     Adapters m_interfaces;
+    std::uint64_t m_numUpdates = 0;
 };
 
 } // namespace OptivoSim

@@ -33,10 +33,6 @@ int Run(const std::string& filter) {
         _spawnl(_P_WAIT, program, quoted.c_str(), filter.c_str(), static_cast<char*>(nullptr)));
 }
 
-void SetRole(const std::string& role) {
-    _putenv_s(ROLE, role.c_str());
-}
-
 #else
 
 int Run(const std::string& filter) {
@@ -54,10 +50,6 @@ int Run(const std::string& filter) {
     return WEXITSTATUS(status);
 }
 
-void SetRole(const std::string& role) {
-    setenv(ROLE, role.c_str(), 1);
-}
-
 #endif
 
 } // namespace
@@ -68,8 +60,20 @@ std::string ChildRole() {
 }
 
 int RunChild(const std::string& role) {
-    SetRole(role);
+    SetVariable(ROLE, role);
     const int code = Run(OwnFilter());
-    SetRole("");
+    SetVariable(ROLE, "");
     return code;
+}
+
+void SetVariable(const std::string& name, const std::string& value) {
+#if defined(_WIN32)
+    _putenv_s(name.c_str(), value.c_str());
+#else
+    if (value.empty()) {
+        unsetenv(name.c_str());
+    } else {
+        setenv(name.c_str(), value.c_str(), 1);
+    }
+#endif
 }
