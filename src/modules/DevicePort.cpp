@@ -42,7 +42,10 @@ void RequireRemoteDeviceEvent(EVENT_TYPE type) {
 CDevicePort::CDevicePort(CDevice* device)
     : m_device(device), m_event(boost::make_shared<CEventDevice>()) {}
 
-CDevicePort::~CDevicePort() = default;
+// The camera is closed by now: no further event begins, but one may still be under way.
+CDevicePort::~CDevicePort() {
+    m_callbacks.Drain();
+}
 
 void CDevicePort::Read(std::uint64_t address, void* buffer, size_t* size) {
     Optivo::ICamDevice* camera = m_device->Camera();
@@ -133,6 +136,7 @@ void CDevicePort::StopEvents() noexcept {
 // Runs on the camera library's threads, which must not see an exception: without memory for it, an
 // event is lost.
 void CDevicePort::OnEvent(std::uint32_t eventId, std::uint32_t low, std::uint32_t high) {
+    const CCallCounter::CScope inside(m_callbacks);
     try {
         const std::uint64_t value = (static_cast<std::uint64_t>(high) << 32) + low;
         m_event->Post(boost::make_shared<DevEventEntry>(eventId, value));

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "core/CommonBase.h"
+#include "core/WaitPoint.h"
 #include "events/EventDevice.h"
 
 #include <boost/shared_ptr.hpp>
@@ -48,6 +49,7 @@ private:
     void OnEvent(std::uint32_t eventId, std::uint32_t low, std::uint32_t high);
 
     CDevice* m_device;
+    CCallCounter m_callbacks;
     boost::shared_ptr<CEventDevice> m_event;
     boost::mutex m_callbackLock; // keeps the flag true to what the camera was told
     std::atomic<bool> m_callbackInstalled{false};

@@ -5,19 +5,28 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace norveltl {
 
 struct SGrabOptions {
     std::string device;
     bool first = false;
-    uint64_t count = 100;
+    // How many images, and how long; 100 images when neither is given.
+    std::optional<uint64_t> count;
+    std::optional<double> seconds;
     // Where images are written; empty for nowhere.
     std::string folder;
+    std::string format = "png"; // or "pgm" or "raw"
     size_t numBuffers = 8;
     // How long a grab goes on without any image.
     double timeoutSeconds = 5;
+    std::vector<std::string> settings; // "NAME=VALUE", done first
+    bool stats = false;
+    std::string plot; // the file for a plot of the intervals; empty for none
+    bool json = false;
 };
 
 EExitCode Grab(const std::string& cti, const SGrabOptions& options);

@@ -7,13 +7,21 @@
 
 #include <algorithm>
 #include <array>
+#include <cstdlib>
 #include <fstream>
 #include <limits>
+#include <memory>
 #include <utility>
+
+// Part of the PNG encoder, which its header does not declare.
+extern "C" unsigned char* stbi_zlib_compress(unsigned char* data, int size, int* packedSize,
+                                             int quality);
 
 namespace norveltl {
 
 namespace {
+
+constexpr int kCompression = 5;
 
 enum class EKind { kMono, kBayer, kColor };
 
@@ -74,6 +82,7 @@ private:
     size_t m_stride;
 };
 
+// Fewer than 16 significant bits move up, so that white stays white.
 void ConvertMono(const CLines& lines, unsigned numBits, SPicture& picture) {
     auto out = picture.pixels.begin();
     for (size_t y = 0; y < picture.height; ++y) {
@@ -84,13 +93,11 @@ void ConvertMono(const CLines& lines, unsigned numBits, SPicture& picture) {
         }
         for (size_t i = 0; i < line.size(); i += 2) {
             const unsigned value = line[i] | static_cast<unsigned>(line[i + 1]) << 8;
-            *out++ = static_cast<uint8_t>(std::min(value >> (numBits - 8), 255u));
+            const unsigned shifted = value << (16 - numBits);
+            *out++ = static_cast<uint8_t>(shifted >> 8);
+            *out++ = static_cast<uint8_t>(shifted);
         }
     }
-    if (numBits > 8)
-        picture.note = "grey values of " + std::to_string(numBits) +
-                       " bits are written as 8 bits, shifted right by " +
-                       std::to_string(numBits - 8);
 }
 
 void ConvertColor(const CLines& lines, bool blueFirst, SPicture& picture) {
@@ -143,6 +150,61 @@ void ConvertBayer(const CLines& lines, unsigned red, SPicture& picture) {
     }
 }
 
+void AppendNumber(std::vector<uint8_t>& bytes, uint32_t number) {
+    for (const unsigned shift : {24U, 16U, 8U, 0U})
+        bytes.push_back(static_cast<uint8_t>(number >> shift));
+}
+
+// The checksum of PNG chunks (ISO 3309).
+uint32_t Crc(std::span<const uint8_t> bytes) {
+    uint32_t crc = 0xFFFFFFFF;
+    for (const uint8_t byte : bytes) {
+        crc ^= byte;
+        for (int bit = 0; bit < 8; ++bit)
+            crc = (crc >> 1) ^ ((crc & 1) != 0 ? 0xEDB88320U : 0U);
+    }
+    return ~crc;
+}
+
+void AppendChunk(std::vector<uint8_t>& file, std::string_view type, std::span<const uint8_t> data) {
+    AppendNumber(file, static_cast<uint32_t>(data.size()));
+    const size_t begin = file.size();
+    file.insert(file.end(), type.begin(), type.end());
+    file.insert(file.end(), data.begin(), data.end());
+    AppendNumber(file, Crc(std::span(file).subspan(begin)));
+}
+
+// The PNG encoder knows 8 bits only. Each line holds the differences to its left neighbours.
+std::vector<uint8_t> EncodeDeepPng(const SPicture& picture) {
+    const size_t lineSize = size_t{picture.width} * picture.numChannels * 2;
+    const size_t distance = size_t{picture.numChannels} * 2;
+    std::vector<uint8_t> lines;
+    lines.reserve((lineSize + 1) * picture.height);
+    for (size_t y = 0; y < picture.height; ++y) {
+        const uint8_t* const line = picture.pixels.data() + y * lineSize;
+        lines.push_back(1);
+        for (size_t i = 0; i < lineSize; ++i)
+            lines.push_back(
+                static_cast<uint8_t>(line[i] - (i < distance ? 0 : line[i - distance])));
+    }
+    int size = 0;
+    const std::unique_ptr<unsigned char, void (*)(void*)> packed(
+        stbi_zlib_compress(lines.data(), static_cast<int>(lines.size()), &size, kCompression),
+        std::free);
+    if (!packed)
+        throw CToolError("no memory to encode an image");
+    std::vector<uint8_t> header;
+    AppendNumber(header, picture.width);
+    AppendNumber(header, picture.height);
+    const uint8_t colourType = picture.numChannels == 1 ? 0 : 2;
+    header.insert(header.end(), {16, colourType, 0, 0, 0});
+    std::vector<uint8_t> file = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    AppendChunk(file, "IHDR", header);
+    AppendChunk(file, "IDAT", {packed.get(), static_cast<size_t>(size)});
+    AppendChunk(file, "IEND", {});
+    return file;
+}
+
 void AppendBytes(void* context, void* data, int size) {
     auto& bytes = *static_cast<std::vector<uint8_t>*>(context);
     const auto* begin = static_cast<const uint8_t*>(data);
@@ -165,8 +227,11 @@ std::optional<SPicture> Convert(std::span<const uint8_t> bytes, const SImageForm
         uint64_t{format.width} * format.height > std::numeric_limits<int>::max() / 8)
         return std::nullopt;
     const CLines lines(bytes, format, *known);
-    SPicture picture{format.width, format.height, known->kind == EKind::kMono ? 1u : 3u, {}, ""};
-    picture.pixels.resize(size_t{format.width} * format.height * picture.numChannels);
+    SPicture picture{format.width, format.height, known->kind == EKind::kMono ? 1u : 3u, {}};
+    if (known->kind == EKind::kMono && known->bytesPerPixel == 2)
+        picture.bitsPerChannel = 16;
+    picture.pixels.resize(size_t{format.width} * format.height * picture.numChannels *
+                          (picture.bitsPerChannel / 8));
     switch (known->kind) {
     case EKind::kMono:
         ConvertMono(lines, known->detail, picture);
@@ -181,19 +246,34 @@ std::optional<SPicture> Convert(std::span<const uint8_t> bytes, const SImageForm
     return picture;
 }
 
-void WritePng(const std::filesystem::path& path, const SPicture& picture) {
-    std::vector<uint8_t> file;
-    const int width = static_cast<int>(picture.width);
-    const int channels = static_cast<int>(picture.numChannels);
+void PreparePng() {
     // One line filter for all lines and quick compression: half the time for files that are little
     // larger, so that a camera's images are written as fast as they come.
     stbi_write_force_png_filter = 1;
-    stbi_write_png_compression_level = 5;
+    stbi_write_png_compression_level = kCompression;
+}
+
+void WritePng(const std::filesystem::path& path, const SPicture& picture) {
+    if (picture.bitsPerChannel == 16)
+        return WriteRaw(path, EncodeDeepPng(picture));
+    std::vector<uint8_t> file;
+    const int width = static_cast<int>(picture.width);
+    const int channels = static_cast<int>(picture.numChannels);
     const int done =
         stbi_write_png_to_func(AppendBytes, &file, width, static_cast<int>(picture.height),
                                channels, picture.pixels.data(), width * channels);
     if (done == 0)
         throw CToolError("cannot encode " + Utf8FromPath(path));
+    WriteRaw(path, file);
+}
+
+void WritePnm(const std::filesystem::path& path, const SPicture& picture) {
+    const std::string header = std::string(picture.numChannels == 1 ? "P5" : "P6") + "\n" +
+                               std::to_string(picture.width) + " " +
+                               std::to_string(picture.height) + "\n" +
+                               (picture.bitsPerChannel == 16 ? "65535" : "255") + "\n";
+    std::vector<uint8_t> file(header.begin(), header.end());
+    file.insert(file.end(), picture.pixels.begin(), picture.pixels.end());
     WriteRaw(path, file);
 }
 

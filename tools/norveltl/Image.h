@@ -19,14 +19,14 @@ struct SImageFormat {
     size_t linePadding = 0;
 };
 
-// 8 bits per channel, lines without padding; 1 channel is grey, 3 are red, green, blue.
+// Lines without padding; 1 channel is grey, 3 are red, green, blue. 16 bits stand with the high
+// byte first.
 struct SPicture {
     uint32_t width;
     uint32_t height;
     unsigned numChannels;
     std::vector<uint8_t> pixels;
-    // What the conversion lost, for the user; empty when nothing.
-    std::string note;
+    unsigned bitsPerChannel = 8;
 };
 
 // The name behind a pixel format's number, or nothing when it is not known here.
@@ -36,8 +36,12 @@ std::optional<std::string> PixelFormatName(uint64_t value);
 // than the format takes.
 std::optional<SPicture> Convert(std::span<const uint8_t> bytes, const SImageFormat& format);
 
-// Both throw CToolError, naming the file, when it cannot be written.
+// To be called before the first picture is written; the writing functions are then thread-safe.
+void PreparePng();
+
+// All throw CToolError, naming the file, when it cannot be written. Pnm is PGM or PPM.
 void WritePng(const std::filesystem::path& path, const SPicture& picture);
+void WritePnm(const std::filesystem::path& path, const SPicture& picture);
 void WriteRaw(const std::filesystem::path& path, std::span<const uint8_t> bytes);
 
 } // namespace norveltl

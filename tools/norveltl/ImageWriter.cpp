@@ -3,11 +3,14 @@
 #include "Console.h"
 #include "Error.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace norveltl {
 
 namespace {
+
+constexpr unsigned kMaxThreads = 8;
 
 std::string FileName(uint64_t number, const char* extension) {
     constexpr size_t kMinDigits = 4;
@@ -19,30 +22,49 @@ std::string FileName(uint64_t number, const char* extension) {
 
 } // namespace
 
-CImageWriter::CImageWriter(std::filesystem::path folder, size_t capacity)
-    : m_folder(std::move(folder)), m_capacity(capacity) {
+CImageWriter::CImageWriter(std::filesystem::path folder, EFileFormat format, size_t capacity)
+    : m_folder(std::move(folder)), m_format(format), m_capacity(capacity) {
     std::error_code error;
     std::filesystem::create_directories(m_folder, error);
     if (!std::filesystem::is_directory(m_folder, error))
         throw CToolError("cannot create the folder " + Utf8FromPath(m_folder));
-    m_thread = std::thread(&CImageWriter::Run, this);
+    PreparePng();
+    const unsigned count = std::clamp(std::thread::hardware_concurrency(), 1U, kMaxThreads);
+    for (unsigned i = 0; i < count; ++i)
+        m_threads.emplace_back(&CImageWriter::Run, this);
 }
 
 CImageWriter::~CImageWriter() {
     Join();
 }
 
+// A first image always has room, however large it is.
+bool CImageWriter::HasRoom(size_t size) {
+    const std::lock_guard lock(m_mutex);
+    if (m_failure)
+        std::rethrow_exception(m_failure);
+    const bool hasRoom = m_queue.empty() || m_numBytes + size <= m_capacity;
+    if (!hasRoom)
+        ++m_numLeftOut;
+    return hasRoom;
+}
+
 void CImageWriter::Add(SImage image) {
-    std::unique_lock lock(m_mutex);
-    m_changed.wait(lock, [this] { return m_queue.size() < m_capacity || m_failure; });
-    ThrowFailure();
+    const std::lock_guard lock(m_mutex);
+    m_numBytes += image.bytes.size();
     m_queue.push_back(std::move(image));
-    m_changed.notify_all();
+    m_changed.notify_one();
 }
 
 void CImageWriter::Finish() {
     Join();
-    ThrowFailure();
+    if (m_failure)
+        std::rethrow_exception(m_failure);
+}
+
+size_t CImageWriter::NumQueued() {
+    const std::lock_guard lock(m_mutex);
+    return m_queue.size();
 }
 
 void CImageWriter::Join() {
@@ -51,24 +73,19 @@ void CImageWriter::Join() {
         m_finishing = true;
         m_changed.notify_all();
     }
-    if (m_thread.joinable())
-        m_thread.join();
-}
-
-void CImageWriter::ThrowFailure() const {
-    if (m_failure)
-        std::rethrow_exception(m_failure);
+    for (std::thread& thread : m_threads)
+        if (thread.joinable())
+            thread.join();
 }
 
 void CImageWriter::Run() {
     std::unique_lock lock(m_mutex);
     for (;;) {
-        m_changed.wait(lock, [this] { return !m_queue.empty() || m_finishing; });
-        if (m_queue.empty())
+        m_changed.wait(lock, [this] { return !m_queue.empty() || m_finishing || m_failure; });
+        if (m_queue.empty() || m_failure)
             return;
         const SImage image = std::move(m_queue.front());
         m_queue.pop_front();
-        m_changed.notify_all();
         lock.unlock();
         std::exception_ptr failure;
         try {
@@ -77,9 +94,9 @@ void CImageWriter::Run() {
             failure = std::current_exception();
         }
         lock.lock();
+        m_numBytes -= image.bytes.size();
         if (failure) {
             m_failure = failure;
-            m_queue.clear();
             m_changed.notify_all();
             return;
         }
@@ -87,15 +104,20 @@ void CImageWriter::Run() {
 }
 
 void CImageWriter::Write(const SImage& image) {
-    if (const auto picture = Convert(image.bytes, image.format)) {
+    std::optional<SPicture> picture;
+    if (m_format != EFileFormat::Raw)
+        picture = Convert(image.bytes, image.format);
+    if (picture && m_format == EFileFormat::Png)
         WritePng(m_folder / FileName(image.number, ".png"), *picture);
-        ++m_numPng;
-        if (!picture->note.empty())
-            m_notes.insert(picture->note);
+    else if (picture)
+        WritePnm(m_folder / FileName(image.number, picture->numChannels == 1 ? ".pgm" : ".ppm"),
+                 *picture);
+    else
+        WriteRaw(m_folder / FileName(image.number, ".raw"), image.bytes);
+    const std::lock_guard lock(m_mutex);
+    ++(picture ? m_numPictures : m_numRaw);
+    if (picture || m_format == EFileFormat::Raw)
         return;
-    }
-    WriteRaw(m_folder / FileName(image.number, ".raw"), image.bytes);
-    ++m_numRaw;
     m_notes.insert(image.format.pixelFormat.empty()
                        ? "the image format is unknown: raw files"
                        : "images of " + Printable(image.format.pixelFormat) + ", " +

@@ -1,10 +1,11 @@
-// Writes images to files on a thread of its own, so that a slow disk does not stop the camera
-// before the queue is full. Nothing is dropped: Add waits for room.
+// Writes images to files on threads of its own behind a bounded queue, so that neither a slow disk
+// nor a slow encoder stops the camera. What finds no room is left out and counted.
 #pragma once
 
 #include "Image.h"
 
 #include <condition_variable>
+#include <cstdint>
 #include <deque>
 #include <exception>
 #include <filesystem>
@@ -16,6 +17,8 @@
 
 namespace norveltl {
 
+enum class EFileFormat { Png, Pgm, Raw };
+
 struct SImage {
     uint64_t number;
     SImageFormat format;
@@ -24,41 +27,47 @@ struct SImage {
 
 class CImageWriter {
 public:
-    // Creates the folder; throws CToolError when it cannot.
-    CImageWriter(std::filesystem::path folder, size_t capacity);
+    // Creates the folder; throws CToolError when it cannot. The queue holds so many bytes.
+    CImageWriter(std::filesystem::path folder, EFileFormat format, size_t capacity);
     // Finishes what is queued.
     ~CImageWriter();
     CImageWriter(const CImageWriter&) = delete;
     CImageWriter& operator=(const CImageWriter&) = delete;
 
-    // Waits while the queue is full; throws what writing an earlier image failed with.
+    // Whether there is room now for an image of that size; if not, one more is counted as left out.
+    // Throws what writing an earlier image failed with.
+    bool HasRoom(size_t size);
+    // To be called after HasRoom, by the same thread.
     void Add(SImage image);
     // Waits until all is written, and throws what failed.
     void Finish();
 
+    size_t NumQueued();
     // To be asked after Finish only, whether or not that threw.
-    uint64_t NumPng() const { return m_numPng; }
+    uint64_t NumPictures() const { return m_numPictures; }
     uint64_t NumRaw() const { return m_numRaw; }
+    uint64_t NumLeftOut() const { return m_numLeftOut; }
     const std::set<std::string>& Notes() const { return m_notes; }
 
 private:
     void Run();
     void Write(const SImage& image);
     void Join();
-    void ThrowFailure() const;
 
     const std::filesystem::path m_folder;
+    const EFileFormat m_format;
     const size_t m_capacity;
-    std::mutex m_mutex;
+    std::mutex m_mutex; // guards what follows
     std::condition_variable m_changed;
     std::deque<SImage> m_queue;
+    size_t m_numBytes = 0;
     bool m_finishing = false;
     std::exception_ptr m_failure;
-    // Only the thread touches these while it runs.
-    uint64_t m_numPng = 0;
+    uint64_t m_numPictures = 0;
     uint64_t m_numRaw = 0;
+    uint64_t m_numLeftOut = 0;
     std::set<std::string> m_notes;
-    std::thread m_thread;
+    std::vector<std::thread> m_threads;
 };
 
 } // namespace norveltl

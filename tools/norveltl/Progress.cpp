@@ -2,61 +2,73 @@
 
 #include "Console.h"
 
+#include <algorithm>
 #include <array>
-#include <cinttypes>
 #include <cstdio>
 #include <string>
+#include <utility>
 
 namespace norveltl {
 
 using namespace std::chrono_literals;
 
-CProgress::CProgress(uint64_t total)
-    : m_total(total),
+CProgress::CProgress(std::function<double(const SProgress&, Clock::duration)> done,
+                     std::function<SProgress()> state, bool isQuiet)
+    : m_done(std::move(done)),
+      m_state(std::move(state)),
       m_terminal(IsTerminal()),
       m_interval(m_terminal ? 100ms : 1000ms),
-      m_lastDraw(Clock::now()),
-      m_rateTime(m_lastDraw) {}
+      m_begin(Clock::now()),
+      m_nextDraw(isQuiet ? Clock::time_point::max() : m_begin + m_interval),
+      m_rateTime(m_begin) {}
 
 CProgress::~CProgress() {
     if (m_lineOpen)
         std::fputs("\n", stdout);
 }
 
-void CProgress::Update(uint64_t count) {
-    const Clock::time_point now = Clock::now();
-    if (now - m_lastDraw < m_interval)
-        return;
-    m_lastDraw = now;
+void CProgress::Finish() {
+    if (m_lineOpen)
+        Draw(Clock::now());
+}
+
+void CProgress::Draw(Clock::time_point now) {
+    m_nextDraw = now + m_interval;
+    const SProgress state = m_state();
     const std::chrono::duration<double> elapsed = now - m_rateTime;
     const bool isLongEnough = elapsed >= 500ms;
-    if (isLongEnough || m_rateCount == 0)
-        m_rate = static_cast<double>(count - m_rateCount) / elapsed.count();
+    if (isLongEnough || m_rateState.numImages == 0) {
+        const auto perSecond = [&](uint64_t value, uint64_t before) {
+            return static_cast<double>(value - before) / elapsed.count();
+        };
+        m_frameRate = perSecond(state.numImages, m_rateState.numImages);
+        m_byteRate = perSecond(state.numBytes, m_rateState.numBytes);
+    }
     if (isLongEnough) {
         m_rateTime = now;
-        m_rateCount = count;
+        m_rateState = state;
     }
-    Draw(count);
-}
-
-void CProgress::Finish(uint64_t count) {
-    if (m_lineOpen)
-        Draw(count);
-}
-
-void CProgress::Draw(uint64_t count) {
-    std::array<char, 64> numbers{};
-    std::snprintf(numbers.data(), numbers.size(), "%" PRIu64 "/%" PRIu64 "  %.1f frames/s", count,
-                  m_total, m_rate);
+    std::array<char, 64> rates{};
+    std::snprintf(rates.data(), rates.size(), "  %.1f frames/s  %.1f MB/s", m_frameRate,
+                  m_byteRate / 1e6);
+    std::string line = std::to_string(state.numImages) + rates.data();
+    const auto add = [&line](const char* name, const std::optional<uint64_t>& value) {
+        if (value)
+            line += std::string("  ") + name + " " + std::to_string(*value);
+    };
+    add("lost", state.numLost);
+    add("waiting", state.numAwaiting);
+    add("to write", state.numToWrite);
     if (!m_terminal) {
-        std::printf("%s\n", numbers.data());
+        std::printf("%s\n", line.c_str());
     } else {
-        constexpr size_t kWidth = 30;
-        const double done = static_cast<double>(count) / static_cast<double>(m_total);
-        const auto filled = static_cast<size_t>(done * kWidth);
+        constexpr size_t kWidth = 20, kRest = 64;
+        const double share = std::clamp(m_done(state, now - m_begin), 0.0, 1.0);
+        const auto filled = static_cast<size_t>(share * kWidth);
         const std::string bar = std::string(filled, '#') + std::string(kWidth - filled, '.');
         // The padding wipes what a longer line before it left.
-        std::printf("\r[%s] %-44s", bar.c_str(), numbers.data());
+        line.resize(std::max(line.size(), kRest), ' ');
+        std::printf("\r[%s] %s", bar.c_str(), line.c_str());
         m_lineOpen = true;
     }
     std::fflush(stdout);

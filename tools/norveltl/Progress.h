@@ -3,35 +3,55 @@
 
 #include <chrono>
 #include <cstdint>
+#include <functional>
+#include <optional>
 
 namespace norveltl {
 
+struct SProgress {
+    uint64_t numImages = 0;
+    uint64_t numBytes = 0;
+    std::optional<uint64_t> numLost;
+    // Images that wait to be fetched, and those that wait to be written.
+    std::optional<uint64_t> numAwaiting;
+    std::optional<uint64_t> numToWrite;
+};
+
 class CProgress {
 public:
-    explicit CProgress(uint64_t total);
+    using Clock = std::chrono::steady_clock;
+
+    // done: the share of the work from 0 to 1 that an amount of images and time is. state is asked
+    // only when there is something to draw.
+    CProgress(std::function<double(const SProgress&, Clock::duration)> done,
+              std::function<SProgress()> state, bool isQuiet);
     // Ends the bar's line.
     ~CProgress();
     CProgress(const CProgress&) = delete;
     CProgress& operator=(const CProgress&) = delete;
 
     // Cheap; draws only when it is time to.
-    void Update(uint64_t count);
+    void Update(Clock::time_point now) {
+        if (now >= m_nextDraw)
+            Draw(now);
+    }
     // Draws the last state.
-    void Finish(uint64_t count);
+    void Finish();
 
 private:
-    using Clock = std::chrono::steady_clock;
+    void Draw(Clock::time_point now);
 
-    void Draw(uint64_t count);
-
-    const uint64_t m_total;
+    const std::function<double(const SProgress&, Clock::duration)> m_done;
+    const std::function<SProgress()> m_state;
     const bool m_terminal;
     const Clock::duration m_interval;
-    Clock::time_point m_lastDraw;
-    // The rate is measured from here, again and again.
+    const Clock::time_point m_begin;
+    Clock::time_point m_nextDraw;
+    // The rates are measured from here, again and again.
     Clock::time_point m_rateTime;
-    uint64_t m_rateCount = 0;
-    double m_rate = 0;
+    SProgress m_rateState;
+    double m_frameRate = 0;
+    double m_byteRate = 0;
     bool m_lineOpen = false;
 };
 

@@ -39,6 +39,7 @@ uint64_t CStream::MinBuffers() const {
 }
 
 void CStream::Announce(size_t size, size_t count) {
+    m_bufferSize = size;
     for (size_t i = 0; i < count; ++i) {
         BUFFER_HANDLE buffer = nullptr;
         m_producer.Call(m_producer.DSAllocAndAnnounceBuffer, m_stream.Get(), size, nullptr,
@@ -74,6 +75,24 @@ BUFFER_HANDLE CStream::Wait(std::chrono::milliseconds timeout) {
 
 void CStream::Queue(BUFFER_HANDLE buffer) {
     m_producer.Call(m_producer.DSQueueBuffer, m_stream.Get(), buffer);
+}
+
+bool CStream::IsIncomplete(BUFFER_HANDLE buffer) const {
+    INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+    bool8_t value = 0;
+    size_t size = sizeof(value);
+    return m_producer.DSGetBufferInfo.call(m_stream.Get(), buffer, BUFFER_INFO_IS_INCOMPLETE, &type,
+                                           &value, &size) == GC_ERR_SUCCESS &&
+           value != 0;
+}
+
+uint64_t CStream::NumFilled(BUFFER_HANDLE buffer) const {
+    INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+    size_t value = 0;
+    size_t size = sizeof(value);
+    const GC_ERROR code = m_producer.DSGetBufferInfo.call(
+        m_stream.Get(), buffer, BUFFER_INFO_SIZE_FILLED, &type, &value, &size);
+    return code == GC_ERR_SUCCESS && type == INFO_DATATYPE_SIZET ? value : m_bufferSize;
 }
 
 std::optional<uint64_t> CStream::Info(STREAM_INFO_CMD command) const {

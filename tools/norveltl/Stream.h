@@ -33,6 +33,11 @@ public:
     BUFFER_HANDLE Wait(std::chrono::milliseconds timeout);
     void Queue(BUFFER_HANDLE buffer);
 
+    // Both cost little enough to be asked of every image. A producer that does not answer has
+    // filled the whole buffer.
+    bool IsIncomplete(BUFFER_HANDLE buffer) const;
+    uint64_t NumFilled(BUFFER_HANDLE buffer) const;
+
     std::optional<uint64_t> Info(STREAM_INFO_CMD command) const;
     std::optional<uint64_t> Info(BUFFER_HANDLE buffer, BUFFER_INFO_CMD command) const;
     // The image that the camera filled in; valid until the buffer is queued again.
@@ -43,6 +48,7 @@ private:
     CHandle m_stream;
     EVENT_HANDLE m_newBuffer = nullptr;
     std::vector<BUFFER_HANDLE> m_buffers;
+    size_t m_bufferSize = 0;
     bool m_started = false;
 };
 

@@ -124,21 +124,33 @@ void AddGrab(CLI::App& app, SCommandLine& line) {
                                 [](auto& l) { return Grab(l.cti, l.grab); });
     grab->add_option("device", options.device, kDeviceHelp)->type_name("DEVICE");
     grab->add_flag("--first", options.first, "Take the first of several cameras");
-    grab->add_option("-n,--count", options.count, "How many images to take")
+    grab->add_option("-n,--count", options.count, "How many images to take; 100 without -t")
         ->check(CheckAboveZero)
-        ->type_name("COUNT")
-        ->capture_default_str();
+        ->type_name("COUNT");
+    grab->add_option("-t,--time", options.seconds, "How long to take images")
+        ->check(CheckAboveZero)
+        ->type_name("SECONDS");
     grab->add_option("-o,--output", options.folder, "Write the images as files into this folder")
         ->type_name("FOLDER");
+    grab->add_option("--format", options.format, "What files: png, pgm (ppm if coloured) or raw")
+        ->check(CLI::IsMember({"png", "pgm", "raw"}))
+        ->capture_default_str();
     grab->add_option("--buffers", options.numBuffers, "How many buffers to use")
         ->check(CLI::Range(1, 10000))
         ->type_name("N")
         ->capture_default_str();
-    grab->add_option("-t,--timeout", options.timeoutSeconds,
+    grab->add_option("--set", options.settings, "Write a feature before; may be repeated")
+        ->allow_extra_args(false)
+        ->type_name("NAME=VALUE");
+    grab->add_option("--timeout", options.timeoutSeconds,
                      "Give up after this time without an image")
         ->check(CheckAboveZero)
         ->type_name("SECONDS")
         ->capture_default_str();
+    grab->add_flag("--stats", options.stats, "Show how regularly the images came");
+    grab->add_option("--plot", options.plot, "Draw the intervals into this PNG file")
+        ->type_name("FILE");
+    AddJson(grab, options.json);
 }
 
 void Declare(CLI::App& app, SCommandLine& line) {
