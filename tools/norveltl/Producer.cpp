@@ -66,7 +66,7 @@ void* Find(void* library, const char* name) {
 
 #endif
 
-constexpr std::array<std::pair<GC_ERROR, const char*>, 22> kCodeNames{{
+constexpr std::array<std::pair<GC_ERROR, const char*>, 24> kCodeNames{{
     {GC_ERR_SUCCESS, "GC_ERR_SUCCESS"},
     {GC_ERR_ERROR, "GC_ERR_ERROR"},
     {GC_ERR_NOT_INITIALIZED, "GC_ERR_NOT_INITIALIZED"},
@@ -89,6 +89,8 @@ constexpr std::array<std::pair<GC_ERROR, const char*>, 22> kCodeNames{{
     {GC_ERR_INVALID_VALUE, "GC_ERR_INVALID_VALUE"},
     {GC_ERR_RESOURCE_EXHAUSTED, "GC_ERR_RESOURCE_EXHAUSTED"},
     {GC_ERR_OUT_OF_MEMORY, "GC_ERR_OUT_OF_MEMORY"},
+    {GC_ERR_BUSY, "GC_ERR_BUSY"},
+    {GC_ERR_AMBIGUOUS, "GC_ERR_AMBIGUOUS"},
 }};
 
 const char* Advice(GC_ERROR code) {
@@ -177,12 +179,13 @@ void CProducer::ResolveAll() {
     resolve(GCInitLib, GCCloseLib, GCGetInfo, GCGetLastError, GCReadPort, GCWritePort, GCGetPortURL,
             GCGetNumPortURLs, GCGetPortURLInfo, GCGetPortInfo, GCReadPortStacked,
             GCWritePortStacked, GCRegisterEvent, GCUnregisterEvent, EventGetData, EventGetDataInfo,
-            EventGetInfo, TLOpen, TLClose, TLGetInfo, TLGetNumInterfaces, TLGetInterfaceID,
-            TLGetInterfaceInfo, TLOpenInterface, TLUpdateInterfaceList, IFClose, IFGetInfo,
-            IFGetNumDevices, IFGetDeviceID, IFUpdateDeviceList, IFGetDeviceInfo, IFOpenDevice,
-            DevGetInfo, DevGetPort, DevGetNumDataStreams, DevGetDataStreamID, DevOpenDataStream,
-            DevClose, DSAllocAndAnnounceBuffer, DSRevokeBuffer, DSQueueBuffer, DSFlushQueue,
-            DSStartAcquisition, DSStopAcquisition, DSGetInfo, DSGetBufferInfo, DSClose);
+            EventGetInfo, EventKill, TLOpen, TLClose, TLGetInfo, TLGetNumInterfaces,
+            TLGetInterfaceID, TLGetInterfaceInfo, TLOpenInterface, TLUpdateInterfaceList, IFClose,
+            IFGetInfo, IFGetNumDevices, IFGetDeviceID, IFUpdateDeviceList, IFGetDeviceInfo,
+            IFOpenDevice, DevGetInfo, DevGetPort, DevGetNumDataStreams, DevGetDataStreamID,
+            DevOpenDataStream, DevClose, DSAllocAndAnnounceBuffer, DSRevokeBuffer, DSQueueBuffer,
+            DSFlushQueue, DSStartAcquisition, DSStopAcquisition, DSGetInfo, DSGetBufferInfo,
+            DSGetBufferID, DSClose);
 }
 
 template <class P>

@@ -110,6 +110,7 @@ public:
     SFunction<PEventGetData> EventGetData{"EventGetData"};
     SFunction<PEventGetDataInfo> EventGetDataInfo{"EventGetDataInfo"};
     SFunction<PEventGetInfo> EventGetInfo{"EventGetInfo"};
+    SFunction<PEventKill> EventKill{"EventKill"};
     SFunction<PTLOpen> TLOpen{"TLOpen"};
     SFunction<PTLClose> TLClose{"TLClose"};
     SFunction<PTLGetInfo> TLGetInfo{"TLGetInfo"};
@@ -139,6 +140,7 @@ public:
     SFunction<PDSStopAcquisition> DSStopAcquisition{"DSStopAcquisition"};
     SFunction<PDSGetInfo> DSGetInfo{"DSGetInfo"};
     SFunction<PDSGetBufferInfo> DSGetBufferInfo{"DSGetBufferInfo"};
+    SFunction<PDSGetBufferID> DSGetBufferID{"DSGetBufferID"};
     SFunction<PDSClose> DSClose{"DSClose"};
 };
 

@@ -27,6 +27,9 @@ public:
     // Lets the producer allocate the buffers, and queues them.
     void Announce(size_t size, size_t count);
 
+    DS_HANDLE Handle() const { return m_stream.Get(); }
+    EVENT_HANDLE Event() const { return m_newBuffer; }
+
     void Start();
     void Stop() noexcept;
     // The next filled buffer, or null when there is none within the time-out.

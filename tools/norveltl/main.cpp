@@ -1,4 +1,6 @@
+#include "Check.h"
 #include "Console.h"
+#include "Events.h"
 #include "FeatureCommands.h"
 #include "Grab.h"
 #include "Info.h"
@@ -30,6 +32,8 @@ struct SCommandLine {
     SRegisterOptions registers;
     SFeatureOptions features;
     SGrabOptions grab;
+    SEventOptions events;
+    SCheckOptions check;
     std::function<EExitCode()> run;
 };
 
@@ -153,6 +157,28 @@ void AddGrab(CLI::App& app, SCommandLine& line) {
     AddJson(grab, options.json);
 }
 
+void AddEvents(CLI::App& app, SCommandLine& line) {
+    SEventOptions& options = line.events;
+    CLI::App* events = AddCommand(app, line, "events", "Show events as they come",
+                                  [](auto& l) { return Events(l.cti, l.events); });
+    events->add_option("device", options.device, kDeviceHelp)->type_name("DEVICE");
+    events->add_option("-t,--time", options.seconds, "How long to wait for events")
+        ->check(CheckAboveZero)
+        ->type_name("SECONDS");
+    events->add_option("--set", options.settings, "Write a feature before; may be repeated")
+        ->allow_extra_args(false)
+        ->type_name("NAME=VALUE");
+    events->add_flag("--acquire", options.acquire, "Take images meanwhile, and drop them");
+}
+
+void AddCheck(CLI::App& app, SCommandLine& line) {
+    CLI::App* check = AddCommand(
+        app, line, "check", "Use every camera as consumers do, and judge the producer's answers",
+        [](auto& l) { return Check(l.cti, l.check); });
+    check->add_flag("--all", line.check.all, "Show what passed too");
+    AddJson(check, line.check.json);
+}
+
 void Declare(CLI::App& app, SCommandLine& line) {
     app.set_version_flag("--version", "norveltl " NORVELTL_VERSION);
     app.require_subcommand(1);
@@ -165,6 +191,8 @@ void Declare(CLI::App& app, SCommandLine& line) {
     AddRegisterCommands(app, line);
     AddFeatureCommands(app, line);
     AddGrab(app, line);
+    AddEvents(app, line);
+    AddCheck(app, line);
     app.footer("Exit codes: 0 done, 1 failed, 2 wrong usage, 3 nothing found.");
 }
 
