@@ -167,4 +167,14 @@ TEST_F(ImageFaultTest, ChanceIsRepeatable) {
     EXPECT_LT(first.size(), 130U);
 }
 
+TEST_F(ImageFaultTest, ChanceEndsWithItsCount) {
+    Plan({OPTIVO_IMAGE_LOST, 0, 10, 5, 0.5, 1});
+    StartWith(100);
+    const Numbers numbers = Arriving(100);
+    ASSERT_EQ(numbers.size(), 95U);
+    EXPECT_EQ(numbers[9], 9U);
+    EXPECT_EQ(numbers.back(), 99U);
+    EXPECT_EQ(NumUnderrun(), 5U);
+}
+
 } // namespace
