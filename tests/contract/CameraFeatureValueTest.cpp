@@ -226,6 +226,14 @@ TEST_F(CameraFeatureValueTest, BinningMovesAnOffsetThatNoLongerFits) {
     EXPECT_EQ(feature->Int("OffsetY"), 14);
 }
 
+TEST_F(CameraFeatureValueTest, BinningKeepsTheOffsetsIncrement) {
+    feature->SetInt("Width", 8);
+    feature->SetInt("OffsetX", 40);
+    feature->SetInt("BinningHorizontal", 3);
+    EXPECT_EQ(feature->IntLimit("OffsetX", "Max"), 13);
+    EXPECT_EQ(feature->Int("OffsetX"), 12);
+}
+
 TEST_F(CameraFeatureValueTest, PayloadFollowsSizeAndFormat) {
     const auto expectPayload = [&](int64_t bytes) {
         EXPECT_EQ(feature->Int("PayloadSize"), bytes);

@@ -164,6 +164,7 @@ TEST_F(ImageUnplugTest, OpensAnewOncePluggedIn) {
     OpenDevice(1);
     ASSERT_EQ(camera, MONO_CAMERA);
     OpenStream();
+    ASSERT_NE(stream, nullptr);
     StartWith(2);
     Produce(2);
     EXPECT_TRUE(HoldsImage(Memory(WaitBuffer().handle), 0));
@@ -197,6 +198,9 @@ TEST_F(ImageUnplugTest, OpensAnewWhileOldHandlesAreOpen) {
     ASSERT_OK(gentl.DevGetPort(otherDevice, &otherRemote));
     const GenApi others(gentl, otherRemote);
     EXPECT_NO_THROW(others.SetInt("Width", 32)) << "the old stream locks the payload";
+    Stop();
+    Start();
+    EXPECT_NO_THROW(others.SetInt("Width", 32)) << "the old stream started again";
     ExpectDeadPort();
     CloseDevice();
     EXPECT_EQ(others.Int("Width"), 32);
