@@ -129,7 +129,7 @@ TEST_F(CameraFeatureAcquisitionTest, StreamStartsAnewInEachMode) {
     Start();
     EXPECT_EQ(NextStamp().number, 0U);
     Stop();
-    Drain();
+    Requeue();
     feature->SetEntry("AcquisitionMode", "SingleFrame");
     Start();
     ExpectNoImage();

@@ -99,11 +99,17 @@ protected:
         ExpectNoImage();
     }
 
-    // Takes what is on its way, until no image comes any more.
-    void Drain() {
-        for (NewBuffer image = WaitBuffer(50); image.code == 0; image = WaitBuffer(50)) {
-            EXPECT_OK(gentl.DSQueueBuffer(stream, image.handle));
+    // Queues again what was delivered.
+    void Requeue() {
+        for (BUFFER_HANDLE buffer : FetchAll()) {
+            EXPECT_OK(gentl.DSQueueBuffer(stream, buffer));
         }
+    }
+
+    // Of a halted camera: takes every image that it still made.
+    void Drain() {
+        ASSERT_TRUE(Eventually([&] { return NumDelivered() + NumUnderrun() == StreamNumber(6); }));
+        Requeue();
     }
 
     void Select(const std::string& selector, const std::string& entry) {

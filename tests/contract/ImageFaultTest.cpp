@@ -19,11 +19,12 @@ protected:
         for (uint64_t i = 0; i < count; ++i) {
             Produce(1);
         }
-        for (NewBuffer next = WaitBuffer(50); next.code == 0; next = WaitBuffer(50)) {
+        EXPECT_TRUE(Eventually([&] { return NumDelivered() + NumUnderrun() >= count; }));
+        for (BUFFER_HANDLE buffer : FetchAll()) {
             OptivoImageStamp stamp;
-            EXPECT_EQ(OptivoImage_Read(Memory(next.handle), IMAGE_SIZE, &stamp), 1);
+            EXPECT_EQ(OptivoImage_Read(Memory(buffer), IMAGE_SIZE, &stamp), 1);
             numbers.push_back(stamp.number);
-            EXPECT_OK(gentl.DSQueueBuffer(stream, next.handle));
+            EXPECT_OK(gentl.DSQueueBuffer(stream, buffer));
         }
         return numbers;
     }
