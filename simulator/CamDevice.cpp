@@ -12,7 +12,7 @@ Int32 CDeviceContents::OpenStream(Optivo::ICamStream** stream) {
 void CDeviceContents::Close() {
     if (!m_describesOnly) {
         m_camera->Events().Remove(this);
-        m_camera->Release();
+        m_camera->Release(m_connection);
     }
 }
 

@@ -21,7 +21,7 @@ public:
 
     bool DescribesOnly() const { return m_describesOnly; }
     // False for good once the camera has been unplugged.
-    bool IsConnected() const { return m_camera->Connection() == m_connection; }
+    bool IsConnected() const { return m_camera->IsConnected(m_connection); }
     CCamera& Camera() { return *m_camera; }
     Int32 OpenStream(Optivo::ICamStream** stream);
     void Close();

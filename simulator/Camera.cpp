@@ -109,6 +109,18 @@ void CCamera::DefineRegisters(const CameraModel& model) {
     }
 }
 
+void CCamera::Release(unsigned connection) {
+    const std::lock_guard lock(m_lock);
+    if (connection == m_connection) {
+        GiveUp();
+    }
+}
+
+void CCamera::GiveUp() {
+    m_state.isLocked = 0;
+    m_isOwned = false;
+}
+
 void CCamera::Unplug() {
     const std::lock_guard lock(m_lock);
     m_isPlugged = false;
@@ -116,6 +128,7 @@ void CCamera::Unplug() {
     for (CImageQueue* queue : m_queues) {
         queue->End();
     }
+    GiveUp();
 }
 
 Int32 CCamera::GetInfo(UInt32 key, void* buffer, Size* size) const {
@@ -163,22 +176,27 @@ Int32 CCamera::WritePort(UInt64 address, const void* source, const Size* size) {
     if (source == nullptr || size == nullptr) {
         return kInvalidParameter;
     }
-    if (IsCommand(address)) {
+    if (IsCommand(address) && *size <= sizeof(UInt32)) {
         return *size == sizeof(UInt32) ? Execute(address) : kInvalidParameter;
     }
-    if (address == CameraAddress::kUserId) {
-        return WriteText(address, source, *size);
+    if (const UInt64 offset = address - CameraAddress::kUserId; offset < kTextLength) {
+        return WriteUserId(offset, source, *size);
     }
     const Int32 result = Change(address, source, *size);
     return result == kInvalidAddress ? m_registers.Write(address, source, size) : result;
 }
 
-Int32 CCamera::WriteText(UInt64 address, const void* source, Size size) {
-    if (size > kTextLength) {
-        return m_registers.Write(address, source, &size);
+// Takes a text that begins the register, as far as it leaves room for the terminating zero.
+Int32 CCamera::WriteUserId(UInt64 offset, const void* source, Size size) {
+    if (size > kTextLength - offset) {
+        return kInvalidAddress;
+    }
+    if (offset != 0) {
+        return kInvalidParameter;
     }
     const auto* const text = static_cast<const char*>(source);
-    SetText(Optivo::kDeviceUserDefinedName, std::string(text, std::find(text, text + size, '\0')));
+    const auto* const end = text + std::min(size, kTextLength - 1);
+    SetText(Optivo::kDeviceUserDefinedName, std::string(text, std::find(text, end, '\0')));
     return kSuccess;
 }
 
@@ -283,12 +301,9 @@ std::uint64_t CCamera::Budget() const {
     }
 }
 
-// A camera that makes images without end already goes on as it does.
 void CCamera::SetBudgets(std::uint64_t budget) {
     for (CImageQueue* queue : m_queues) {
-        if (budget != kUnbounded || queue->IsHalted()) {
-            queue->SetBudget(budget);
-        }
+        queue->SetBudget(budget);
     }
 }
 

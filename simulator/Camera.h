@@ -28,16 +28,21 @@ public:
     explicit CCamera(const CameraModel& model);
 
     const std::string& Name() const { return m_name; }
-    // The single owner that the camera may have; false when it has one already.
+    // The single owner that the camera may have; false when it has one already. A new owner finds
+    // the payload unlocked.
     bool Acquire() { return !m_isOwned.exchange(true); }
-    void Release() { m_isOwned = false; }
+    // Does nothing for an owner whose connection was cut.
+    void Release(unsigned connection);
 
-    // An unplugged camera is not discovered. What was opened before the plug was pulled stays dead:
-    // it has another connection.
+    // An unplugged camera is not discovered and has no owner. What was opened before the plug was
+    // pulled stays dead: it has another connection.
     void Unplug();
     void Plug() { m_isPlugged = true; }
     bool IsPlugged() const { return m_isPlugged; }
     unsigned Connection() const { return m_connection; }
+    bool IsConnected(unsigned connection) const {
+        return m_isPlugged && m_connection == connection;
+    }
 
     Int32 GetInfo(UInt32 key, void* buffer, Size* size) const;
     bool SetText(UInt32 key, const std::string& text);
@@ -75,11 +80,12 @@ private:
     bool WaitsForTrigger(ETrigger trigger) const;
     double Rate() const;
     std::uint64_t Budget() const;
-    Int32 WriteText(UInt64 address, const void* source, Size size);
+    Int32 WriteUserId(UInt64 offset, const void* source, Size size);
     Int32 Execute(UInt64 command);
     Int32 Change(UInt64 address, const void* source, Size size);
     void Apply(const Picture& before);
     void SetBudgets(std::uint64_t budget);
+    void GiveUp();
     void Fire(ETrigger trigger);
     void OnImages(const ImageBatch& images) override;
     void Report(EEvent event, const ImageBatch& images);

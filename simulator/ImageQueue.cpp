@@ -26,7 +26,7 @@ ImageBatch::Duration Seconds(double seconds) {
 void CImageQueue::Start(UInt32 count, const ImageMaking& making,
                         std::shared_ptr<const CTestPattern> pattern) {
     const std::lock_guard lock(m_lock);
-    m_isStarted = true;
+    m_isStarted = !m_isEnded;
     m_making = making;
     m_pattern = std::move(pattern);
     m_allowance = count == kNoLimit ? kUnbounded : count;
@@ -43,14 +43,18 @@ void CImageQueue::Start(UInt32 count, const ImageMaking& making,
 
 void CImageQueue::Stop() {
     const std::lock_guard lock(m_lock);
+    DropPending();
+    ++m_run;
+    m_changed.notify_all();
+}
+
+void CImageQueue::DropPending() {
     AdvanceClock(Clock::now());
     m_isStarted = false;
     m_next += m_pending;
     m_pending = 0;
     m_numBatches = 0;
     m_isJudged = false;
-    ++m_run;
-    m_changed.notify_all();
 }
 
 bool CImageQueue::IsStarted() const {
@@ -60,6 +64,7 @@ bool CImageQueue::IsStarted() const {
 
 void CImageQueue::End() {
     const std::lock_guard lock(m_lock);
+    DropPending();
     m_isEnded = true;
     m_changed.notify_all();
 }
@@ -77,14 +82,11 @@ void CImageQueue::SetRate(double rate) {
 void CImageQueue::SetBudget(std::uint64_t budget) {
     const std::lock_guard lock(m_lock);
     AdvanceClock(Clock::now());
-    m_making.budget = budget;
-    RestartClock();
-    m_changed.notify_all();
-}
-
-bool CImageQueue::IsHalted() const {
-    const std::lock_guard lock(m_lock);
-    return m_making.budget == 0;
+    if (m_making.budget != budget) {
+        m_making.budget = budget;
+        RestartClock();
+        m_changed.notify_all();
+    }
 }
 
 void CImageQueue::SetPattern(std::shared_ptr<const CTestPattern> pattern) {

@@ -61,12 +61,13 @@ public:
                std::shared_ptr<const CTestPattern> pattern);
     void Stop();
     bool IsStarted() const;
-    // The camera is gone: there is an image to grab, so to say, but every grab ends.
+    // The camera is gone, for good: no image is made any more. There is one to grab, so to say, but
+    // every grab ends.
     void End();
 
     void SetRate(double rate);
+    // A clock that runs on the same budget already goes on as it does.
     void SetBudget(std::uint64_t budget);
-    bool IsHalted() const;
     void SetPattern(std::shared_ptr<const CTestPattern> pattern);
     // Makes an image as far as the budget goes.
     void Trigger();
@@ -91,6 +92,7 @@ private:
     };
 
     bool IsClocked() const { return m_isStarted && m_making.budget > 0 && m_making.rate > 0; }
+    void DropPending();
     void RestartClock();
     void Book(const ImageBatch& images, std::uint64_t maxPending);
     void BookWithinBudget(ImageBatch images, std::uint64_t maxPending);

@@ -60,12 +60,16 @@ struct Picture {
     bool operator==(const Picture&) const = default;
 };
 
-// At pixel (x, y) of the sensor, image n shows, of 256 values each:
+// At pixel (x, y) of the sensor, image n shows, of 256 values each (m is 2n times the vertical
+// binning):
 //   GreyHorizontalRamp       x
-//   GreyVerticalRampMoving   y + 2n
-//   GreyDiagonalRampMoving   x + y + 2n
+//   GreyVerticalRampMoving   y + m
+//   GreyDiagonalRampMoving   x + y + m
 //   ColorBar                 diagonal bars 32 pixels wide, each with a ramp of its own, which move
-//                            like the diagonal ramp
+//                            like the diagonal ramp: white, yellow, cyan, green, magenta, red, blue
+//                            and black; where a channel is lit it rises from 128 by 4 a pixel,
+//                            elsewhere from 0 by 2. Grey is the mean of the channels.
+// A value v becomes 257 v times the brightness, of which formats of 8 bits keep the upper half.
 // The first 32 bytes of an image are left to its stamp.
 class CTestPattern {
 public:
