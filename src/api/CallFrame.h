@@ -22,7 +22,8 @@ GC_ERROR Fail(GC_ERROR code, const char* text) noexcept;
 
 // Records that the library is not initialised and answers the code for it.
 GC_ERROR FailNotInitialized() noexcept;
-// Records that a handle is null. The code that is recorded differs from the one that is answered.
+// Records that a handle is null, or none at all. The code that is recorded differs from the one
+// that is answered.
 GC_ERROR FailNullHandle() noexcept;
 
 // Runs the body, which answers a code or nothing (success); an exception becomes its code.
@@ -47,13 +48,14 @@ GC_ERROR Framed(Body&& body) noexcept {
     return IsInitialized() ? Translated(std::forward<Body>(body)) : FailNotInitialized();
 }
 
-// Runs the body if the library is initialised and the port, event source or event handle is set.
+// Runs the body if the library is initialised and the check finds the port, event source or event
+// handle sound.
 template <class Body>
-GC_ERROR FramedOn(const void* handle, Body&& body) noexcept {
+GC_ERROR FramedOn(const void* handle, bool (*isSound)(const void*) noexcept, Body&& body) noexcept {
     if (!IsInitialized()) {
         return FailNotInitialized();
     }
-    return handle != nullptr ? Translated(std::forward<Body>(body)) : FailNullHandle();
+    return isSound(handle) ? Translated(std::forward<Body>(body)) : FailNullHandle();
 }
 
 } // namespace GenICam::Client

@@ -23,15 +23,17 @@ GC_ERROR RecordWaitResult(GC_ERROR result) noexcept {
 } // namespace
 
 GC_API GCRegisterEvent(EVENTSRC_HANDLE hEventSrc, EVENT_TYPE iEventID, EVENT_HANDLE* phEvent) {
-    return FramedOn(hEventSrc, [&] { EventSourceOf(hEventSrc).RegisterEvent(iEventID, phEvent); });
+    return FramedOn(hEventSrc, IsModule,
+                    [&] { EventSourceOf(hEventSrc).RegisterEvent(iEventID, phEvent); });
 }
 
 GC_API GCUnregisterEvent(EVENTSRC_HANDLE hEventSrc, EVENT_TYPE iEventID) {
-    return FramedOn(hEventSrc, [&] { EventSourceOf(hEventSrc).UnregisterEvent(iEventID); });
+    return FramedOn(hEventSrc, IsModule,
+                    [&] { EventSourceOf(hEventSrc).UnregisterEvent(iEventID); });
 }
 
 GC_API EventGetData(EVENT_HANDLE hEvent, void* pBuffer, size_t* piSize, uint64_t iTimeout) {
-    return FramedOn(hEvent, [&] {
+    return FramedOn(hEvent, IsEvent, [&] {
         return RecordWaitResult(EventOf(hEvent).GetData(pBuffer, piSize, iTimeout));
     });
 }
@@ -39,20 +41,21 @@ GC_API EventGetData(EVENT_HANDLE hEvent, void* pBuffer, size_t* piSize, uint64_t
 GC_API EventGetDataInfo(EVENT_HANDLE hEvent, const void* pInBuffer, size_t iInSize,
                         EVENT_DATA_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, void* pOutBuffer,
                         size_t* piOutSize) {
-    return FramedOn(hEvent, [&] {
+    return FramedOn(hEvent, IsEvent, [&] {
         EventOf(hEvent).GetDataInfo(pInBuffer, iInSize, iInfoCmd, piType, pOutBuffer, piOutSize);
     });
 }
 
 GC_API EventGetInfo(EVENT_HANDLE hEvent, EVENT_INFO_CMD iInfoCmd, INFO_DATATYPE* piType,
                     void* pBuffer, size_t* piSize) {
-    return FramedOn(hEvent, [&] { EventOf(hEvent).GetInfo(iInfoCmd, piType, pBuffer, piSize); });
+    return FramedOn(hEvent, IsEvent,
+                    [&] { EventOf(hEvent).GetInfo(iInfoCmd, piType, pBuffer, piSize); });
 }
 
 GC_API EventFlush(EVENT_HANDLE hEvent) {
-    return FramedOn(hEvent, [&] { EventOf(hEvent).Flush(); });
+    return FramedOn(hEvent, IsEvent, [&] { EventOf(hEvent).Flush(); });
 }
 
 GC_API EventKill(EVENT_HANDLE hEvent) {
-    return FramedOn(hEvent, [&] { EventOf(hEvent).Kill(); });
+    return FramedOn(hEvent, IsEvent, [&] { EventOf(hEvent).Kill(); });
 }

@@ -51,7 +51,7 @@ GC_ERROR AnswerLibraryInfo(TL_INFO_CMD command, const InfoOut& out) {
 // Runs one access per entry and leaves in *numEntries how many of them completed.
 template <class Entry, class Access>
 GC_ERROR RunStacked(PORT_HANDLE handle, Entry* entries, size_t* numEntries, Access&& access) {
-    return FramedOn(handle, [&]() -> GC_ERROR {
+    return FramedOn(handle, IsModule, [&]() -> GC_ERROR {
         if (entries == nullptr || numEntries == nullptr || *numEntries == 0) {
             return GC_ERR_INVALID_PARAMETER;
         }
@@ -96,11 +96,11 @@ GC_API GCGetLastError(GC_ERROR* piErrorCode, char* sErrText, size_t* piSize) {
 }
 
 GC_API GCReadPort(PORT_HANDLE hPort, uint64_t iAddress, void* pBuffer, size_t* piSize) {
-    return FramedOn(hPort, [&] { PortOf(hPort).Read(iAddress, pBuffer, piSize); });
+    return FramedOn(hPort, IsModule, [&] { PortOf(hPort).Read(iAddress, pBuffer, piSize); });
 }
 
 GC_API GCWritePort(PORT_HANDLE hPort, uint64_t iAddress, const void* pBuffer, size_t* piSize) {
-    return FramedOn(hPort, [&] { PortOf(hPort).Write(iAddress, pBuffer, piSize); });
+    return FramedOn(hPort, IsModule, [&] { PortOf(hPort).Write(iAddress, pBuffer, piSize); });
 }
 
 GC_API GCReadPortStacked(PORT_HANDLE hPort, PORT_REGISTER_STACK_ENTRY* pEntries,
@@ -118,20 +118,22 @@ GC_API GCWritePortStacked(PORT_HANDLE hPort, PORT_REGISTER_STACK_ENTRY* pEntries
 }
 
 GC_API GCGetPortURL(PORT_HANDLE hPort, char* sURL, size_t* piSize) {
-    return FramedOn(hPort, [&] { PortOf(hPort).GetPortURL(sURL, piSize); });
+    return FramedOn(hPort, IsModule, [&] { PortOf(hPort).GetPortURL(sURL, piSize); });
 }
 
 GC_API GCGetNumPortURLs(PORT_HANDLE hPort, uint32_t* piNumURLs) {
-    return FramedOn(hPort, [&] { PortOf(hPort).GetNumPortURLs(piNumURLs); });
+    return FramedOn(hPort, IsModule, [&] { PortOf(hPort).GetNumPortURLs(piNumURLs); });
 }
 
 GC_API GCGetPortURLInfo(PORT_HANDLE hPort, uint32_t iURLIndex, URL_INFO_CMD iInfoCmd,
                         INFO_DATATYPE* piType, void* pBuffer, size_t* piSize) {
-    return FramedOn(
-        hPort, [&] { PortOf(hPort).GetPortURLInfo(iURLIndex, iInfoCmd, piType, pBuffer, piSize); });
+    return FramedOn(hPort, IsModule, [&] {
+        PortOf(hPort).GetPortURLInfo(iURLIndex, iInfoCmd, piType, pBuffer, piSize);
+    });
 }
 
 GC_API GCGetPortInfo(PORT_HANDLE hPort, PORT_INFO_CMD iInfoCmd, INFO_DATATYPE* piType,
                      void* pBuffer, size_t* piSize) {
-    return FramedOn(hPort, [&] { PortOf(hPort).GetPortInfo(iInfoCmd, piType, pBuffer, piSize); });
+    return FramedOn(hPort, IsModule,
+                    [&] { PortOf(hPort).GetPortInfo(iInfoCmd, piType, pBuffer, piSize); });
 }

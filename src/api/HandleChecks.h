@@ -50,7 +50,11 @@ inline CDataStream& DataStreamOf(DS_HANDLE handle) {
     return CheckedCast<CDataStream, std::runtime_error>(handle, kInvalidDeviceHandle);
 }
 
-// Ports, event sources and events are taken for what the handle says they are; it is not null.
+inline bool IsEvent(const void* handle) noexcept {
+    return CLiveObjects::Events().Contains(handle);
+}
+
+// Every module is a port and an event source; the frame has checked the handle.
 inline IPort& PortOf(PORT_HANDLE handle) {
     return *static_cast<ICommonBase*>(handle);
 }

@@ -6,6 +6,7 @@
 #pragma once
 
 #include "GenTL/GenTL.h"
+#include "core/LiveObjects.h"
 
 #include <cstdint>
 #include <type_traits>
@@ -58,22 +59,34 @@ public:
     // Writes 1. Throws invalid_parameter_error for a null pointer.
     void GetNumPortURLs(std::uint32_t* count) final;
 
-    virtual ~ICommonBase() = default;
+    virtual ~ICommonBase() { RetireHandle(); }
+    ICommonBase(const ICommonBase&) = delete;
+    ICommonBase& operator=(const ICommonBase&) = delete;
+
+    // From here on the handle means nothing. A destruction begins with it, so that no call finds an
+    // object that is half gone.
+    void RetireHandle() noexcept { CLiveObjects::Modules().Remove(this); }
 
 protected:
-    ICommonBase() = default;
-    ICommonBase(const ICommonBase&) = default;
-    ICommonBase& operator=(const ICommonBase&) = default;
+    ICommonBase() { CLiveObjects::Modules().Add(this); }
 };
 
-// The module object behind a handle, or null for a null handle and for an object of another class.
+// Whether the handle is that of a module object which exists.
+inline bool IsModule(const void* handle) noexcept {
+    return CLiveObjects::Modules().Contains(handle);
+}
+
+// The module object behind a handle, or null for a null handle, for an object of another class, and
+// for whatever is no module object that exists.
 // The module classes are final, so that comparing exact types is a checked downcast.
 template <class Module>
 Module* HandleCast(void* handle) noexcept {
     static_assert(std::is_final_v<Module>);
+    if (!IsModule(handle)) {
+        return nullptr;
+    }
     auto* object = static_cast<ICommonBase*>(handle);
-    return object != nullptr && typeid(*object) == typeid(Module) ? static_cast<Module*>(object)
-                                                                  : nullptr;
+    return typeid(*object) == typeid(Module) ? static_cast<Module*>(object) : nullptr;
 }
 
 // The handle of a module object.

@@ -4,6 +4,7 @@
 #pragma once
 
 #include "GenTL/GenTL.h"
+#include "core/LiveObjects.h"
 
 #include <boost/shared_ptr.hpp>
 
@@ -24,8 +25,8 @@ protected:
 
 class CEventObj {
 public:
-    CEventObj() = default;
-    virtual ~CEventObj() = default;
+    CEventObj() { CLiveObjects::Events().Add(this); }
+    virtual ~CEventObj() { CLiveObjects::Events().Remove(this); }
     CEventObj(const CEventObj&) = delete;
     CEventObj& operator=(const CEventObj&) = delete;
 

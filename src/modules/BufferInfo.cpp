@@ -26,6 +26,7 @@ CBufferInfo::CBufferInfo(void* memory, size_t size, void* privateData)
       m_ownsMemory(memory == nullptr) {}
 
 CBufferInfo::~CBufferInfo() {
+    RetireHandle();
     if (m_ownsMemory) {
         Platform::FreeMemory(m_memory);
     }

@@ -74,6 +74,7 @@ CDataStream::CDataStream(const char* id, CDevice* device)
 }
 
 CDataStream::~CDataStream() {
+    RetireHandle();
     const boost::this_thread::disable_interruption uninterrupted;
     {
         const OutputLock output(m_outputLock);

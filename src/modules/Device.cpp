@@ -50,6 +50,8 @@ CDevice::~CDevice() {
 // The port goes last: its events come until the camera is closed, and not even a close that fails
 // may leave a callback to a port that is gone.
 void CDevice::StopUse() {
+    RetireHandle();
+    m_port->RetireHandle();
     CloseStreams();
     m_port->StopEvents();
 }

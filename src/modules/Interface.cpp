@@ -95,6 +95,7 @@ CInterface::CInterface(boost::shared_ptr<CInterfaceInfo> info, CTL* owner,
     : m_info(std::move(info)), m_owner(owner), m_camera(std::move(camera)) {}
 
 CInterface::~CInterface() {
+    RetireHandle();
     m_devices.clear();
     // Each device removes itself from the list.
     while (CDevice* device = FirstOpen()) {
@@ -289,6 +290,7 @@ void CInterface::ForgetDevice(const CDevice* device) {
 }
 
 void CInterface::Close() {
+    RetireHandle();
     m_devices.clear();
     {
         const boost::lock_guard<boost::mutex> lock(m_openDevicesLock);

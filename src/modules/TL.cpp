@@ -48,6 +48,7 @@ CTL::CTL() : m_registers(kNumReservedRegisters) {
 }
 
 CTL::~CTL() {
+    RetireHandle();
     m_infos.clear();
     // Each interface removes itself from the list.
     while (!m_openInterfaces.empty()) {

@@ -262,14 +262,18 @@ TEST(CallFrameTest, AnswersTheBodysOwnCodeAndRecordsNothing) {
     EXPECT_EQ(LastError(), (Recorded{-1234, "earlier"}));
 }
 
+bool IsSet(const void* handle) noexcept {
+    return handle != nullptr;
+}
+
 TEST(CallFrameTest, TheGuardComesFirst) {
     bool ran = false;
     const auto body = [&] { ran = true; };
     int handle = 0;
     SetInitialized(false);
     for (const auto& call : std::vector<std::function<GC_ERROR()>>{
-             [&] { return Framed(body); }, [&] { return FramedOn(&handle, body); },
-             [&] { return FramedOn(nullptr, body); }}) {
+             [&] { return Framed(body); }, [&] { return FramedOn(&handle, IsSet, body); },
+             [&] { return FramedOn(nullptr, IsSet, body); }}) {
         RecordLastError(-1, "before");
         EXPECT_EQ(call(), -1002);
         EXPECT_EQ(LastError(), (Recorded{-1002, "GCInitLib was not called."}));
@@ -280,11 +284,11 @@ TEST(CallFrameTest, TheGuardComesFirst) {
 TEST(CallFrameTest, ANullHandleAnswersAnotherCodeThanItRecords) {
     bool ran = false;
     SetInitialized(true);
-    EXPECT_EQ(FramedOn(nullptr, [&] { ran = true; }), -1006);
+    EXPECT_EQ(FramedOn(nullptr, IsSet, [&] { ran = true; }), -1006);
     EXPECT_EQ(LastError(), (Recorded{-1009, "Function call on wrong handle or NULL pointer."}));
     EXPECT_FALSE(ran);
     int handle = 0;
-    EXPECT_EQ(FramedOn(&handle, [&] { ran = true; }), 0);
+    EXPECT_EQ(FramedOn(&handle, IsSet, [&] { ran = true; }), 0);
     EXPECT_TRUE(ran);
     SetInitialized(false);
 }

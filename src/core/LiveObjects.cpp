@@ -1,0 +1,105 @@
+#include "core/LiveObjects.h"
+
+#include <memory>
+#include <thread>
+
+namespace GenICam::Client {
+namespace {
+
+// Room for the objects of 64 cameras with a hundred buffers each. Memory that is not touched costs
+// nothing.
+constexpr std::size_t kModuleSlots = std::size_t{1} << 15;
+constexpr std::size_t kEventSlots = std::size_t{1} << 10;
+
+constinit CLiveObjects::Slot s_moduleSlots[kModuleSlots]{};
+constinit CLiveObjects::Slot s_eventSlots[kEventSlots]{};
+constinit CLiveObjects s_modules(s_moduleSlots);
+constinit CLiveObjects s_events(s_eventSlots);
+
+// Held for some dozen instructions, so that a mutex would only add a destructor.
+class CChange {
+public:
+    explicit CChange(std::atomic_flag& flag) noexcept : m_flag(flag) {
+        while (m_flag.test_and_set(std::memory_order_acquire)) {
+            std::this_thread::yield();
+        }
+    }
+    ~CChange() { m_flag.clear(std::memory_order_release); }
+    CChange(const CChange&) = delete;
+    CChange& operator=(const CChange&) = delete;
+
+private:
+    std::atomic_flag& m_flag;
+};
+
+} // namespace
+
+CLiveObjects& CLiveObjects::Modules() noexcept {
+    return s_modules;
+}
+
+CLiveObjects& CLiveObjects::Events() noexcept {
+    return s_events;
+}
+
+void CLiveObjects::Insert(const Table& table, std::uintptr_t address) noexcept {
+    std::size_t i = Home(address, table);
+    while (table.slots[i].load(std::memory_order_relaxed) > kRemoved) {
+        i = (i + 1) & table.mask;
+    }
+    table.slots[i].store(address, std::memory_order_release);
+}
+
+void CLiveObjects::Add(const void* object) {
+    const CChange change(m_isChanging);
+    // Half empty, searches end soon.
+    if (2 * (m_count + 1) > m_table.load(std::memory_order_relaxed)->mask) {
+        Grow();
+    }
+    Insert(*m_table.load(std::memory_order_relaxed), reinterpret_cast<std::uintptr_t>(object));
+    ++m_count;
+}
+
+// The table before stays, as a search may be under way in it.
+void CLiveObjects::Grow() {
+    const Table& before = *m_table.load(std::memory_order_relaxed);
+    const std::size_t size = 2 * (before.mask + 1);
+    auto slots = std::make_unique<Slot[]>(size);
+    auto table = std::make_unique<Table>(Table{slots.get(), size - 1});
+    for (std::size_t i = 0; i <= before.mask; ++i) {
+        const std::uintptr_t address = before.slots[i].load(std::memory_order_relaxed);
+        if (address > kRemoved) {
+            Insert(*table, address);
+        }
+    }
+    slots.release(); // NOLINT(bugprone-unused-return-value): the table has it
+    m_table.store(table.release(), std::memory_order_release);
+}
+
+void CLiveObjects::Remove(const void* object) noexcept {
+    const CChange change(m_isChanging);
+    const Table& table = *m_table.load(std::memory_order_relaxed);
+    const auto address = reinterpret_cast<std::uintptr_t>(object);
+    std::size_t i = Home(address, table);
+    for (;; i = (i + 1) & table.mask) {
+        const std::uintptr_t found = table.slots[i].load(std::memory_order_relaxed);
+        if (found == kEmpty) {
+            return;
+        }
+        if (found == address) {
+            break;
+        }
+    }
+    --m_count;
+    table.slots[i].store(kRemoved, std::memory_order_release);
+    // Nothing was displaced over slots at the end of a run: they are as good as new.
+    if (table.slots[(i + 1) & table.mask].load(std::memory_order_relaxed) != kEmpty) {
+        return;
+    }
+    while (table.slots[i].load(std::memory_order_relaxed) == kRemoved) {
+        table.slots[i].store(kEmpty, std::memory_order_release);
+        i = (i - 1) & table.mask;
+    }
+}
+
+} // namespace GenICam::Client

@@ -1,0 +1,73 @@
+// The objects that consumers hold handles of. A handle is an object's address; whoever gets one
+// from outside asks here first, so that a closed, foreign or random value is never dereferenced.
+// This file knows no class of object.
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <span>
+
+namespace GenICam::Client {
+
+// A set of addresses. Asking takes no lock and a few nanoseconds; adding and removing lock each
+// other out. Objects of this class are static, and have no destructor to run: threads may ask until
+// the process ends.
+class CLiveObjects {
+public:
+    using Slot = std::atomic<std::uintptr_t>;
+
+    // The slots are zero, their number is a power of two, and they outlive this object. When they
+    // become too few, larger tables take their place, which are not given back.
+    constexpr explicit CLiveObjects(std::span<Slot> slots)
+        : m_first{slots.data(), slots.size() - 1}, m_table(&m_first) {}
+    CLiveObjects(const CLiveObjects&) = delete;
+    CLiveObjects& operator=(const CLiveObjects&) = delete;
+
+    // Throws std::bad_alloc when there is no room.
+    void Add(const void* object);
+    // Does nothing for what is not there.
+    void Remove(const void* object) noexcept;
+    bool Contains(const void* object) const noexcept {
+        const Table& table = *m_table.load(std::memory_order_acquire);
+        const auto address = reinterpret_cast<std::uintptr_t>(object);
+        if (address <= kRemoved) {
+            return false;
+        }
+        for (std::size_t i = Home(address, table);; i = (i + 1) & table.mask) {
+            const std::uintptr_t found = table.slots[i].load(std::memory_order_acquire);
+            if (found == address || found == kEmpty) {
+                return found == address;
+            }
+        }
+    }
+
+    // The module objects, whose handles are ICommonBase addresses, and the event objects.
+    static CLiveObjects& Modules() noexcept;
+    static CLiveObjects& Events() noexcept;
+
+private:
+    static constexpr std::uintptr_t kEmpty = 0;
+    // Was occupied; what was displaced by it may stand behind.
+    static constexpr std::uintptr_t kRemoved = 1;
+
+    struct Table {
+        Slot* slots;
+        std::size_t mask;
+    };
+
+    static std::size_t Home(std::uintptr_t address, const Table& table) noexcept {
+        // Fibonacci hashing: the multiplier is 2^64 divided by the golden ratio.
+        return static_cast<std::size_t>(((address >> 4) * 0x9E3779B97F4A7C15U) >> 32) & table.mask;
+    }
+    static void Insert(const Table& table, std::uintptr_t address) noexcept;
+    void Grow();
+
+    const Table m_first;
+    std::atomic<const Table*> m_table;
+    std::atomic_flag m_isChanging = ATOMIC_FLAG_INIT;
+    std::size_t m_count = 0; // guarded by the flag
+};
+
+} // namespace GenICam::Client
