@@ -19,18 +19,24 @@ struct Resource {
 const Resource DESCRIPTION = {MAKEINTRESOURCEA(103), "TLREGS"};
 const Resource VERSION_BLOCK = {RT_VERSION, MAKEINTRESOURCEA(1)};
 
-std::unique_ptr<Producer> LoadWithout(const Resource& resource) {
-    const auto remove = [&](const std::string& path) {
-        HANDLE update = BeginUpdateResourceA(path.c_str(), FALSE);
-        EXPECT_NE(update, nullptr);
-        EXPECT_TRUE(UpdateResourceA(update, resource.type, resource.name, ENGLISH, nullptr, 0));
-        EXPECT_TRUE(EndUpdateResourceA(update, FALSE));
-    };
-    return Producer::LoadCopy(remove);
-}
-
 HRSRC FindIn(const std::string& path, const Resource& resource) {
     return FindResourceA(GetModuleHandleA(path.c_str()), resource.name, resource.type);
+}
+
+// A copy of the module whose file has no other resource than this one.
+std::unique_ptr<Producer> LoadWithOnly(const Resource& kept) {
+    const std::string original = TheProducer().Path();
+    HMODULE module = GetModuleHandleA(original.c_str());
+    HRSRC found = FindIn(original, kept);
+    void* data = LockResource(LoadResource(module, found));
+    const DWORD size = SizeofResource(module, found);
+    EXPECT_GT(size, 0U);
+    return Producer::LoadCopy([&](const std::string& path) {
+        HANDLE update = BeginUpdateResourceA(path.c_str(), TRUE);
+        EXPECT_NE(update, nullptr);
+        EXPECT_TRUE(UpdateResourceA(update, kept.type, kept.name, ENGLISH, data, size));
+        EXPECT_TRUE(EndUpdateResourceA(update, FALSE));
+    });
 }
 
 TEST(ResourceTest, TheDescriptionIsTheFileThatItWasMadeFrom) {
@@ -43,7 +49,7 @@ TEST(ResourceTest, TheDescriptionIsTheFileThatItWasMadeFrom) {
 }
 
 TEST(ResourceTest, WithoutTheDescriptionThereIsNoSystem) {
-    const auto gentl = LoadWithout(DESCRIPTION);
+    const auto gentl = LoadWithOnly(VERSION_BLOCK);
     ASSERT_EQ(FindIn(gentl->Path(), DESCRIPTION), nullptr);
     ASSERT_NE(FindIn(gentl->Path(), VERSION_BLOCK), nullptr);
     const uint64_t numAlive = OptivoSim_NumAlive(OPTIVO_OBJECT_SYSTEM);
@@ -58,7 +64,7 @@ TEST(ResourceTest, WithoutTheDescriptionThereIsNoSystem) {
 }
 
 TEST(ResourceTest, WithoutAVersionAllItsNumbersAreZero) {
-    const auto gentl = LoadWithout(VERSION_BLOCK);
+    const auto gentl = LoadWithOnly(DESCRIPTION);
     ASSERT_EQ(FindIn(gentl->Path(), VERSION_BLOCK), nullptr);
     ASSERT_EQ(gentl->GCInitLib(), 0);
     EXPECT_EQ(Ask([&](auto... out) { return gentl->GCGetInfo(3, out...); }), TextInfo("0.0.0.0"));

@@ -129,7 +129,7 @@ TEST_F(ForeignBufferTest, KeepsItsStateWhenTheOtherStreamDiscardsAll) {
     ASSERT_OK(gentl.DSFlushQueue(m_other, 4));
     EXPECT_EQ(NumberOf(m_other, 4), 0U);
     EXPECT_EQ(NumberOf(m_other, 5), 0U);
-    EXPECT_TRUE(BufferFlag(m_buffer, 5));
+    ASSERT_TRUE(BufferFlag(m_buffer, 5));
     EXPECT_FAILS(-1001, "Buffer queued", gentl.DSRevokeBuffer(stream, m_buffer, nullptr, nullptr));
     ASSERT_OK(gentl.DSFlushQueue(stream, 4));
     Revoke();

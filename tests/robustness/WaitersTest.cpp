@@ -159,8 +159,10 @@ TEST_F(WaitersTest, ThatWereKilledReturnWhenTheStreamIsClosed) {
 
 TEST_F(WaitersTest, ThatAreWokenForNothingWaitNoSecondTime) {
     const auto waiting = Wait(newBuffer, LONG_WAIT);
+    const auto start = std::chrono::steady_clock::now();
     ASSERT_OK(gentl.DSFlushQueue(stream, 0));
     EXPECT_CODE(-1008, waiting->Finish());
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(LONG_WAIT / 2));
 }
 
 TEST_F(WaitersTest, AreWokenOneForAFlush) {
