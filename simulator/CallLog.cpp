@@ -17,6 +17,7 @@ void CCallLog::Record(const CallShape& call) {
         m_texts[call.operation] = call.text;
     }
     operation.lastArgument.store(call.argument, kRelaxed);
+    operation.lastSize.store(call.size != nullptr ? *call.size : 0, kRelaxed);
     // The count comes last, so that whoever sees a call counted sees its arguments too.
     const std::uint64_t index = operation.numBegun.fetch_add(1, kRelaxed);
     operation.selectors[index % kNumKept].store(call.selector, kRelaxed);
@@ -28,6 +29,7 @@ void CCallLog::Reset() {
         operation.numBegun.store(0, kRelaxed);
         operation.numCalls.store(0, kRelaxed);
         operation.lastArgument.store(0, kRelaxed);
+        operation.lastSize.store(0, kRelaxed);
     }
     const std::lock_guard lock(m_textLock);
     for (std::string& text : m_texts) {
@@ -47,6 +49,10 @@ std::uint64_t CCallLog::LastSelector(OptivoOperation operation) const {
 
 std::uint64_t CCallLog::LastArgument(OptivoOperation operation) const {
     return m_operations[operation].lastArgument.load(kRelaxed);
+}
+
+std::uint64_t CCallLog::LastSize(OptivoOperation operation) const {
+    return m_operations[operation].lastSize.load(kRelaxed);
 }
 
 std::string CCallLog::LastText(OptivoOperation operation) const {

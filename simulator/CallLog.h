@@ -22,6 +22,7 @@ public:
     std::uint64_t NumCalls(OptivoOperation operation) const;
     std::uint64_t LastSelector(OptivoOperation operation) const;
     std::uint64_t LastArgument(OptivoOperation operation) const;
+    std::uint64_t LastSize(OptivoOperation operation) const;
     std::string LastText(OptivoOperation operation) const;
     // The last capacity selectors at most; answers how many are kept.
     std::size_t Selectors(OptivoOperation operation, std::uint64_t* selectors,
@@ -35,6 +36,7 @@ private:
         std::atomic<std::uint64_t> numBegun{0};
         std::atomic<std::uint64_t> numCalls{0};
         std::atomic<std::uint64_t> lastArgument{0};
+        std::atomic<std::uint64_t> lastSize{0};
         std::array<std::atomic<std::uint64_t>, kNumKept> selectors{};
     };
 

@@ -41,9 +41,11 @@ Int32 CStreamContents::GetInfo(UInt32 command, void* value, Size* size) {
     }
 }
 
-Int32 CCamStream::StartAcquisition(UInt32 /*reserved*/, UInt32 count) {
+Int32 CCamStream::StartAcquisition(UInt32 reserved, UInt32 count) {
     return m_handle.Perform({.operation = OPTIVO_STREAM_START_ACQUISITION, .argument = count},
-                            [&](CStreamContents& stream) { return stream.Start(count); });
+                            [&](CStreamContents& stream) {
+                                return reserved == 0 ? stream.Start(count) : kInvalidParameter;
+                            });
 }
 
 Int32 CCamStream::StopAcquisition(UInt32 reserved) {
@@ -56,7 +58,9 @@ Int32 CCamStream::StopAcquisition(UInt32 reserved) {
 
 Int32 CCamStream::GrabImage(void* destination, UInt32 timeout) {
     return m_handle.Perform(
-        {.operation = OPTIVO_STREAM_GRAB_IMAGE, .argument = timeout},
+        {.operation = OPTIVO_STREAM_GRAB_IMAGE,
+         .selector = reinterpret_cast<std::uintptr_t>(destination),
+         .argument = timeout},
         [&](CStreamContents& stream) { return stream.Images().Grab(destination, timeout); });
 }
 

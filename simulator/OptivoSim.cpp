@@ -235,6 +235,10 @@ uint64_t OptivoSim_LastArgument(OptivoOperation operation) {
     return IsOperation(operation) ? CLibrary::Get().Calls().LastArgument(operation) : 0;
 }
 
+uint64_t OptivoSim_LastSize(OptivoOperation operation) {
+    return IsOperation(operation) ? CLibrary::Get().Calls().LastSize(operation) : 0;
+}
+
 void OptivoSim_LastText(OptivoOperation operation, char* buffer, size_t capacity) {
     CopyCut(IsOperation(operation) ? CLibrary::Get().Calls().LastText(operation) : "", buffer,
             capacity);

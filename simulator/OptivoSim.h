@@ -198,11 +198,13 @@ OPTIVO_SIM_API int OptivoSim_FireEvents(const char* camera, uint32_t eventId, ui
 OPTIVO_SIM_API int OptivoSim_HasCallback(const char* camera);
 
 /* What was asked of an operation since the last reset: the number of calls (those that went wrong
-   included), the selector of its last call (key, command, address, index), its last numeric
-   argument (time-out, count, value), and its last text argument. */
+   included), the selector of its last call (key, command, address, index; of a grab where the image
+   goes), its last numeric argument (time-out, count, value), the size that its last call offered,
+   and its last text argument. */
 OPTIVO_SIM_API uint64_t OptivoSim_NumCalls(OptivoOperation operation);
 OPTIVO_SIM_API uint64_t OptivoSim_LastSelector(OptivoOperation operation);
 OPTIVO_SIM_API uint64_t OptivoSim_LastArgument(OptivoOperation operation);
+OPTIVO_SIM_API uint64_t OptivoSim_LastSize(OptivoOperation operation);
 /* Copies up to capacity - 1 characters and a terminating zero. */
 OPTIVO_SIM_API void OptivoSim_LastText(OptivoOperation operation, char* buffer, size_t capacity);
 /* The selectors of the last calls of an operation, oldest first: writes up to capacity of them and

@@ -102,7 +102,7 @@ void CTL::DefineRegisters() {
 void CTL::DefineXml() {
     const std::string_view xml = Platform::SystemXml();
     std::string block(xml);
-    block.resize(xml.size() / 4 * 4 + 4);
+    block.resize(TextBlockSize(xml.size()));
     m_registers.DefineBlock(kXml, CRegisterMap::kReadOnly, block.data(), block.size(), 0, nullptr,
                             0, nullptr);
     m_xmlSize = block.size();

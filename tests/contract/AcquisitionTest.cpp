@@ -222,6 +222,9 @@ TEST_F(AcquisitionTest, ZeroImagesRunOutAtOnce) {
     Start(0);
     EXPECT_TRUE(RunsOut());
     EXPECT_EQ(OptivoSim_NumCalls(GRAB), 0U);
+    std::array<uint64_t, 64> asked{};
+    const size_t count = OptivoSim_Selectors(POLL, asked.data(), asked.size());
+    EXPECT_EQ(std::count(asked.begin(), asked.begin() + count, 3U), 0);
     ExpectLengths(1, 0);
 }
 
@@ -307,6 +310,7 @@ TEST_F(AcquisitionTest, ThreadSetsTheWaitTimeOncePerStart) {
             [&] { return OptivoSim_NumCalls(OPTIVO_STREAM_SET_STREAM_PARAMETER) == numStarts; }));
         EXPECT_EQ(OptivoSim_LastSelector(OPTIVO_STREAM_SET_STREAM_PARAMETER), 2U);
         EXPECT_EQ(OptivoSim_LastArgument(OPTIVO_STREAM_SET_STREAM_PARAMETER), 1000U);
+        EXPECT_EQ(OptivoSim_LastSize(OPTIVO_STREAM_SET_STREAM_PARAMETER), 4U);
         Produce(2);
         EXPECT_TRUE(Eventually([&] { return NumUnderrun() == 2; }));
         EXPECT_EQ(OptivoSim_NumCalls(OPTIVO_STREAM_SET_STREAM_PARAMETER), numStarts);
@@ -346,6 +350,7 @@ TEST_F(AcquisitionTest, ThreadPollsForAnImageBeforeItGrabs) {
     OptivoSim_ClearFaults();
     EXPECT_EQ(WaitBuffer().handle, buffers[0]);
     EXPECT_EQ(OptivoSim_LastArgument(GRAB), 100U);
+    EXPECT_EQ(OptivoSim_LastSelector(GRAB), reinterpret_cast<uintptr_t>(Memory(buffers[0])));
 }
 
 TEST_F(AcquisitionTest, ThreadLooksAtTheFlagNotAtTheResultOfAPoll) {

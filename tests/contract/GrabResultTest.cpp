@@ -177,6 +177,9 @@ TEST_F(GrabResultTest, ImagesWithoutABufferAreDropped) {
     for (uint64_t count = 1; count <= 3; ++count) {
         Produce(1);
         EXPECT_TRUE(Eventually([&] { return NumUnderrun() == count; }));
+        EXPECT_EQ(OptivoSim_NumCalls(OPTIVO_STREAM_GRAB_IMAGE), count);
+        EXPECT_EQ(OptivoSim_LastArgument(OPTIVO_STREAM_GRAB_IMAGE), 100U);
+        EXPECT_EQ(OptivoSim_LastSelector(OPTIVO_STREAM_GRAB_IMAGE), 0U) << "it goes nowhere";
     }
     EXPECT_EQ(NumDelivered(), 0U);
     ExpectLengths(0, 0);

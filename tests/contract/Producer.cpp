@@ -96,12 +96,16 @@ std::unique_ptr<Producer> Producer::Load() {
     return std::unique_ptr<Producer>(new Producer(ModulePath().string(), false));
 }
 
-std::unique_ptr<Producer> Producer::LoadCopy() {
+std::unique_ptr<Producer>
+Producer::LoadCopy(const std::function<void(const std::string&)>& change) {
     static std::atomic<int> s_count = 0;
     const std::string name =
         "Copy" + std::to_string(ProcessId()) + "_" + std::to_string(++s_count) + ".cti";
     const auto copy = ModulePath().parent_path() / name;
     std::filesystem::copy_file(ModulePath(), copy);
+    if (change) {
+        change(copy.string());
+    }
     return std::unique_ptr<Producer>(new Producer(copy.string(), true));
 }
 

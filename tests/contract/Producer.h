@@ -4,6 +4,7 @@
 
 #include "GenTL/GenTL.h"
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -14,8 +15,10 @@ public:
     static std::unique_ptr<Producer> Load();
 
     // Loads a copy of the module's file under a name of its own, so that it shares no state with
-    // any other; the file is deleted with the object.
-    static std::unique_ptr<Producer> LoadCopy();
+    // any other; the file is deleted with the object. change gets the copy's path before it is
+    // loaded.
+    static std::unique_ptr<Producer>
+    LoadCopy(const std::function<void(const std::string&)>& change = {});
 
     // Unloads the module, except under a leak checker.
     ~Producer();

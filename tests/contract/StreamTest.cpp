@@ -250,16 +250,22 @@ TEST_F(StreamCloseTest, FailingStopEndsTheThreadAndTheStreamAllTheSame) {
     EXPECT_EQ(NumAnnounced(), 0U);
 }
 
+// It ends the release, so that the buffers stay too.
 TEST_F(StreamCloseTest, FailingCloseOfTheLibraryIsSilent) {
+    const DS_HANDLE another = OpenAnother();
     for (const OptivoFaultKind kind :
          {OPTIVO_FAULT_GENERIC_EXCEPTION, OPTIVO_FAULT_FOREIGN_EXCEPTION}) {
         LeavesAlive(OPTIVO_OBJECT_STREAM, 1);
         AddFault(OPTIVO_STREAM_CLOSE, kind, 0, 1);
+        buffers.clear();
+        AnnounceBuffers(2);
         CloseStream();
+        ExpectAlive(another, 0);
+        ExpectAlive(another, 1);
         OpenStream();
         EXPECT_EQ(NumAnnounced(), 0U);
     }
-    EXPECT_EQ(OptivoSim_NumCalls(OPTIVO_DEVICE_OPEN_DATA_STREAM), 3U);
+    EXPECT_EQ(OptivoSim_NumCalls(OPTIVO_DEVICE_OPEN_DATA_STREAM), 4U);
 }
 
 TEST_F(StreamCloseTest, RecordsNoErrorOfItsOwn) {

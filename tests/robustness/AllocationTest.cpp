@@ -45,6 +45,22 @@ TEST_F(MemoryUseTest, StaysTheSameWhateverIsOpenedAndClosed) {
     EXPECT_LE(AllocatedBytes(), before + 2000);
 }
 
+class KeptBuffersTest : public SmallStreamTest {};
+
+// The buffers before the first queued one are freed with their stream.
+TEST_F(KeptBuffersTest, AreTheQueuedOneAndThoseBehindItAlone) {
+    constexpr size_t LARGE = size_t{8} << 20;
+    AnnounceBuffers(1, LARGE);
+    AnnounceBuffers(1, PAYLOAD);
+    AnnounceBuffers(1, LARGE);
+    ASSERT_OK(gentl.DSQueueBuffer(stream, buffers[1]));
+    const size_t before = AllocatedBytes();
+    CloseStream();
+    const size_t freed = before - AllocatedBytes();
+    EXPECT_GE(freed, LARGE);
+    EXPECT_LT(freed, LARGE + LARGE / 2);
+}
+
 #if defined(UNDER_A_SANITIZER)
 
 std::atomic<uint64_t> s_numAllocations{0};

@@ -76,7 +76,9 @@ int32_t Background::Finish() {
         std::fprintf(stderr, "A call of another thread does not return.\n");
         std::abort();
     }
-    m_thread.join();
+    if (m_thread.joinable()) {
+        m_thread.join();
+    }
     return m_code;
 }
 

@@ -123,6 +123,32 @@ TEST_F(ForeignBufferTest, SurvivesTheStreamThatFillsIt) {
     Revoke();
 }
 
+// A discard clears the state of the buffers that the stream itself announced.
+TEST_F(ForeignBufferTest, KeepsItsStateWhenTheOtherStreamDiscardsAll) {
+    QueueInOther();
+    ASSERT_OK(gentl.DSFlushQueue(m_other, 4));
+    EXPECT_EQ(NumberOf(m_other, 4), 0U);
+    EXPECT_EQ(NumberOf(m_other, 5), 0U);
+    ASSERT_TRUE(BufferFlag(m_buffer, 5));
+    EXPECT_FAILS(-1001, "Buffer queued", gentl.DSRevokeBuffer(stream, m_buffer, nullptr, nullptr));
+    ASSERT_OK(gentl.DSFlushQueue(stream, 4));
+    Revoke();
+}
+
+TEST_F(ForeignBufferTest, IsQueuedByItsOwnStreamAlthoughDeliveredElsewhere) {
+    QueueInOther();
+    ASSERT_OK(gentl.DSFlushQueue(m_other, 0));
+    ASSERT_EQ(NumberOf(m_other, 5), 1U);
+    EXPECT_FALSE(BufferFlag(m_buffer, 5));
+    ASSERT_OK(gentl.DSFlushQueue(stream, 2));
+    EXPECT_EQ(NumQueued(), 1U);
+    EXPECT_TRUE(BufferFlag(m_buffer, 5));
+    EXPECT_EQ(NumberOf(m_other, 5), 1U);
+    ASSERT_OK(gentl.DSFlushQueue(stream, 4));
+    Revoke();
+    EXPECT_EQ(NumberOf(m_other, 5), 0U);
+}
+
 // Its own stream goes without it, as it is queued; the other one may go on filling it.
 TEST_F(ForeignBufferTest, OutlivesItsOwnStreamWhileItIsQueued) {
     QueueInOther();

@@ -7,16 +7,6 @@ namespace {
 // A stream is closed while calls of other threads are still inside it.
 class StreamClosingTest : public SmallStreamTest {
 protected:
-    // The next call of the operation hangs; answers the call that makes it, when it does.
-    std::unique_ptr<Background> HangIn(OptivoOperation operation,
-                                       const std::function<int32_t()>& call) {
-        const uint64_t before = NumCalls(operation);
-        AddFault(operation, OPTIVO_FAULT_HANG);
-        auto hanging = std::make_unique<Background>(call);
-        EXPECT_TRUE(Eventually([&] { return NumCalls(operation) > before; }));
-        return hanging;
-    }
-
     std::function<int32_t()> Close(DS_HANDLE handle) {
         return [this, handle] { return gentl.DSClose(handle); };
     }
@@ -31,6 +21,17 @@ protected:
         stream = nullptr;
         EXPECT_EQ(alive.Streams(), 0U);
         EXPECT_EQ(NumCalls(OPTIVO_STREAM_CLOSE), 1U);
+    }
+
+    void ExpectClosesAfterStartAnd(const std::function<int32_t()>& call) {
+        const auto starting = HangIn(OPTIVO_STREAM_START_ACQUISITION, [this] {
+            return gentl.DSStartAcquisition(stream, 0, GENTL_INFINITE);
+        });
+        Background calling(call);
+        calling.AwaitSleep();
+        EXPECT_FALSE(calling.IsDone());
+        ExpectClosesAfter(calling);
+        EXPECT_OK(calling.Finish());
     }
 };
 
@@ -55,6 +56,42 @@ TEST_F(StreamClosingTest, AfterARestartOfAnotherThread) {
     Background starting([this] { return gentl.DSStartAcquisition(stream, 0, GENTL_INFINITE); });
     starting.AwaitSleep();
     ExpectClosesAfter(starting);
+}
+
+TEST_F(StreamClosingTest, AfterARevocationOfAnotherThread) {
+    StartWith(1);
+    HangNextGrab();
+    ASSERT_OK(gentl.DSFlushQueue(stream, 4));
+    Background revoking(
+        [this] { return gentl.DSRevokeBuffer(stream, buffers[0], nullptr, nullptr); });
+    revoking.AwaitSleep();
+    EXPECT_FALSE(revoking.IsDone());
+    ExpectClosesAfter(revoking);
+    EXPECT_OK(revoking.Finish());
+}
+
+// A start that hangs keeps the input lock, for which the other call waits when the stream closes.
+TEST_F(StreamClosingTest, AfterQueuingOfAnotherThread) {
+    AnnounceBuffers(1);
+    ExpectClosesAfterStartAnd([this] { return gentl.DSQueueBuffer(stream, buffers[0]); });
+}
+
+TEST_F(StreamClosingTest, AfterAFlushOfAnotherThread) {
+    AnnounceBuffers(2);
+    ExpectClosesAfterStartAnd([this] { return gentl.DSFlushQueue(stream, 3); });
+}
+
+TEST_F(StreamClosingTest, AStreamThatIsOpenedMeanwhileIsAnother) {
+    StartWith(2);
+    const auto closing = HangIn(OPTIVO_STREAM_STOP_ACQUISITION, Close(stream));
+    const DS_HANDLE opened = OpenOtherStream("DS0");
+    OptivoSim_Release();
+    EXPECT_OK(closing->Finish());
+    const DS_HANDLE closed = std::exchange(stream, nullptr);
+    ASSERT_NE(opened, closed);
+    stream = opened;
+    EXPECT_EQ(NumAnnounced(), 0U);
+    EXPECT_EQ(alive.Streams(), 1U);
 }
 
 TEST_F(StreamClosingTest, TwoClosesDestroyItOnce) {
@@ -82,6 +119,19 @@ TEST_F(StreamClosingTest, ADeviceThatClosesMeanwhileDoesNotDestroyItAgain) {
     device = remote = stream = nullptr;
     EXPECT_EQ(NumCalls(OPTIVO_STREAM_CLOSE), 1U);
     EXPECT_EQ(NumCalls(OPTIVO_DEVICE_CLOSE), 1U + 2U); // two devices were described
+}
+
+TEST_F(StreamClosingTest, ItsDeviceStaysUntilTheLibrarysStreamIsClosed) {
+    const auto closing = HangIn(OPTIVO_STREAM_CLOSE, Close(stream));
+    Background closingDevice([this] { return gentl.DevClose(device); });
+    closingDevice.AwaitSleep();
+    EXPECT_FALSE(closingDevice.IsDone());
+    EXPECT_EQ(NumCalls(OPTIVO_DEVICE_CLOSE), 2U); // two devices were described
+    OptivoSim_Release();
+    EXPECT_OK(closing->Finish());
+    EXPECT_OK(closingDevice.Finish());
+    device = remote = stream = nullptr;
+    EXPECT_EQ(NumCalls(OPTIVO_DEVICE_CLOSE), 3U);
 }
 
 TEST_F(StreamClosingTest, ACloseWhileTheDeviceClosesDoesNotDestroyItAgain) {

@@ -6,6 +6,8 @@
 #include "Fixtures.h"
 #include "Steering.h"
 
+#include <functional>
+#include <memory>
 #include <utility>
 
 class SmallStreamTest : public StreamTest {
@@ -27,6 +29,16 @@ protected:
         AddFault(OPTIVO_STREAM_GRAB_IMAGE, OPTIVO_FAULT_HANG);
         Produce(1);
         ASSERT_TRUE(Eventually([&] { return NumCalls(OPTIVO_STREAM_GRAB_IMAGE) > before; }));
+    }
+
+    // The next call of the operation hangs; answers the call that makes it, when it does.
+    std::unique_ptr<Background> HangIn(OptivoOperation operation,
+                                       const std::function<int32_t()>& call) {
+        const uint64_t before = NumCalls(operation);
+        AddFault(operation, OPTIVO_FAULT_HANG);
+        auto hanging = std::make_unique<Background>(call);
+        EXPECT_TRUE(Eventually([&] { return NumCalls(operation) > before; }));
+        return hanging;
     }
 
     DS_HANDLE OpenOtherStream(const char* id) {

@@ -157,6 +157,46 @@ TEST_F(WaitersTest, ThatWereKilledReturnWhenTheStreamIsClosed) {
     EXPECT_CODE(-1012, waiting->Finish());
 }
 
+TEST_F(WaitersTest, ThatAreWokenForNothingWaitNoSecondTime) {
+    const auto waiting = Wait(newBuffer, LONG_WAIT);
+    const auto start = std::chrono::steady_clock::now();
+    ASSERT_OK(gentl.DSFlushQueue(stream, 0));
+    EXPECT_CODE(-1008, waiting->Finish());
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(LONG_WAIT / 2));
+}
+
+TEST_F(WaitersTest, AreWokenOneForAFlush) {
+    AnnounceBuffers(1);
+    QueueAll();
+    const auto first = Wait(newBuffer);
+    const auto second = Wait(newBuffer);
+    ASSERT_OK(gentl.DSFlushQueue(stream, 0));
+    ASSERT_TRUE(Eventually([&] { return first->IsDone() || second->IsDone(); }));
+    const bool isFirst = first->IsDone();
+    EXPECT_CODE(0, (isFirst ? first : second)->Finish());
+    std::this_thread::sleep_for(std::chrono::milliseconds(30));
+    EXPECT_FALSE((isFirst ? second : first)->IsDone());
+    EXPECT_EQ(NumAwaitDelivery(), 0U);
+    ASSERT_OK(gentl.DSFlushQueue(stream, 2));
+    ASSERT_OK(gentl.DSFlushQueue(stream, 0));
+    EXPECT_CODE(0, (isFirst ? second : first)->Finish());
+}
+
+TEST_F(WaitersTest, ThatWereKilledTogetherAllEnd) {
+    AnnounceBuffers(2);
+    QueueAll();
+    Start();
+    const auto first = Wait(newBuffer);
+    const auto second = Wait(newBuffer);
+    EXPECT_OK(gentl.EventKill(newBuffer));
+    Produce(2);
+    EXPECT_CODE(-1012, first->Finish());
+    EXPECT_CODE(-1012, second->Finish());
+    EXPECT_TRUE(Eventually([this] { return NumAwaitDelivery() == 2; }));
+    EXPECT_OK(WaitBuffer(0).code);
+    EXPECT_OK(WaitBuffer(0).code);
+}
+
 TEST_F(WaitersTest, AreServedOneByOne) {
     AnnounceBuffers(4);
     QueueAll();

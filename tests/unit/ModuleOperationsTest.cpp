@@ -1,16 +1,10 @@
 // The operations of module objects that no exported function calls.
-#include "OptivoSim.h"
+#include "ModuleFixture.h"
 #include "Thrown.h"
 #include "core/Errors.h"
 #include "modules/BufferInfo.h"
-#include "modules/DataStream.h"
-#include "modules/Device.h"
-#include "modules/Interface.h"
-#include "modules/TL.h"
 
-#include <array>
 #include <cstdint>
-#include <memory>
 #include <string>
 
 namespace {
@@ -100,47 +94,6 @@ TEST(CommonBaseTest, AHandleIsCastToItsOwnClassAlone) {
     EXPECT_EQ(HandleCast<CPlainModule>(nullptr), nullptr);
 }
 
-// One module of every kind, all open.
-class ModuleTest : public testing::Test {
-protected:
-    void SetUp() override {
-        OptivoSim_Reset();
-        tl = std::make_unique<CTL>();
-        interface = tl->OpenInterface("GEV::eth0");
-        interface->UpdateDeviceList(nullptr, 100);
-        device = interface->OpenDevice("Norvel-G640M-10001", 3);
-        stream = device->OpenDataStream("DS0");
-    }
-
-    void TearDown() override {
-        tl.reset();
-        for (int kind = 0; kind < OPTIVO_NUM_OBJECT_KINDS; ++kind) {
-            EXPECT_EQ(OptivoSim_NumAlive(static_cast<OptivoObjectKind>(kind)), 0U);
-        }
-        EXPECT_EQ(OptivoSim_NumDoubleCloses(), 0U);
-        EXPECT_EQ(OptivoSim_NumUsesAfterClose(), 0U);
-    }
-
-    uint32_t NumAnnounced() {
-        uint32_t count = 0;
-        size_t size = sizeof count;
-        stream->GetInfo(3, nullptr, &count, &size);
-        return count;
-    }
-
-    std::string Text(uint64_t address) {
-        std::array<char, 64> text{};
-        size_t size = text.size();
-        tl->Read(address, text.data(), &size);
-        return text.data();
-    }
-
-    std::unique_ptr<CTL> tl;
-    CInterface* interface = nullptr;
-    CDevice* device = nullptr;
-    CDataStream* stream = nullptr;
-};
-
 TEST_F(ModuleTest, TheSystemReadsASingleRegister) {
     uint32_t value = 0;
     tl->ReadRegister(0xD8, &value);
@@ -193,6 +146,28 @@ TEST_F(ModuleTest, AnInterfaceHasACopyOfItsListRecord) {
     EXPECT_EQ(info->GetID(), "GEV::eth0");
     EXPECT_EQ(info->GetDisplayName(), "Interface : eth0");
     EXPECT_EQ(interface->GetInterfaceInfo(), info);
+    info->ParseID("ab::12345x::d");
+    EXPECT_NE(info->GetID(), "GEV::eth0");
+    std::string listed;
+    tl->GetInterfaceID(listed, 0);
+    EXPECT_EQ(listed, "GEV::eth0");
+}
+
+TEST_F(ModuleTest, AnInterfaceThatTheSystemDoesNotKnowIsNoneToForget) {
+    tl->RemoveInterface(nullptr);
+    EXPECT_EQ(tl->OpenInterface("GEV::eth0"), interface);
+}
+
+TEST_F(ModuleTest, ADeviceIsForgottenUnderItsVeryIdAlone) {
+    for (const char* id : {"norvel-g640m-10001", "Norvel-G640M-1000", "SN->10001", ""}) {
+        interface->RemoveDevice(id);
+        EXPECT_THROWS(resource_in_use_error, "Device already open",
+                      interface->OpenDevice("Norvel-G640M-10001", 3));
+    }
+}
+
+TEST_F(ModuleTest, ADeviceKeepsTheFlagsItWasOpenedWith) {
+    EXPECT_EQ(device->CameraIndex(), 3U);
 }
 
 TEST_F(ModuleTest, ADeviceKnowsItsStreamsByPosition) {

@@ -1,0 +1,76 @@
+// When a buffer was filled, which it keeps to itself.
+#include "ModuleFixture.h"
+#include "modules/BufferInfo.h"
+#include "platform/Platform.h"
+
+#include <chrono>
+#include <thread>
+
+namespace {
+
+using namespace GenICam::Client;
+
+class BufferTimestampTest : public ModuleTest {
+protected:
+    void SetUp() override {
+        ModuleTest::SetUp();
+        ASSERT_EQ(OptivoSim_SetImageSize(kCamera, 32, 24), 1);
+        ASSERT_EQ(OptivoSim_SetFrameRate(kCamera, -1), 1);
+        BUFFER_HANDLE handle = nullptr;
+        stream->AnnounceBuffer(nullptr, 32 * 24, nullptr, &handle);
+        buffer = HandleCast<CBufferInfo>(handle);
+        ASSERT_NE(buffer, nullptr);
+        stream->QueueBuffer(handle);
+    }
+
+    static void GrabAnswersOnce(int32_t result) {
+        const OptivoFault fault = {
+            OPTIVO_STREAM_GRAB_IMAGE, OPTIVO_FAULT_RESULT, result, OPTIVO_ANY_SELECTOR, 0, 1};
+        OptivoSim_AddFault(&fault);
+    }
+
+    // Starts for one image, and returns when the acquisition has ended.
+    void Acquire() {
+        stream->StartAcquisition(0, 1);
+        ASSERT_EQ(OptivoSim_ProduceImages(kCamera, 1), 1);
+        for (int i = 0; i < 30000 && IsGrabbing(); ++i) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        ASSERT_FALSE(IsGrabbing());
+        stream->StopAcquisition(0);
+    }
+
+    bool IsGrabbing() {
+        bool8_t flag = 0;
+        size_t size = sizeof flag;
+        stream->GetInfo(8, nullptr, &flag, &size);
+        return flag != 0;
+    }
+
+    static constexpr const char* kCamera = "Norvel-G640M-10001";
+
+    const CBufferInfo* buffer = nullptr;
+};
+
+TEST_F(BufferTimestampTest, IsNoneUntilTheBufferIsFilled) {
+    EXPECT_EQ(buffer->Timestamp(), 0U);
+}
+
+TEST_F(BufferTimestampTest, IsTakenAtTheEndOfTheFill) {
+    const uint64_t before = Platform::PerformanceCounter();
+    Acquire();
+    EXPECT_GE(buffer->Timestamp(), before);
+    EXPECT_LE(buffer->Timestamp(), Platform::PerformanceCounter());
+}
+
+// The grab that ends the acquisition gives no image either.
+TEST_F(BufferTimestampTest, IsNotTakenOfGrabsWithoutAnImage) {
+    for (const int32_t result : {-1, -3, -2}) {
+        GrabAnswersOnce(result);
+    }
+    Acquire();
+    EXPECT_EQ(OptivoSim_NumCalls(OPTIVO_STREAM_GRAB_IMAGE), 3U);
+    EXPECT_EQ(buffer->Timestamp(), 0U);
+}
+
+} // namespace

@@ -1,0 +1,118 @@
+// Failures whose class every exported function reports with one and the same text.
+#include "ModuleFixture.h"
+#include "Thrown.h"
+#include "api/HandleChecks.h"
+
+#include <stdexcept>
+
+namespace {
+
+using namespace GenICam::Client;
+
+class ModuleFailureTest : public ModuleTest {
+protected:
+    void ExpectPortInfoIsRefused(ICommonBase& module) {
+        EXPECT_THROWS(std::invalid_argument, "Invalid port info command 13",
+                      module.GetPortInfo(13, nullptr, nullptr, &size));
+        EXPECT_THROWS(std::invalid_argument, "Invalid port info command -1",
+                      module.GetPortInfo(-1, nullptr, nullptr, &size));
+        EXPECT_THROWS(std::invalid_argument, "URL Index 1 is out of range",
+                      module.GetPortURLInfo(1, 0, nullptr, nullptr, &size));
+        EXPECT_THROWS(std::invalid_argument, "URL Index -1 is out of range",
+                      module.GetPortURLInfo(0xFFFFFFFF, 0, nullptr, nullptr, &size));
+    }
+
+    static constexpr const char* kDevice = "Norvel-G640M-10001";
+
+    char text[64] = {};
+    size_t size = sizeof text;
+};
+
+TEST_F(ModuleFailureTest, OfTheSystem) {
+    EXPECT_THROWS(std::invalid_argument, "Invalid TL info command 0",
+                  tl->GetInfo(0, nullptr, text, &size));
+    EXPECT_THROWS(std::invalid_argument, "Invalid TL info command 8",
+                  tl->GetInfo(8, nullptr, text, &size));
+    EXPECT_THROWS(std::invalid_argument, "Invalid TL info command -1",
+                  tl->GetInfo(-1, nullptr, nullptr, nullptr));
+    std::string id = "before";
+    EXPECT_THROWS(std::invalid_argument, "Interface Index not available",
+                  tl->GetInterfaceID(id, 2));
+    EXPECT_THROWS(std::invalid_argument, "Interface Index not available",
+                  tl->GetInterfaceID(id, 0xFFFFFFFF));
+    EXPECT_EQ(id, "before");
+    EXPECT_THROWS(std::invalid_argument, "Invalid Interface name",
+                  tl->GetInterfaceInfo("GEV::eth7", 0, nullptr, text, &size));
+}
+
+TEST_F(ModuleFailureTest, OfTheSystemsUrl) {
+    EXPECT_THROWS(std::invalid_argument, "Invalid Buffer Size", tl->GetPortURL(text, nullptr));
+    for (const size_t offered : {size_t{0}, size_t{1}}) {
+        size = offered;
+        EXPECT_THROWS(std::invalid_argument, "Invalid Buffer Size", tl->GetPortURL(text, &size));
+        EXPECT_GT(size, 20U);
+        EXPECT_STREQ(text, "");
+    }
+}
+
+TEST_F(ModuleFailureTest, OfAnInterface) {
+    std::string id = "before";
+    EXPECT_THROWS(std::invalid_argument, " Invalid Device Index -1",
+                  interface->GetDeviceID(0xFFFFFFFF, id));
+    EXPECT_THROWS(std::invalid_argument, " Invalid Device Index 2", interface->GetDeviceID(2, id));
+    EXPECT_EQ(id, "before");
+    EXPECT_THROWS(std::invalid_argument, "Device not available",
+                  interface->OpenDevice("Norvel-G640M-1000", 3));
+    EXPECT_THROWS(std::invalid_argument, " Invalid Pointer",
+                  interface->GetDeviceInfo(nullptr, 0, nullptr, text, nullptr));
+    EXPECT_THROWS(std::invalid_argument, "Invalid Device info Id 9",
+                  interface->GetDeviceInfo(kDevice, 9, nullptr, text, &size));
+    EXPECT_THROWS(std::invalid_argument, "Invalid Device info Id -1",
+                  interface->GetDeviceInfo(kDevice, -1, nullptr, text, &size));
+}
+
+TEST_F(ModuleFailureTest, OfAnInterfacesUrl) {
+    const uint64_t before = OptivoSim_NumCalls(OPTIVO_INTERFACE_READ_PORT);
+    EXPECT_THROWS(std::invalid_argument, "Invalid buffer", interface->GetPortURL(nullptr, &size));
+    EXPECT_EQ(OptivoSim_NumCalls(OPTIVO_INTERFACE_READ_PORT), before);
+    size = 5;
+    EXPECT_THROWS(std::invalid_argument, "Buffer too small", interface->GetPortURL(text, &size));
+    EXPECT_THROWS(std::invalid_argument, "Buffer too small", interface->GetPortURL(text, nullptr));
+}
+
+TEST_F(ModuleFailureTest, OfADevice) {
+    EXPECT_THROWS(std::invalid_argument, "Invalid DeviceInfoId 9",
+                  device->GetInfo(9, nullptr, text, &size));
+    EXPECT_THROWS(std::invalid_argument, "Invalid DeviceInfoId -1",
+                  device->GetInfo(-1, nullptr, text, &size));
+    EXPECT_THROWS(std::invalid_argument, "Invalid Stream Index 1", device->GetDataStreamID(1));
+    EXPECT_THROWS(std::invalid_argument, "Invalid Stream Index -1",
+                  device->GetDataStreamID(0xFFFFFFFF));
+}
+
+TEST_F(ModuleFailureTest, OfADevicesAccessStatus) {
+    EXPECT_THROWS(std::invalid_argument, "Invalid Size",
+                  device->GetInfo(5, nullptr, text, nullptr));
+    size = 3;
+    EXPECT_THROWS(std::invalid_argument, "Invalid Buffer Size",
+                  device->GetInfo(5, nullptr, text, &size));
+    EXPECT_EQ(size, 3U);
+}
+
+TEST_F(ModuleFailureTest, OfEveryPort) {
+    ExpectPortInfoIsRefused(*tl);
+    ExpectPortInfoIsRefused(*interface);
+    ExpectPortInfoIsRefused(*device);
+}
+
+TEST_F(ModuleFailureTest, OfHandles) {
+    for (void* handle : {static_cast<void*>(nullptr), HandleOf(device)}) {
+        EXPECT_THROWS(std::invalid_argument, "Invalid Interface Handle", InterfaceOf(handle));
+        EXPECT_THROWS(std::runtime_error, "Invalid Device Handle", DiscoveringInterfaceOf(handle));
+        EXPECT_THROWS(std::runtime_error, "Invalid Device Handle", DataStreamOf(handle));
+        EXPECT_THROWS(invalid_handle_error, " Invalid TL handle", SystemOf(handle));
+    }
+    EXPECT_THROWS(std::runtime_error, "Invalid Device Handle", DeviceOf(HandleOf(interface)));
+}
+
+} // namespace
