@@ -44,7 +44,7 @@ CLiveObjects& CLiveObjects::Events() noexcept {
 
 void CLiveObjects::Insert(const Table& table, std::uintptr_t address) noexcept {
     std::size_t i = Home(address, table);
-    while (table.slots[i].load(std::memory_order_relaxed) > kRemoved) {
+    while (table.slots[i].load(std::memory_order_relaxed) != kEmpty) {
         i = (i + 1) & table.mask;
     }
     table.slots[i].store(address, std::memory_order_release);
@@ -68,7 +68,7 @@ void CLiveObjects::Grow() {
     auto table = std::make_unique<Table>(Table{slots.get(), size - 1});
     for (std::size_t i = 0; i <= before.mask; ++i) {
         const std::uintptr_t address = before.slots[i].load(std::memory_order_relaxed);
-        if (address > kRemoved) {
+        if (address != kEmpty) {
             Insert(*table, address);
         }
     }
@@ -91,15 +91,23 @@ void CLiveObjects::Remove(const void* object) noexcept {
         }
     }
     --m_count;
-    table.slots[i].store(kRemoved, std::memory_order_release);
-    // Nothing was displaced over slots at the end of a run: they are as good as new.
-    if (table.slots[(i + 1) & table.mask].load(std::memory_order_relaxed) != kEmpty) {
-        return;
+    const std::uint64_t version = m_version.load(std::memory_order_relaxed);
+    m_version.store(version + 1, std::memory_order_relaxed);
+    // What was displaced moves up, so that no search ends at the gap too soon.
+    for (std::size_t j = (i + 1) & table.mask;; j = (j + 1) & table.mask) {
+        const std::uintptr_t displaced = table.slots[j].load(std::memory_order_relaxed);
+        if (displaced == kEmpty) {
+            break;
+        }
+        const std::size_t fromHome = (j - Home(displaced, table)) & table.mask;
+        const std::size_t fromGap = (j - i) & table.mask;
+        if (fromHome >= fromGap) {
+            table.slots[i].store(displaced, std::memory_order_release);
+            i = j;
+        }
     }
-    while (table.slots[i].load(std::memory_order_relaxed) == kRemoved) {
-        table.slots[i].store(kEmpty, std::memory_order_release);
-        i = (i - 1) & table.mask;
-    }
+    table.slots[i].store(kEmpty, std::memory_order_release);
+    m_version.store(version + 2, std::memory_order_release);
 }
 
 } // namespace GenICam::Client

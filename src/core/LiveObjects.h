@@ -30,15 +30,14 @@ public:
     // Does nothing for what is not there.
     void Remove(const void* object) noexcept;
     bool Contains(const void* object) const noexcept {
-        const Table& table = *m_table.load(std::memory_order_acquire);
-        const auto address = reinterpret_cast<std::uintptr_t>(object);
-        if (address <= kRemoved) {
-            return false;
-        }
-        for (std::size_t i = Home(address, table);; i = (i + 1) & table.mask) {
-            const std::uintptr_t found = table.slots[i].load(std::memory_order_acquire);
-            if (found == address || found == kEmpty) {
-                return found == address;
+        for (;;) {
+            const std::uint64_t version = m_version.load(std::memory_order_acquire);
+            if (Search(reinterpret_cast<std::uintptr_t>(object))) {
+                return true;
+            }
+            // While others move, one that stays can be missed.
+            if (version % 2 == 0 && version == m_version.load(std::memory_order_acquire)) {
+                return false;
             }
         }
     }
@@ -49,8 +48,6 @@ public:
 
 private:
     static constexpr std::uintptr_t kEmpty = 0;
-    // Was occupied; what was displaced by it may stand behind.
-    static constexpr std::uintptr_t kRemoved = 1;
 
     struct Table {
         Slot* slots;
@@ -61,11 +58,26 @@ private:
         // Fibonacci hashing: the multiplier is 2^64 divided by the golden ratio.
         return static_cast<std::size_t>(((address >> 4) * 0x9E3779B97F4A7C15U) >> 32) & table.mask;
     }
+    // An object stands at its home, or behind it with no empty slot in between.
+    bool Search(std::uintptr_t address) const noexcept {
+        const Table& table = *m_table.load(std::memory_order_acquire);
+        for (std::size_t i = Home(address, table); address != kEmpty; i = (i + 1) & table.mask) {
+            const std::uintptr_t found = table.slots[i].load(std::memory_order_acquire);
+            if (found == address) {
+                return true;
+            }
+            if (found == kEmpty) {
+                break;
+            }
+        }
+        return false;
+    }
     static void Insert(const Table& table, std::uintptr_t address) noexcept;
     void Grow();
 
     const Table m_first;
     std::atomic<const Table*> m_table;
+    std::atomic<std::uint64_t> m_version{0}; // odd while objects move
     std::atomic_flag m_isChanging = ATOMIC_FLAG_INIT;
     std::size_t m_count = 0; // guarded by the flag
 };

@@ -64,7 +64,7 @@ TEST_F(LiveObjectsTest, AgreesWithAPlainSet) {
         const std::uintptr_t number = random() % 64;
         if (expected.erase(number) != 0) {
             m_objects.Remove(Object(number));
-        } else if (expected.size() < 7) { // never grows
+        } else if (expected.size() < 6) { // never grows
             expected.insert(number);
             m_objects.Add(Object(number));
         }
