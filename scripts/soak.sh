@@ -1,0 +1,25 @@
+#!/usr/bin/env bash
+# Streams from four simulated cameras with random faults, restarts and pulled plugs, checks every image and watches
+# memory, threads and handles. Call it from anywhere: scripts/soak.sh [--windows] [MINUTES] [SEED]
+set -euo pipefail
+
+root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cd "$root"
+
+preset=linux
+launch=()
+program=norveltl_soak
+case ${1-} in
+  -h | --help) sed -n '2,3s/^# //p' "${BASH_SOURCE[0]}"; exit ;;
+  --windows)
+    preset=windows launch=("$root/scripts/wine.sh") program=norveltl_soak.exe
+    shift
+    ;;
+esac
+minutes=${1-10}
+seed=${2-1}
+
+scripts/setup.sh
+scripts/build.sh "$preset"
+cd "build/$preset/bin"
+"${launch[@]}" "./$program" "$((minutes * 60))" "$seed"
