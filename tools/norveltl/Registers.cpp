@@ -106,6 +106,13 @@ Bytes BytesOf(const std::string& type, const std::string& text) {
     return BytesOfHex(text);
 }
 
+// The shortest text that reads back as the same number of that width.
+template <class T>
+std::string FloatText(T value) {
+    std::array<char, 32> text{};
+    return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
+}
+
 std::string TextOf(const std::string& type, const Bytes& bytes) {
     if (type == "u32")
         return std::to_string(NumberIn<uint32_t>(bytes));
@@ -117,9 +124,7 @@ std::string TextOf(const std::string& type, const Bytes& bytes) {
         return std::to_string(NumberIn<int64_t>(bytes));
     if (type == "string")
         return Printable({bytes.begin(), std::find(bytes.begin(), bytes.end(), 0)});
-    const double value = type == "f32" ? NumberIn<float>(bytes) : NumberIn<double>(bytes);
-    std::array<char, 32> text{};
-    return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
+    return type == "f32" ? FloatText(NumberIn<float>(bytes)) : FloatText(NumberIn<double>(bytes));
 }
 
 void Dump(const SRegister& source) {
