@@ -82,7 +82,16 @@ class Grabbing(ToolTest):
     def test_json_stays_json_when_the_camera_cannot_tell_its_format(self):
         fault = {"operation": "DeviceReadPort", "selector": 0x408, "result": -1010}
         answer = self.run_tool("grab", "-n", "1", "-o", "out", "--json", world=world(fault))
-        self.assertEqual(answer.json()["delivered"], 1)
+        self.assertEqual((answer.code, answer.json()["delivered"]), (DONE, 1))
+        self.assertTrue(answer.err.startswith("note: GCReadPort failed: GC_ERR_IO (-1010)"), answer.err)
+
+    def test_images_of_an_unknown_format_are_raw_files(self):
+        fault = {"operation": "DeviceReadPort", "selector": 0x408, "result": -1010}
+        answer = self.run_tool("grab", "-n", "2", "-o", "out", world=world(fault))
+        self.assertEqual((answer.code, answer.numbers()["files"]), (DONE, "0 PNG, 2 raw in out"))
+        self.assertTrue(answer.err.endswith("note: the image format is unknown: raw files\n"), answer.err)
+        self.assertEqual(sorted(file.name for file in (self.folder / "out").iterdir()),
+                         ["image_0001.raw", "image_0002.raw"])
 
 
 class Statistics(ToolTest):
@@ -120,7 +129,7 @@ class Failing(ToolTest):
         self.assertEqual(numbers, [*range(10), *range(15, 35)])
 
     def test_late_images_show_in_the_statistics(self):
-        late = world(frameRate=100, imageFaults=[{"kind": "late", "delayMs": 700, "skip": 10, "count": 1}])
+        late = world(frameRate=20, imageFaults=[{"kind": "late", "delayMs": 600, "skip": 5, "count": 1}])
         answer = self.done("grab", "-n", "20", "--stats", "--json", world=late).json()
         self.assertGreater(answer["milliseconds"]["interval"]["max"], 500)
 

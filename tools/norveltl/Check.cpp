@@ -112,7 +112,8 @@ void Print(const CJudgement& judge, bool all) {
     for (const SFinding& finding : judge.Findings()) {
         if (!all && finding.verdict == EVerdict::Passed)
             continue;
-        const Row row{VerdictText(finding.verdict), finding.check, Printable(finding.answer),
+        const std::string answer = finding.answer.substr(0, finding.answer.find('\n'));
+        const Row row{VerdictText(finding.verdict), finding.check, Printable(answer),
                       finding.expected};
         auto found = std::find_if(rows.begin(), rows.end(),
                                   [&](const auto& known) { return known.first == row; });

@@ -146,13 +146,18 @@ EExitCode Events(const std::string& cti, const SEventOptions& options) {
                (options.seconds &&
                 Clock::now() - begin >= std::chrono::duration<double>(*options.seconds));
     };
-    while (!isOver()) {
-        for (const auto& source : sources)
-            while (!isOver() &&
-                   source->PrintNext(kWaitSlice / sources.size(), Clock::now() - begin))
-                ++count;
-        if (stream)
-            Drain(*stream);
+    try {
+        while (!isOver()) {
+            for (const auto& source : sources)
+                while (!isOver() &&
+                       source->PrintNext(kWaitSlice / sources.size(), Clock::now() - begin))
+                    ++count;
+            if (stream)
+                Drain(*stream);
+        }
+    } catch (const CToolError& error) {
+        // Reported at once, so that the total still follows.
+        ReportError(error.what());
     }
     std::cout << "events      " << count << std::endl;
     return kDone;

@@ -196,8 +196,8 @@ void Access(const CModulePath& path, std::vector<SRegister>& places, const F& si
     size_t count = entries.size();
     const GC_ERROR code = stacked.call(port, entries.data(), &count);
     if (code != GC_ERR_SUCCESS)
-        std::cout << "note: " << count << " of " << entries.size()
-                  << " registers were accessed before the call failed\n";
+        Note(std::to_string(count) + " of " + std::to_string(entries.size()) +
+             " registers were accessed before the call failed");
     p.Check(stacked.name, code);
 }
 

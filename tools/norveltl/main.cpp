@@ -191,7 +191,8 @@ void AddCheck(CLI::App& app, SCommandLine& line) {
 
 void Declare(CLI::App& app, SCommandLine& line) {
     app.set_version_flag("--version", "norveltl " NORVELTL_VERSION);
-    app.require_subcommand(1);
+    // That there is one is seen to later, so that a misspelt command is named.
+    app.require_subcommand(0, 1);
     app.fallthrough();
     app.add_option("--cti", line.cti,
                    "The producer module; else the one beside this program, else those in "
@@ -215,6 +216,8 @@ int Run(int argc, char** argv) {
         std::vector<std::string> arguments = CConsole::Arguments(argc, argv);
         std::reverse(arguments.begin(), arguments.end());
         app.parse(std::move(arguments));
+        if (!line.run)
+            throw CLI::RequiredError("A command");
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kDone : kWrongUsage;
     }

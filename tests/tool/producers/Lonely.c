@@ -1,6 +1,6 @@
 /* A producer without interfaces. Its system's registers hold their own addresses, low byte first,
-   and a write tells what arrived. WITHOUT_DSCLOSE, FAILING_INIT, FAILING_OPEN and FAILING_CLOSE make
-   broken ones of it. */
+   and a write tells what arrived. WITHOUT_DSCLOSE, FAILING_INIT, FAILING_OPEN and FAILING_CLOSE
+   make broken ones of it. */
 #include <GenTL/GenTL.h>
 
 #include <stdio.h>

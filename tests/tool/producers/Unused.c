@@ -1,5 +1,5 @@
-/* The functions that nobody calls where there is no interface. A consumer wants to find them all the
-   same, so they need not even have their parameters. */
+/* The functions that nobody calls where there is no interface. A consumer wants to find them all
+   the same, so they need not even have their parameters. */
 #if defined(_WIN32)
 #define EXPORT __declspec(dllexport)
 #else
