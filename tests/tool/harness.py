@@ -32,7 +32,7 @@ class Setting:
 def setup(program, producers, launch, accept):
     Setting.program = pathlib.Path(program).resolve()
     Setting.producers = pathlib.Path(producers).resolve()
-    Setting.launch = [launch] if launch else []
+    Setting.launch = [str(pathlib.Path(launch).resolve())] if launch else []
     Setting.is_windows = Setting.program.suffix == ".exe"
     Setting.accept = accept
 
