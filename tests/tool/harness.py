@@ -1,4 +1,5 @@
 """Starts the command line as a user does, natively or under Wine, and keeps what it answers."""
+import contextlib
 import json
 import os
 import pathlib
@@ -35,6 +36,19 @@ def setup(program, producers, launch, accept):
     Setting.launch = [str(pathlib.Path(launch).resolve())] if launch else []
     Setting.is_windows = Setting.program.suffix == ".exe"
     Setting.accept = accept
+
+
+@contextlib.contextmanager
+def awake():
+    """Keeps Wine up meanwhile, which otherwise boots anew for every program."""
+    if not Setting.is_windows or not Setting.launch:
+        yield
+        return
+    with subprocess.Popen([*Setting.launch, "cmd", "/k"], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                          stderr=subprocess.DEVNULL) as shell:
+        # Once it greets, Wine is up; whoever boots it shares its pipes with Wine's own processes.
+        shell.stdout.readline()
+        yield
 
 
 def native(path):

@@ -80,7 +80,8 @@ def main():
     loader = unittest.TestLoader()
     loader.testNamePatterns = [f"*{case}*" for case in options.cases] or None
     suite = loader.discover(str(HERE), top_level_dir=str(HERE))
-    result = unittest.TextTestRunner(resultclass=Result, verbosity=2).run(suite)
+    with harness.awake():
+        result = unittest.TextTestRunner(resultclass=Result, verbosity=2).run(suite)
     if path := report_path():
         xml.ElementTree(result.suite).write(path)
     return 0 if result.wasSuccessful() and result.testsRun > 0 and not result.skipped else 1

@@ -81,7 +81,9 @@ SPicture PlotOf(const std::vector<double>& sample) {
     }
     // Each column shows the range of the values that fall into it.
     const size_t columns = std::min<size_t>(kRight - kLeft, std::max<size_t>(sample.size(), 1));
-    const auto width = static_cast<uint32_t>((kRight - kLeft) / columns);
+    const auto left = [columns](size_t column) {
+        return kLeft + static_cast<uint32_t>(column * (kRight - kLeft) / columns);
+    };
     for (size_t column = 0; column < columns && !sample.empty(); ++column) {
         const size_t begin = column * sample.size() / columns;
         const size_t end = std::max((column + 1) * sample.size() / columns, begin + 1);
@@ -89,8 +91,8 @@ SPicture PlotOf(const std::vector<double>& sample) {
             std::minmax_element(sample.begin() + static_cast<std::ptrdiff_t>(begin),
                                 sample.begin() + static_cast<std::ptrdiff_t>(end));
         const uint32_t top = height(*highest);
-        canvas.Fill(kLeft + static_cast<uint32_t>(column) * width, top, width,
-                    height(*least) - top + 2, kCurve);
+        canvas.Fill(left(column), top, left(column + 1) - left(column), height(*least) - top + 2,
+                    kCurve);
     }
     return canvas.Take();
 }
