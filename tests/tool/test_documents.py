@@ -86,8 +86,8 @@ class Documents(ToolTest):
         types = set(re.findall(r"'(--\w+)'", re.search(r"\$types = (.*)", script)[1]))
         everything = self.everything()
         own = everything.pop("")
-        table = dict(re.findall(r"^        (\w+) += ((?:.*,\n)*.*)$", script.split("$commands = @{\n")[1].split("\n    }\n")[0],
-                                re.M))
+        rows = script.split("$commands = @{\n")[1].split("\n    }\n")[0]
+        table = dict(re.findall(r"^        (\w+) += ((?:.*,\n)*.*)$", rows, re.M))
         self.assertEqual(set(table), set(everything))
         for command, options in everything.items():
             with self.subTest(command=command):

@@ -78,9 +78,9 @@ class Checking(ToolTest):
         self.assertNotRegex(answer.out, r"(?m), 0 failed$")
 
     def test_cameras_that_fail(self):
-        for operation, what in (("StreamStartAcquisition", "the acquisition delivers images +Cam and 1 more +DSStartAcq"),
-                                ("InterfaceOpenDevice", "the camera can be opened, used and closed +Cam +IFOpen"),
-                                ("DeviceOpenDataStream", "the stream can be opened, used and closed +Cam and 1 more +DevOpen"),
+        for operation, what in (("StreamStartAcquisition", "the acquisition delivers images .* DSStartAcq"),
+                                ("InterfaceOpenDevice", "the camera can be opened, used and closed .* IFOpen"),
+                                ("DeviceOpenDataStream", "the stream can be opened, used and closed .* DevOpen"),
                                 ("StreamStopAcquisition", "the acquisition has stopped"),
                                 ("DeviceReadPort", "the camera's description is well-formed")):
             with self.subTest(operation=operation):

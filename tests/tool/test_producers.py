@@ -41,10 +41,11 @@ class Broken(ToolTest):
         for path in (self.folder / "none.cti", self.folder):
             self.refused(NOTHING_FOUND, f"norveltl: there is no producer module at {native(path)}\n",
                          "--cti", native(path), "list")
-        (self.folder / "text.cti").write_text("no module")
-        answer = self.run_tool("--cti", native(self.folder / "text.cti"), "list")
+        text = self.folder / "text.cti"
+        text.write_text("no module")
+        answer = self.run_tool("--cti", native(text), "list")
         self.assertEqual((answer.code, answer.out), (FAILED, ""))
-        self.assertTrue(answer.err.startswith(f"norveltl: cannot load {native(self.folder / 'text.cti')}: "), answer.err)
+        self.assertTrue(answer.err.startswith(f"norveltl: cannot load {native(text)}: "), answer.err)
 
 
 class Searching(ToolTest):
@@ -112,7 +113,7 @@ class Searching(ToolTest):
         self.assertEqual((answer.code, answer.err), (DONE, f"note: {error}\n"))
 
     def test_none_that_can_be_used(self):
-        broken = self.install("broken", Setting.producers / "without_dsclose.cti", Setting.producers / "failing_open.cti")
+        broken = self.install("broken", *(Setting.producers / f"{name}.cti" for name in ("without_dsclose", "failing_open")))
         answer = self.search("list", places=(native(broken),))
         self.assertEqual(answer.code, FAILED)
         self.assertTrue(answer.err.startswith("norveltl: no producer module can be used:\n  "), answer.err)

@@ -1,7 +1,7 @@
 /* The functions that nobody calls where there is no interface. A consumer wants to find them all
    the same, so they need not even have their parameters. */
 #if defined(_WIN32)
-#define EXPORT __declspec(dllexport)
+#define EXPORT
 #else
 #define EXPORT __attribute__((visibility("default")))
 #endif
