@@ -113,7 +113,8 @@ class Searching(ToolTest):
         self.assertEqual((answer.code, answer.err), (DONE, f"note: {error}\n"))
 
     def test_none_that_can_be_used(self):
-        broken = self.install("broken", *(Setting.producers / f"{name}.cti" for name in ("without_dsclose", "failing_open")))
+        names = ("without_dsclose.cti", "failing_open.cti")
+        broken = self.install("broken", *(Setting.producers / name for name in names))
         answer = self.search("list", places=(native(broken),))
         self.assertEqual(answer.code, FAILED)
         self.assertTrue(answer.err.startswith("norveltl: no producer module can be used:\n  "), answer.err)

@@ -91,8 +91,10 @@ void CheckDevice(const SChoice& choice, CJudgement& judge) {
         const auto status =
             QueryNumber(CProducer::Query(p.IFGetDeviceInfo, choice.interface_->handle->Get(),
                                          choice.device->id.c_str(), DEVICE_INFO_ACCESS_STATUS));
-        if (status != DEVICE_ACCESS_STATUS_OPEN_READWRITE &&
-            status != DEVICE_ACCESS_STATUS_OPEN_READONLY && status != DEVICE_ACCESS_STATUS_BUSY)
+        constexpr std::array<uint64_t, 3> kOpen = {DEVICE_ACCESS_STATUS_OPEN_READWRITE,
+                                                   DEVICE_ACCESS_STATUS_OPEN_READONLY,
+                                                   DEVICE_ACCESS_STATUS_BUSY};
+        if (!status || std::find(kOpen.begin(), kOpen.end(), *status) == kOpen.end())
             judge.Deviate("access status of an open camera", "open or busy",
                           status ? std::to_string(*status) : "not reported");
         CheckPort(p, RemotePort(p, device.Get()), judge);

@@ -24,7 +24,7 @@ constexpr std::array<uint16_t, 11> kDigits = {0x7B6F, 0x2C97, 0x73E7, 0x73CF, 0x
 
 class CCanvas {
 public:
-    CCanvas() : m_picture{kWidth, kHeight, 3, std::vector<uint8_t>(kWidth * kHeight * 3)} {
+    CCanvas() : m_picture{kWidth, kHeight, 3, std::vector<uint8_t>(size_t{kWidth} * kHeight * 3)} {
         Fill(0, 0, kWidth, kHeight, kPaper);
     }
 
@@ -32,7 +32,7 @@ public:
         for (uint32_t row = y; row < std::min(y + height, kHeight); ++row)
             for (uint32_t column = x; column < std::min(x + width, kWidth); ++column)
                 std::copy(colour.begin(), colour.end(),
-                          m_picture.pixels.begin() + (row * kWidth + column) * 3);
+                          m_picture.pixels.data() + (size_t{row} * kWidth + column) * 3);
     }
 
     // Ends at x; digits and points only.
@@ -73,7 +73,8 @@ SPicture PlotOf(const std::vector<double>& sample) {
         return kBottom - static_cast<uint32_t>(value / most * (kBottom - kTop));
     };
     const double step = StepFor(most);
-    for (double value = 0; value <= most; value += step) {
+    for (int line = 0; line * step <= most; ++line) {
+        const double value = line * step;
         canvas.Fill(kLeft, height(value), kRight - kLeft, 1, kGrid);
         std::array<char, 32> label{};
         std::snprintf(label.data(), label.size(), step < 1 ? "%.3f" : "%.0f", value);

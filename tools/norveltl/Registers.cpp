@@ -130,8 +130,8 @@ std::string TextOf(const std::string& type, const Bytes& bytes) {
 void Dump(const SRegister& source) {
     for (size_t begin = 0; begin < source.bytes.size(); begin += kBytesInLine) {
         std::array<char, 24> address{};
-        std::snprintf(address.data(), address.size(), "%08llx ",
-                      static_cast<unsigned long long>(source.address + begin));
+        const unsigned long long first = source.address + begin;
+        std::snprintf(address.data(), address.size(), "%08llx ", first);
         std::string line = address.data();
         std::string text;
         for (size_t i = 0; i < kBytesInLine; ++i) {
@@ -191,6 +191,7 @@ void Access(const CModulePath& path, std::vector<SRegister>& places, const F& si
         return;
     }
     std::vector<PORT_REGISTER_STACK_ENTRY> entries;
+    entries.reserve(places.size());
     for (SRegister& place : places)
         entries.push_back({place.address, place.bytes.data(), place.bytes.size()});
     size_t count = entries.size();
