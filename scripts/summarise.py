@@ -1,17 +1,20 @@
 #!/usr/bin/env python3
 # Sums up one CTest run case by case, names what failed, and ends with "PASSED FAILED" on a line.
-# Call it with CTest's JSON inventory, its JUnit file, and the GoogleTest reports' folder.
+# Call it with CTest's JSON inventory, its JUnit file, and the folder of the programs' reports.
 import json
 import pathlib
 import sys
 import xml.etree.ElementTree as xml
 
 
-def gtest_program_in(command):
-    """The GoogleTest program among a test's first two words (an emulator may come first), or None."""
+def reporting_program_in(command):
+    """The program among a test's first two words that reports its cases, or None.
+
+    It is built with GoogleTest, or a script that writes such a report itself; what runs it may come first.
+    """
     for word in command[:2]:
         path = pathlib.Path(word)
-        if path.is_file() and b"gtest_list_tests" in path.read_bytes():
+        if path.is_file() and any(mark in path.read_bytes() for mark in (b"gtest_list_tests", b"GTEST_OUTPUT")):
             return path
     return None
 
@@ -38,7 +41,7 @@ def main(inventory, junit, folder):
     passed, failures = 0, []
     for name, command in commands.items():
         went_well = results.get(name) == "run"
-        program = gtest_program_in(command)
+        program = reporting_program_in(command)
         if program is None:
             if went_well:
                 passed += 1
@@ -46,7 +49,7 @@ def main(inventory, junit, folder):
                 failures.append(f"{name} failed or did not run")
             continue
         # A program registered more than once leaves numbered reports: each entry takes the next one.
-        stem = program.name.removesuffix(".exe")
+        stem = program.name.removesuffix(".exe").removesuffix(".py")
         reports = [*folder.glob(f"{stem}.xml"), *sorted(folder.glob(f"{stem}_[0-9]*.xml"))]
         if not reports:
             failures.append(f"{name} ended without a report")

@@ -2,15 +2,10 @@
 
 #include "Console.h"
 
-#include <iostream>
 #include <limits>
 #include <utility>
 
 namespace norveltl {
-
-void Note(const std::string& text) {
-    std::cout << "note: " << text << std::endl;
-}
 
 CCameraFacts::CCameraFacts(const CProducer& producer, DEV_HANDLE device) {
     try {

@@ -11,9 +11,6 @@
 
 namespace norveltl {
 
-// Prints "note: TEXT".
-void Note(const std::string& text);
-
 // What the camera's own features say, with the reasons why some of it may be missing.
 class CCameraFacts {
 public:

@@ -91,8 +91,10 @@ void CheckDevice(const SChoice& choice, CJudgement& judge) {
         const auto status =
             QueryNumber(CProducer::Query(p.IFGetDeviceInfo, choice.interface_->handle->Get(),
                                          choice.device->id.c_str(), DEVICE_INFO_ACCESS_STATUS));
-        if (status != DEVICE_ACCESS_STATUS_OPEN_READWRITE &&
-            status != DEVICE_ACCESS_STATUS_OPEN_READONLY && status != DEVICE_ACCESS_STATUS_BUSY)
+        constexpr std::array<uint64_t, 3> kOpen = {DEVICE_ACCESS_STATUS_OPEN_READWRITE,
+                                                   DEVICE_ACCESS_STATUS_OPEN_READONLY,
+                                                   DEVICE_ACCESS_STATUS_BUSY};
+        if (!status || std::find(kOpen.begin(), kOpen.end(), *status) == kOpen.end())
             judge.Deviate("access status of an open camera", "open or busy",
                           status ? std::to_string(*status) : "not reported");
         CheckPort(p, RemotePort(p, device.Get()), judge);
@@ -112,7 +114,8 @@ void Print(const CJudgement& judge, bool all) {
     for (const SFinding& finding : judge.Findings()) {
         if (!all && finding.verdict == EVerdict::Passed)
             continue;
-        const Row row{VerdictText(finding.verdict), finding.check, Printable(finding.answer),
+        const std::string answer = finding.answer.substr(0, finding.answer.find('\n'));
+        const Row row{VerdictText(finding.verdict), finding.check, Printable(answer),
                       finding.expected};
         auto found = std::find_if(rows.begin(), rows.end(),
                                   [&](const auto& known) { return known.first == row; });

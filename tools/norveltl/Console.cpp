@@ -58,6 +58,11 @@ std::string Environment(const char* variable) {
 
 #endif
 
+void WriteError(const std::string& line) {
+    std::fflush(stdout);
+    std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
 } // namespace
 
 #if defined(_WIN32)
@@ -137,10 +142,12 @@ bool Interrupted() {
     return g_interrupted;
 }
 
+void Note(std::string_view text) {
+    WriteError("note: " + std::string(text) + "\n");
+}
+
 void ReportError(std::string_view text) {
-    const std::string line = "norveltl: " + std::string(text) + "\n";
-    std::fflush(stdout);
-    std::fwrite(line.data(), 1, line.size(), stderr);
+    WriteError("norveltl: " + std::string(text) + "\n");
     g_errorReported = true;
 }
 

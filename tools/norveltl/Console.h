@@ -28,6 +28,8 @@ bool IsTerminal();
 void CatchInterrupt();
 bool Interrupted();
 
+// Writes "note: TEXT" to the error output, so that what a command prints can be read by programs.
+void Note(std::string_view text);
 // Writes "norveltl: TEXT" to the error output. Thread-safe.
 void ReportError(std::string_view text);
 // True once an error was reported, also by a destructor that could not throw it.

@@ -113,6 +113,30 @@ void AddSource(std::vector<std::unique_ptr<CSource>>& sources, const CProducer& 
     }
 }
 
+// Prints events until the time is over; answers how many, also after a failure, which it reports.
+uint64_t Watch(const std::vector<std::unique_ptr<CSource>>& sources, CStream* stream,
+               const std::optional<double>& seconds) {
+    uint64_t count = 0;
+    const Clock::time_point begin = Clock::now();
+    const auto isOver = [&] {
+        return Interrupted() ||
+               (seconds && Clock::now() - begin >= std::chrono::duration<double>(*seconds));
+    };
+    try {
+        while (!isOver()) {
+            for (const auto& source : sources)
+                while (!isOver() &&
+                       source->PrintNext(kWaitSlice / sources.size(), Clock::now() - begin))
+                    ++count;
+            if (stream)
+                Drain(*stream);
+        }
+    } catch (const CToolError& error) {
+        ReportError(error.what());
+    }
+    return count;
+}
+
 } // namespace
 
 EExitCode Events(const std::string& cti, const SEventOptions& options) {
@@ -139,21 +163,7 @@ EExitCode Events(const std::string& cti, const SEventOptions& options) {
     }
     CatchInterrupt();
     std::cout << "camera      " << Printable(choice.device->id) << std::endl;
-    uint64_t count = 0;
-    const Clock::time_point begin = Clock::now();
-    const auto isOver = [&] {
-        return Interrupted() ||
-               (options.seconds &&
-                Clock::now() - begin >= std::chrono::duration<double>(*options.seconds));
-    };
-    while (!isOver()) {
-        for (const auto& source : sources)
-            while (!isOver() &&
-                   source->PrintNext(kWaitSlice / sources.size(), Clock::now() - begin))
-                ++count;
-        if (stream)
-            Drain(*stream);
-    }
+    const uint64_t count = Watch(sources, stream ? &*stream : nullptr, options.seconds);
     std::cout << "events      " << count << std::endl;
     return kDone;
 }

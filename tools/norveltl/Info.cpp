@@ -203,15 +203,15 @@ SGroup AskModule(const CProducer& p, const SModule& module) {
     };
     switch (module.module) {
     case EModule::System:
-        return AskAll("module", kSystem, asking(p.TLGetInfo));
+        return AskAll("info", kSystem, asking(p.TLGetInfo));
     case EModule::Interface:
-        return AskAll("module", kInterface, asking(p.IFGetInfo));
+        return AskAll("info", kInterface, asking(p.IFGetInfo));
     case EModule::Device:
-        return AskAll("module", kDevice, asking(p.DevGetInfo));
+        return AskAll("info", kDevice, asking(p.DevGetInfo));
     case EModule::Stream:
-        return AskAll("module", kStream, asking(p.DSGetInfo));
+        return AskAll("info", kStream, asking(p.DSGetInfo));
     default:
-        return {"module", {}};
+        return {"info", {}};
     }
 }
 

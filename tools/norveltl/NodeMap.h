@@ -4,9 +4,8 @@
 #pragma once
 
 #include "Formula.h"
+#include "Node.h"
 #include "Producer.h"
-
-#include <boost/property_tree/ptree.hpp>
 
 #include <cstdint>
 #include <map>
@@ -15,23 +14,6 @@
 #include <vector>
 
 namespace norveltl {
-
-// A named node; an entry of a structured register takes what it lacks from its parent.
-struct SNode {
-    using Tree = boost::property_tree::ptree;
-
-    std::string name;
-    std::string kind;
-    const Tree* tree;
-    const Tree* parent;
-
-    const Tree* Child(const char* key) const;
-    bool Has(const char* key) const { return Child(key) != nullptr; }
-    // The text within the child element, or nothing.
-    std::string Text(const char* key) const;
-    // The texts of all children of that name.
-    std::vector<std::string> Texts(const char* key) const;
-};
 
 enum class EAccess { NotImplemented, NotAvailable, WriteOnly, ReadOnly, ReadWrite };
 

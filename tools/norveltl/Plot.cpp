@@ -24,7 +24,7 @@ constexpr std::array<uint16_t, 11> kDigits = {0x7B6F, 0x2C97, 0x73E7, 0x73CF, 0x
 
 class CCanvas {
 public:
-    CCanvas() : m_picture{kWidth, kHeight, 3, std::vector<uint8_t>(kWidth * kHeight * 3)} {
+    CCanvas() : m_picture{kWidth, kHeight, 3, std::vector<uint8_t>(size_t{kWidth} * kHeight * 3)} {
         Fill(0, 0, kWidth, kHeight, kPaper);
     }
 
@@ -32,7 +32,7 @@ public:
         for (uint32_t row = y; row < std::min(y + height, kHeight); ++row)
             for (uint32_t column = x; column < std::min(x + width, kWidth); ++column)
                 std::copy(colour.begin(), colour.end(),
-                          m_picture.pixels.begin() + (row * kWidth + column) * 3);
+                          m_picture.pixels.data() + (size_t{row} * kWidth + column) * 3);
     }
 
     // Ends at x; digits and points only.
@@ -73,7 +73,8 @@ SPicture PlotOf(const std::vector<double>& sample) {
         return kBottom - static_cast<uint32_t>(value / most * (kBottom - kTop));
     };
     const double step = StepFor(most);
-    for (double value = 0; value <= most; value += step) {
+    for (int line = 0; line * step <= most; ++line) {
+        const double value = line * step;
         canvas.Fill(kLeft, height(value), kRight - kLeft, 1, kGrid);
         std::array<char, 32> label{};
         std::snprintf(label.data(), label.size(), step < 1 ? "%.3f" : "%.0f", value);
@@ -81,7 +82,9 @@ SPicture PlotOf(const std::vector<double>& sample) {
     }
     // Each column shows the range of the values that fall into it.
     const size_t columns = std::min<size_t>(kRight - kLeft, std::max<size_t>(sample.size(), 1));
-    const auto width = static_cast<uint32_t>((kRight - kLeft) / columns);
+    const auto left = [columns](size_t column) {
+        return kLeft + static_cast<uint32_t>(column * (kRight - kLeft) / columns);
+    };
     for (size_t column = 0; column < columns && !sample.empty(); ++column) {
         const size_t begin = column * sample.size() / columns;
         const size_t end = std::max((column + 1) * sample.size() / columns, begin + 1);
@@ -89,8 +92,8 @@ SPicture PlotOf(const std::vector<double>& sample) {
             std::minmax_element(sample.begin() + static_cast<std::ptrdiff_t>(begin),
                                 sample.begin() + static_cast<std::ptrdiff_t>(end));
         const uint32_t top = height(*highest);
-        canvas.Fill(kLeft + static_cast<uint32_t>(column) * width, top, width,
-                    height(*least) - top + 2, kCurve);
+        canvas.Fill(left(column), top, left(column + 1) - left(column), height(*least) - top + 2,
+                    kCurve);
     }
     return canvas.Take();
 }

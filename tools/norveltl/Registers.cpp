@@ -106,6 +106,13 @@ Bytes BytesOf(const std::string& type, const std::string& text) {
     return BytesOfHex(text);
 }
 
+// The shortest text that reads back as the same number of that width.
+template <class T>
+std::string FloatText(T value) {
+    std::array<char, 32> text{};
+    return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
+}
+
 std::string TextOf(const std::string& type, const Bytes& bytes) {
     if (type == "u32")
         return std::to_string(NumberIn<uint32_t>(bytes));
@@ -117,16 +124,14 @@ std::string TextOf(const std::string& type, const Bytes& bytes) {
         return std::to_string(NumberIn<int64_t>(bytes));
     if (type == "string")
         return Printable({bytes.begin(), std::find(bytes.begin(), bytes.end(), 0)});
-    const double value = type == "f32" ? NumberIn<float>(bytes) : NumberIn<double>(bytes);
-    std::array<char, 32> text{};
-    return {text.data(), std::to_chars(text.data(), text.data() + text.size(), value).ptr};
+    return type == "f32" ? FloatText(NumberIn<float>(bytes)) : FloatText(NumberIn<double>(bytes));
 }
 
 void Dump(const SRegister& source) {
     for (size_t begin = 0; begin < source.bytes.size(); begin += kBytesInLine) {
         std::array<char, 24> address{};
-        std::snprintf(address.data(), address.size(), "%08llx ",
-                      static_cast<unsigned long long>(source.address + begin));
+        const unsigned long long first = source.address + begin;
+        std::snprintf(address.data(), address.size(), "%08llx ", first);
         std::string line = address.data();
         std::string text;
         for (size_t i = 0; i < kBytesInLine; ++i) {
@@ -186,13 +191,14 @@ void Access(const CModulePath& path, std::vector<SRegister>& places, const F& si
         return;
     }
     std::vector<PORT_REGISTER_STACK_ENTRY> entries;
+    entries.reserve(places.size());
     for (SRegister& place : places)
         entries.push_back({place.address, place.bytes.data(), place.bytes.size()});
     size_t count = entries.size();
     const GC_ERROR code = stacked.call(port, entries.data(), &count);
     if (code != GC_ERR_SUCCESS)
-        std::cout << "note: " << count << " of " << entries.size()
-                  << " registers were accessed before the call failed\n";
+        Note(std::to_string(count) + " of " + std::to_string(entries.size()) +
+             " registers were accessed before the call failed");
     p.Check(stacked.name, code);
 }
 

@@ -79,8 +79,18 @@ void AddModuleCommands(CLI::App& app, SCommandLine& line) {
 }
 
 void AddTypes(CLI::App* command, std::string& type) {
-    for (const char* name : {"u32", "i32", "u64", "i64", "f32", "f64", "string"})
-        command->add_flag_callback(std::string("--") + name, [&type, name] { type = name; });
+    constexpr std::pair<const char*, const char*> kTypes[] = {
+        {"u32", "Values are unsigned numbers of 32 bits"},
+        {"i32", "Values are signed numbers of 32 bits"},
+        {"u64", "Values are unsigned numbers of 64 bits"},
+        {"i64", "Values are signed numbers of 64 bits"},
+        {"f32", "Values are floating-point numbers of 32 bits"},
+        {"f64", "Values are floating-point numbers of 64 bits"},
+        {"string", "Values are texts, up to a zero"},
+    };
+    for (const auto& [name, help] : kTypes)
+        command->add_flag_callback(
+            std::string("--") + name, [&type, name = name] { type = name; }, help);
 }
 
 void AddRegisterCommands(CLI::App& app, SCommandLine& line) {
@@ -181,7 +191,8 @@ void AddCheck(CLI::App& app, SCommandLine& line) {
 
 void Declare(CLI::App& app, SCommandLine& line) {
     app.set_version_flag("--version", "norveltl " NORVELTL_VERSION);
-    app.require_subcommand(1);
+    // That there is one is seen to later, so that a misspelt command is named.
+    app.require_subcommand(0, 1);
     app.fallthrough();
     app.add_option("--cti", line.cti,
                    "The producer module; else the one beside this program, else those in "
@@ -205,6 +216,8 @@ int Run(int argc, char** argv) {
         std::vector<std::string> arguments = CConsole::Arguments(argc, argv);
         std::reverse(arguments.begin(), arguments.end());
         app.parse(std::move(arguments));
+        if (!line.run)
+            throw CLI::RequiredError("A command");
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kDone : kWrongUsage;
     }
