@@ -77,13 +77,17 @@ void CStream::Queue(BUFFER_HANDLE buffer) {
     m_producer.Call(m_producer.DSQueueBuffer, m_stream.Get(), buffer);
 }
 
-bool CStream::IsIncomplete(BUFFER_HANDLE buffer) const {
+// A refusal can cost a producer more than the image itself, so that it is asked for only once.
+bool CStream::IsIncomplete(BUFFER_HANDLE buffer) {
+    if (!m_tellsIncomplete)
+        return false;
     INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
     bool8_t value = 0;
     size_t size = sizeof(value);
-    return m_producer.DSGetBufferInfo.call(m_stream.Get(), buffer, BUFFER_INFO_IS_INCOMPLETE, &type,
-                                           &value, &size) == GC_ERR_SUCCESS &&
-           value != 0;
+    m_tellsIncomplete =
+        m_producer.DSGetBufferInfo.call(m_stream.Get(), buffer, BUFFER_INFO_IS_INCOMPLETE, &type,
+                                        &value, &size) == GC_ERR_SUCCESS;
+    return m_tellsIncomplete && value != 0;
 }
 
 uint64_t CStream::NumFilled(BUFFER_HANDLE buffer) const {

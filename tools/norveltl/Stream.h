@@ -38,7 +38,7 @@ public:
 
     // Both cost little enough to be asked of every image. A producer that does not answer has
     // filled the whole buffer.
-    bool IsIncomplete(BUFFER_HANDLE buffer) const;
+    bool IsIncomplete(BUFFER_HANDLE buffer);
     uint64_t NumFilled(BUFFER_HANDLE buffer) const;
 
     std::optional<uint64_t> Info(STREAM_INFO_CMD command) const;
@@ -53,6 +53,7 @@ private:
     std::vector<BUFFER_HANDLE> m_buffers;
     size_t m_bufferSize = 0;
     bool m_started = false;
+    bool m_tellsIncomplete = true;
 };
 
 } // namespace norveltl
