@@ -145,6 +145,23 @@ size_t Model::NumTaking(uint64_t count) const {
         }));
 }
 
+bool Model::WouldContend(uint64_t count) const {
+    if (NumTaking(count) < 2) {
+        return false;
+    }
+    const auto isTaken = [&](const Stream& stream, size_t buffer) {
+        const auto end = stream.input.begin() +
+                         static_cast<std::ptrdiff_t>(std::min<size_t>(stream.input.size(), count));
+        return std::find(stream.input.begin(), end, buffer) != end;
+    };
+    for (size_t buffer = 0; buffer < buffers.size(); ++buffer) {
+        if (isTaken(streams[0], buffer) && isTaken(streams[1], buffer)) {
+            return true;
+        }
+    }
+    return false;
+}
+
 void Model::Produce(uint64_t count, int32_t result) {
     for (Stream& stream : streams) {
         if (!stream.isStarted) {

@@ -87,6 +87,8 @@ struct Model {
     void Produce(uint64_t count, int32_t result = 0);
     // The streams that would take them.
     size_t NumTaking(uint64_t count) const;
+    // Whether two streams would fill the same buffer, in an order that nobody knows.
+    bool WouldContend(uint64_t count) const;
 
     // A wait without patience; size is what the caller's size holds, if there is one.
     Fetched Fetch(size_t stream, bool hasArea, std::optional<size_t> size);

@@ -206,6 +206,9 @@ void Runner::Control(const Operation& operation) {
 // A fault is only certain to meet one thread when no other one grabs.
 void Runner::Produce(const Operation& operation) {
     const auto count = static_cast<uint64_t>(operation.number);
+    if (m_model.WouldContend(count)) {
+        return;
+    }
     int32_t result = static_cast<int32_t>(operation.detail);
     if (m_model.NumTaking(count) != 1) {
         result = 0;
