@@ -1,6 +1,5 @@
 #include "WalkOperations.h"
 
-#include <array>
 #include <iterator>
 #include <utility>
 
@@ -35,9 +34,9 @@ int PlaceOf(Random& random, int first, size_t count) {
 }
 
 constexpr std::pair<Kind, unsigned> WEIGHTS[] = {
-    {Kind::Open, 1},       {Kind::Close, 1},         {Kind::Announce, 7},   {Kind::Alloc, 5},
-    {Kind::Revoke, 7},     {Kind::Queue, 20},        {Kind::Flush, 7},      {Kind::Start, 6},
-    {Kind::Stop, 4},       {Kind::Produce, 14},      {Kind::Wait, 15},      {Kind::Kill, 1},
+    {Kind::Open, 1},       {Kind::Close, 1},         {Kind::Announce, 10},  {Kind::Alloc, 8},
+    {Kind::Revoke, 6},     {Kind::Queue, 24},        {Kind::Flush, 7},      {Kind::Start, 6},
+    {Kind::Stop, 3},       {Kind::Produce, 14},      {Kind::Wait, 15},      {Kind::Kill, 1},
     {Kind::EventFlush, 2}, {Kind::EventInfo, 2},     {Kind::Register, 2},   {Kind::Unregister, 1},
     {Kind::BufferId, 2},   {Kind::EventDataInfo, 1}, {Kind::StreamInfo, 5}, {Kind::BufferInfo, 5}};
 
@@ -85,7 +84,7 @@ int64_t DrawNumber(Random& random, Kind kind) {
 int64_t DrawDetail(Random& random, Kind kind) {
     switch (kind) {
     case Kind::Produce:
-        return Below(random, 6) == 0 ? Any(random, GRAB_RESULTS) : 0;
+        return Below(random, 8) == 0 ? Any(random, GRAB_RESULTS) : 0;
     case Kind::Wait:
         return Below(random, 10) != 0 ? 1 : 0;
     default:
@@ -210,12 +209,8 @@ std::string ToText(const Operation& operation) {
     return text + ')';
 }
 
-std::string ToText(const std::vector<Operation>& operations) {
-    std::string text;
-    for (size_t i = 0; i < operations.size(); ++i) {
-        text += std::to_string(i + 1) + ". " + ToText(operations[i]) + '\n';
-    }
-    return text;
+bool NamesBuffer(Kind kind) {
+    return ShapeOf(kind).hasBuffer && kind != Kind::Announce && kind != Kind::Alloc;
 }
 
 Operation Draw(Random& random, const Model& model) {
@@ -226,15 +221,18 @@ Operation Draw(Random& random, const Model& model) {
     drawn.number = DrawNumber(random, drawn.kind);
     drawn.detail = DrawDetail(random, drawn.kind);
     for (size_t i = 0; i < NUM_STREAMS; ++i) {
-        if (!model.streams[i].isOpen && Below(random, 10) == 0) {
-            return {.kind = Kind::Open, .place = STREAM_PLACE + static_cast<int>(i)};
+        const Stream& stream = model.streams[i];
+        const auto place = static_cast<int>(STREAM_PLACE + i);
+        if (!stream.isOpen && Below(random, 10) == 0) {
+            return {.kind = Kind::Open, .place = place};
+        }
+        if (stream.isOpen && !stream.isGrabbing && Below(random, 12) == 0) {
+            return {.kind = Kind::Start, .place = place, .number = Any(random, COUNTS)};
         }
         // Ending a loop that polls takes its time unless the camera is stopped first.
-        if (drawn.kind == Kind::Start && drawn.place == static_cast<int>(i) &&
-            model.streams[i].isGrabbing && Below(random, 8) != 0) {
-            drawn.kind = Kind::Produce;
-            drawn.number = 1;
-            drawn.detail = 0;
+        if (drawn.kind == Kind::Start && drawn.place == place && stream.isGrabbing &&
+            Below(random, 8) != 0) {
+            return {.kind = Kind::Produce, .number = 1};
         }
     }
     return drawn;

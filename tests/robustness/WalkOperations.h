@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <random>
 #include <string>
-#include <vector>
 
 namespace Walk {
 
@@ -64,8 +63,7 @@ struct Operation {
 
 // "DSQueueBuffer(stream 0, buffer 1.3)"
 std::string ToText(const Operation& operation);
-// The operations, numbered, a line each.
-std::string ToText(const std::vector<Operation>& operations);
+bool NamesBuffer(Kind kind);
 
 using Random = std::mt19937_64;
 // Draws the next operation; what the model holds only shapes the odds.

@@ -50,6 +50,7 @@ void Runner::ExpectText(const Answer& recorded) {
 
 void Runner::Expect(const Answer& expected, int32_t code) {
     ++m_numCalls;
+    m_code = m_code.value_or(code);
     ExpectSame("code", expected.code, code);
     if (expected.code != 0 && code == expected.code) {
         ExpectText(expected);
@@ -58,6 +59,7 @@ void Runner::Expect(const Answer& expected, int32_t code) {
 
 void Runner::ExpectSourceError(int32_t code) {
     ++m_numCalls;
+    m_code = m_code.value_or(code);
     ExpectSame("code", -1006, code);
     if (code == -1006) {
         ExpectText(WRONG_SOURCE);
@@ -112,6 +114,7 @@ void Runner::ExpectImage(size_t number) {
         const int isSound = OptivoImage_Read(announced.memory, filled, &stamp);
         ExpectSame("image is sound", filled == m_around.payload ? 1 : 0, isSound);
         ExpectSame("number of the image", *buffer.image, stamp.number);
+        ++m_numImages;
     }
     if (announced.isConsumers) {
         const unsigned char* behind = announced.memory + (buffer.image ? filled : 0);

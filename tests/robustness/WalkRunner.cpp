@@ -40,7 +40,14 @@ Runner::~Runner() {
 
 std::string Runner::Do(const Operation& operation) {
     m_differences.clear();
+    m_code.reset();
+    m_lastCall = ToText(operation);
+    const auto buffer = BufferOf(At(operation.buffer));
+    if (NamesBuffer(operation.kind) && buffer) {
+        m_lastCall += " of announcement " + std::to_string(*buffer + 1);
+    }
     Perform(operation);
+    m_lastCall += m_code ? " = " + std::to_string(*m_code) : "";
     Settle();
     return std::exchange(m_differences, {});
 }

@@ -41,8 +41,12 @@ public:
     // that is taken) are left out.
     std::string Do(const Operation& operation);
 
+    // The operation, the announced buffer that its handle denotes, and what it answered.
+    const std::string& LastCall() const { return m_lastCall; }
+
     const Model& TheModel() const { return m_model; }
     uint64_t NumCalls() const { return m_numCalls; }
+    uint64_t NumImages() const { return m_numImages; }
 
 private:
     using Handle = void*;
@@ -114,7 +118,10 @@ private:
     std::vector<Announced> m_announced;
     std::deque<std::vector<unsigned char>> m_memory;
     std::string m_differences;
+    std::string m_lastCall;
+    std::optional<int32_t> m_code; // of the operation's first call
     uint64_t m_numCalls = 0;
+    uint64_t m_numImages = 0; // that waits gave and that were looked at
     unsigned char m_foreign[64]{};
 };
 

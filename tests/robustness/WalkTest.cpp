@@ -27,7 +27,7 @@ constexpr uint64_t NUM_WALKS = 8;
 #elif defined(_WIN32)
 constexpr uint64_t NUM_WALKS = 8;
 #else
-constexpr uint64_t NUM_WALKS = 24;
+constexpr uint64_t NUM_WALKS = 16;
 #endif
 constexpr uint64_t NUM_OPERATIONS = 400;
 constexpr milliseconds PATIENCE(10000);
@@ -40,7 +40,7 @@ uint64_t FromEnvironment(const char* name, uint64_t otherwise) {
     return text == nullptr ? otherwise : std::strtoull(text, nullptr, 10);
 }
 
-class WalkTest : public SmallStreamTest, public testing::WithParamInterface<uint64_t> {
+class WalkTest : public SmallStreamTest {
 protected:
     void SetUp() override {
         ASSERT_NO_FATAL_FAILURE(SmallStreamTest::SetUp());
@@ -67,16 +67,19 @@ protected:
             differences = runner.Do(m_walk.back());
         }
         m_numCalls += runner.NumCalls();
+        m_numImages += runner.NumImages();
         return differences;
     }
 
-    // The differences that the first failing operation makes.
+    // The calls up to the first that fails, and how it does; empty when none fails.
     std::string Repeat(const Operations& operations) {
         Walk::Runner runner(m_around, SHRINKING_PATIENCE);
-        for (const Operation& operation : operations) {
-            std::string differences = runner.Do(operation);
+        std::string calls;
+        for (size_t i = 0; i < operations.size(); ++i) {
+            const std::string differences = runner.Do(operations[i]);
+            calls += std::to_string(i + 1) + ". " + runner.LastCall() + '\n';
             if (!differences.empty()) {
-                return differences;
+                return calls + differences;
             }
         }
         return {};
@@ -88,16 +91,18 @@ protected:
             return Clock::now() < end && !Repeat(operations).empty();
         });
         return "seed " + std::to_string(seed) + " fails at call " + std::to_string(m_walk.size()) +
-               ", with\n" + differences + "These calls alone end in\n" + Repeat(replay) +
-               ToText(replay);
+               ", with\n" + differences + "These calls alone fail as well:\n" + Repeat(replay);
     }
 
     Walk::Surroundings m_around;
     Operations m_walk;
     uint64_t m_numCalls = 0;
+    uint64_t m_numImages = 0;
 };
 
-TEST_P(WalkTest, AgreesWithTheModel) {
+class WalkSeedsTest : public WalkTest, public testing::WithParamInterface<uint64_t> {};
+
+TEST_P(WalkSeedsTest, AgreeWithTheModel) {
     const uint64_t only = FromEnvironment("NORVELTL_WALK_SEED", 0);
     const auto start = Clock::now();
     const uint64_t count = only != 0 ? 1 : FromEnvironment("NORVELTL_WALK_COUNT", NUM_WALKS);
@@ -107,9 +112,38 @@ TEST_P(WalkTest, AgreesWithTheModel) {
         ASSERT_EQ(differences, "") << Replay(seed, differences);
     }
     const auto time = std::chrono::duration_cast<milliseconds>(Clock::now() - start);
-    std::cout << m_numCalls << " calls in " << time.count() << " ms\n";
+    EXPECT_GT(m_numImages, count) << "a walk of standstill proves nothing";
+    std::cout << m_numCalls << " calls and " << m_numImages << " images in " << time.count()
+              << " ms\n";
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, WalkTest, testing::Range<uint64_t>(1, 11));
+// Were it blind, every walk would agree.
+TEST_F(WalkTest, SeesWhatDiffers) {
+    ++m_around.numLost;
+    Walk::Runner runner(m_around, SHRINKING_PATIENCE);
+    EXPECT_EQ(runner.Do({.kind = Walk::Kind::Open, .place = Walk::STREAM_PLACE}),
+              "stream 0, info 2: 9 instead of 10\n");
+    EXPECT_EQ(runner.LastCall(), "DevOpenDataStream(stream 0) = 0");
+}
+
+TEST(WalkShrinkTest, LeavesOnlyWhatFails) {
+    Operations operations(300);
+    for (size_t i = 0; i < operations.size(); ++i) {
+        operations[i].number = static_cast<int64_t>(i);
+    }
+    const Operations shortest = Shrink(operations, [](const Operations& tried) {
+        const auto has = [&](int64_t number) {
+            return std::any_of(tried.begin(), tried.end(), [&](const Operation& operation) {
+                return operation.number == number;
+            });
+        };
+        return has(17) && (has(63) || has(299));
+    });
+    ASSERT_EQ(shortest.size(), 2U);
+    EXPECT_EQ(shortest[0].number, 17);
+    EXPECT_EQ(shortest[1].number, 63);
+}
+
+INSTANTIATE_TEST_SUITE_P(Walks, WalkSeedsTest, testing::Range<uint64_t>(1, 11));
 
 } // namespace
