@@ -3,6 +3,7 @@
 // printed with its seed, as the few calls that it takes.
 // NORVELTL_WALK_SEED=N walks that seed alone and prints every call before it is made;
 // NORVELTL_WALK_COUNT=N makes so many walks in every test.
+#include "ProcessMemory.h"
 #include "Streams.h"
 #include "WalkRunner.h"
 #include "WalkShrink.h"
@@ -22,10 +23,8 @@ using std::chrono::milliseconds;
 using Clock = std::chrono::steady_clock;
 
 // As many as every build makes in a few seconds.
-#if defined(__SANITIZE_THREAD__)
-constexpr uint64_t NUM_WALKS = 8;
-#elif defined(_WIN32)
-constexpr uint64_t NUM_WALKS = 8;
+#if defined(_WIN32) || defined(UNDER_A_SANITIZER)
+constexpr uint64_t NUM_WALKS = 4;
 #else
 constexpr uint64_t NUM_WALKS = 16;
 #endif
