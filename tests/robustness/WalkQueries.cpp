@@ -7,14 +7,12 @@
 #include <algorithm>
 #include <cstring>
 #include <iterator>
-#include <sstream>
 #include <thread>
+#include <utility>
 
 namespace Walk {
 namespace {
 
-constexpr unsigned char GUARD = 0xA5;
-constexpr size_t GUARD_SIZE = 16;
 constexpr int32_t NO_TYPE = -77;
 constexpr size_t LARGE = 64;
 constexpr char UNTOUCHED = '#';

@@ -8,8 +8,6 @@
 namespace Walk {
 namespace {
 
-constexpr unsigned char GUARD = 0xA5;
-constexpr size_t GUARD_SIZE = 16;
 const char* const STREAM_IDS[NUM_STREAMS] = {"DS0", "DS1"};
 
 } // namespace

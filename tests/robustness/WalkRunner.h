@@ -50,6 +50,9 @@ public:
 
 private:
     using Handle = void*;
+    // What the consumer's memory holds at first, also behind the buffer's end.
+    static constexpr unsigned char GUARD = 0xA5;
+    static constexpr size_t GUARD_SIZE = 16;
     // What an announcement keeps beside the model's buffer of the same position.
     struct Announced {
         Handle handle = nullptr;
