@@ -348,9 +348,11 @@ void Runner::Ask(Query expected, int64_t room, Call call) {
 // Returns when the images are where the model has them, or when patience ends.
 void Runner::Settle() {
     const auto end = std::chrono::steady_clock::now() + m_patience;
+    const uint64_t numCalls = m_numCalls;
     std::string differences = CountsThatDiffer();
     while (!differences.empty() && std::chrono::steady_clock::now() < end) {
         std::this_thread::yield();
+        m_numCalls = numCalls; // asking again proves nothing more
         differences = CountsThatDiffer();
     }
     m_differences += differences;

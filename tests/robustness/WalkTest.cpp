@@ -26,7 +26,7 @@ using Clock = std::chrono::steady_clock;
 #if defined(_WIN32) || defined(UNDER_A_SANITIZER)
 constexpr uint64_t NUM_WALKS = 4;
 #else
-constexpr uint64_t NUM_WALKS = 16;
+constexpr uint64_t NUM_WALKS = 8;
 #endif
 constexpr uint64_t NUM_OPERATIONS = 400;
 constexpr milliseconds PATIENCE(10000);
