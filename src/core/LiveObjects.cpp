@@ -60,12 +60,11 @@ void CLiveObjects::Add(const void* object) {
     ++m_count;
 }
 
-// The table before stays, as a search may be under way in it.
 void CLiveObjects::Grow() {
     const Table& before = *m_table.load(std::memory_order_relaxed);
     const std::size_t size = 2 * (before.mask + 1);
     auto slots = std::make_unique<Slot[]>(size);
-    auto table = std::make_unique<Table>(Table{slots.get(), size - 1});
+    auto table = std::make_unique<Table>(Table{slots.get(), size - 1, &before});
     for (std::size_t i = 0; i <= before.mask; ++i) {
         const std::uintptr_t address = before.slots[i].load(std::memory_order_relaxed);
         if (address != kEmpty) {

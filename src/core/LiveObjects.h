@@ -21,7 +21,7 @@ public:
     // The slots are zero, their number is a power of two, and they outlive this object. When they
     // become too few, larger tables take their place, which are not given back.
     constexpr explicit CLiveObjects(std::span<Slot> slots)
-        : m_first{slots.data(), slots.size() - 1}, m_table(&m_first) {}
+        : m_first{slots.data(), slots.size() - 1, nullptr}, m_table(&m_first) {}
     CLiveObjects(const CLiveObjects&) = delete;
     CLiveObjects& operator=(const CLiveObjects&) = delete;
 
@@ -52,6 +52,7 @@ private:
     struct Table {
         Slot* slots;
         std::size_t mask;
+        const Table* previous; // kept, as a search may be under way in it
     };
 
     static std::size_t Home(std::uintptr_t address, const Table& table) noexcept {

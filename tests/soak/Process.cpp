@@ -20,7 +20,9 @@ unsigned NumThreads() {
     entry.dwSize = sizeof entry;
     for (BOOL found = Thread32First(snapshot, &entry); found != FALSE;
          found = Thread32Next(snapshot, &entry)) {
-        count += entry.th32OwnerProcessID == GetCurrentProcessId() ? 1 : 0;
+        if (entry.th32OwnerProcessID == GetCurrentProcessId()) {
+            ++count;
+        }
     }
     CloseHandle(snapshot);
     return count;

@@ -42,18 +42,21 @@ TEST_F(LiveObjectsTest, NeverContainsWhatNoObjectCanBe) {
 }
 
 TEST_F(LiveObjectsTest, GrowsBeyondItsFirstSlots) {
+    // Larger tables are not given back.
+    static std::array<CLiveObjects::Slot, 16> slots{};
+    static CLiveObjects objects{slots};
     for (std::uintptr_t i = 0; i < 100000; ++i) {
-        m_objects.Add(Object(i));
+        objects.Add(Object(i));
     }
     for (std::uintptr_t i = 0; i < 100000; ++i) {
-        ASSERT_TRUE(m_objects.Contains(Object(i)));
+        ASSERT_TRUE(objects.Contains(Object(i)));
     }
-    EXPECT_FALSE(m_objects.Contains(Object(100000)));
+    EXPECT_FALSE(objects.Contains(Object(100000)));
     for (std::uintptr_t i = 0; i < 100000; i += 2) {
-        m_objects.Remove(Object(i));
+        objects.Remove(Object(i));
     }
     for (std::uintptr_t i = 0; i < 100000; ++i) {
-        ASSERT_EQ(m_objects.Contains(Object(i)), i % 2 == 1);
+        ASSERT_EQ(objects.Contains(Object(i)), i % 2 == 1);
     }
 }
 
@@ -74,24 +77,26 @@ TEST_F(LiveObjectsTest, AgreesWithAPlainSet) {
 }
 
 TEST_F(LiveObjectsTest, FindsWhatStaysWhileOthersComeAndGo) {
-    m_objects.Add(Object(1));
+    static std::array<CLiveObjects::Slot, 16> slots{};
+    static CLiveObjects objects{slots};
+    objects.Add(Object(1));
     std::atomic<bool> stop{false};
     std::atomic<int> missed{0};
     std::vector<std::thread> threads;
     for (int i = 0; i < 2; ++i) {
         threads.emplace_back([&] {
             while (!stop) {
-                missed += m_objects.Contains(Object(1)) ? 0 : 1;
-                missed += m_objects.Contains(Object(5000)) ? 1 : 0;
+                missed += objects.Contains(Object(1)) ? 0 : 1;
+                missed += objects.Contains(Object(5000)) ? 1 : 0;
             }
         });
     }
     for (int round = 0; round < 300; ++round) {
         for (std::uintptr_t i = 2; i < 60; ++i) {
-            m_objects.Add(Object(i));
+            objects.Add(Object(i));
         }
         for (std::uintptr_t i = 2; i < 60; ++i) {
-            m_objects.Remove(Object(i));
+            objects.Remove(Object(i));
         }
     }
     stop = true;

@@ -195,6 +195,7 @@ void CFeatures::Set(const std::string& feature, const std::string& value) const 
                                         [&](const SEntry& known) { return known.name == value; });
         if (entry == entries.end()) {
             std::vector<std::string> names;
+            names.reserve(entries.size());
             for (const SEntry& known : entries)
                 names.push_back(known.name);
             throw Refused(node, value, "it is one of " + Joined(names));

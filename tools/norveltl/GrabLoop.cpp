@@ -86,7 +86,7 @@ void CGrabLoop::Run() {
     Clock::time_point now = begin;
     Clock::time_point lastImage = begin;
     while (!IsDone(now - begin) && !Interrupted()) {
-        BUFFER_HANDLE const buffer = m_stream.Wait(kWaitSlice);
+        auto* const buffer = m_stream.Wait(kWaitSlice);
         now = Clock::now();
         if (buffer) {
             lastImage = now;

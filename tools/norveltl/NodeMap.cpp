@@ -339,18 +339,14 @@ EAccess CNodeMap::Access(const std::string& name, unsigned depth) const {
         if (most != EAccess::ReadWrite && access != most)
             access = access == EAccess::ReadWrite ? most : EAccess::NotAvailable;
     };
-    if (IsRegister(node)) {
-        limit(node.Has("AccessMode") ? node.Text("AccessMode") : "RO");
-    } else if (IsKnife(node)) {
-        limit("RO");
-    } else if (const std::string target = IsConverter(node)   ? node.Text("pValue")
-                                          : IsReference(node) ? ValueNode(node, depth)
-                                                              : "";
-               !target.empty()) {
+    // What neither is a register nor leads to one can only be read.
+    const std::string target = IsConverter(node)   ? node.Text("pValue")
+                               : IsReference(node) ? ValueNode(node, depth)
+                                                   : "";
+    if (!target.empty())
         access = Access(target, depth + 1);
-    } else {
-        limit("RO");
-    }
+    else
+        limit(IsRegister(node) && node.Has("AccessMode") ? node.Text("AccessMode") : "RO");
     if (access != EAccess::ReadWrite && access != EAccess::ReadOnly && access != EAccess::WriteOnly)
         return access;
     limit(node.Has("ImposedAccessMode") ? node.Text("ImposedAccessMode") : "RW");

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstdio>
 #include <numeric>
 #include <ostream>
@@ -26,7 +27,7 @@ std::optional<SSpread> SpreadOf(std::vector<double> sample) {
     std::sort(sample.begin(), sample.end());
     const auto percentile = [&](double share) {
         const double index = share * static_cast<double>(sample.size() - 1);
-        return sample[static_cast<size_t>(index + 0.5)];
+        return sample[static_cast<size_t>(std::lround(index))];
     };
     const double sum = std::accumulate(sample.begin(), sample.end(), 0.0);
     return SSpread{sample.front(),
@@ -80,7 +81,7 @@ void PrintHistogram(std::ostream& out, const std::vector<double>& sample) {
         std::snprintf(label.data(), label.size(), "  %9.3f ms %8zu  ",
                       *least + width * static_cast<double>(i), counts[i]);
         const double share = static_cast<double>(counts[i]) / highest;
-        out << label.data() << std::string(static_cast<size_t>(share * kBarWidth + 0.5), '#')
+        out << label.data() << std::string(static_cast<size_t>(std::lround(share * kBarWidth)), '#')
             << "\n";
     }
 }

@@ -44,7 +44,7 @@ void Acquire(CStream& stream, const CCameraFacts& camera, const std::string& whi
         while (count < kImages) {
             if (Clock::now() > end)
                 throw CToolError("only " + std::to_string(count) + " images came");
-            BUFFER_HANDLE const buffer = stream.Wait(100ms);
+            auto* const buffer = stream.Wait(100ms);
             if (!buffer)
                 continue;
             ++count;
