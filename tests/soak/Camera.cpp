@@ -119,13 +119,14 @@ void SoakCamera::TakeImages(DS_HANDLE stream, EVENT_HANDLE event, uint64_t count
         const GC_ERROR code =
             m_gentl.EventGetData(event, &data, &size, Milliseconds(std::chrono::milliseconds(50)));
         // An acquisition that has ended by itself is not available, or just brings nothing more.
-        if (code == GC_ERR_ERROR || code == GC_ERR_TIMEOUT) {
+        if (code == GC_ERR_TIMEOUT) {
             if (Number(stream, STREAM_INFO_IS_GRABBING) == 0) {
                 return;
             }
-            if (code == GC_ERR_TIMEOUT) {
-                continue;
-            }
+            continue;
+        }
+        if (code == GC_ERR_ERROR && HasEnded(stream)) {
+            return;
         }
         if (code != 0) {
             m_tally.Complain(m_id + ": EventGetData answers " + std::to_string(code));
@@ -137,6 +138,14 @@ void SoakCamera::TakeImages(DS_HANDLE stream, EVENT_HANDLE event, uint64_t count
         }
         --count;
     }
+}
+
+// Waits can be told a moment before the stream is.
+bool SoakCamera::HasEnded(DS_HANDLE stream) {
+    for (int i = 0; i < 100 && Number(stream, STREAM_INFO_IS_GRABBING) != 0; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return Number(stream, STREAM_INFO_IS_GRABBING) == 0;
 }
 
 void SoakCamera::CheckImage(DS_HANDLE stream, BUFFER_HANDLE buffer) {

@@ -42,6 +42,7 @@ private:
     void UseStream(DS_HANDLE stream, EVENT_HANDLE event);
     // So many images, unless the acquisition ends by itself.
     void TakeImages(DS_HANDLE stream, EVENT_HANDLE event, uint64_t count);
+    bool HasEnded(DS_HANDLE stream);
     void CheckImage(DS_HANDLE stream, BUFFER_HANDLE buffer);
     void CheckCounters(DS_HANDLE stream);
     uint64_t Number(DS_HANDLE stream, STREAM_INFO_CMD command);
