@@ -1,5 +1,7 @@
 #include "core/LastError.h"
 
+#include "core/NeverDestroyed.h"
+
 #include <array>
 #include <atomic>
 #include <cstring>
@@ -24,21 +26,7 @@ struct Record {
 
 constexpr int kMaxRounds = 1000;
 
-// Created by the first error and kept for as long as the process lives.
-std::atomic<Record*> g_record{nullptr}; // owned
-
-Record* TheRecord() noexcept {
-    Record* record = g_record.load(std::memory_order_acquire);
-    if (record != nullptr) {
-        return record;
-    }
-    auto* fresh = new (std::nothrow) Record;
-    if (fresh != nullptr && !g_record.compare_exchange_strong(record, fresh)) {
-        delete fresh;
-        return record;
-    }
-    return fresh;
-}
+constinit CNeverDestroyed<Record> s_record;
 
 // Takes a slot that is neither in use nor current; null when all stay busy.
 Slot* TakeFreeSlot(Record& record) noexcept {
@@ -93,11 +81,33 @@ private:
     Slot* m_slot = nullptr;
 };
 
+// Gives the texts back when the module is unloaded. At the end of the process, threads may still
+// fail or read: they find a record without an error, which is as good as ever.
+class CTextRelease {
+public:
+    CTextRelease() = default;
+    ~CTextRelease() {
+        Record& record = s_record.m_value;
+        record.m_current.store(nullptr, std::memory_order_release);
+        for (Slot& slot : record.m_slots) {
+            int unused = 0;
+            if (slot.m_users.compare_exchange_strong(unused, -1, std::memory_order_acquire)) {
+                std::string().swap(slot.m_error.m_message);
+                slot.m_users.store(0, std::memory_order_release);
+            }
+        }
+    }
+    CTextRelease(const CTextRelease&) = delete;
+    CTextRelease& operator=(const CTextRelease&) = delete;
+};
+
+const CTextRelease s_textRelease;
+
 } // namespace
 
 void RecordLastError(GC_ERROR code, const char* text) noexcept {
-    Record* record = TheRecord();
-    Slot* slot = record == nullptr ? nullptr : TakeFreeSlot(*record);
+    Record& record = s_record.m_value;
+    Slot* slot = TakeFreeSlot(record);
     if (slot == nullptr) {
         return;
     }
@@ -109,16 +119,12 @@ void RecordLastError(GC_ERROR code, const char* text) noexcept {
     }
     // Published while still held, so that no other writer takes it before it is current.
     slot->m_users.store(1, std::memory_order_release);
-    record->m_current.store(slot, std::memory_order_release);
+    record.m_current.store(slot, std::memory_order_release);
     slot->m_users.fetch_sub(1, std::memory_order_release);
 }
 
 GC_ERROR ReadLastError(GC_ERROR* code, char* text, size_t* size) noexcept {
-    Record* record = g_record.load(std::memory_order_acquire);
-    if (record == nullptr) {
-        return GC_ERR_NO_DATA;
-    }
-    const CReadLock lock(*record);
+    const CReadLock lock(s_record.m_value);
     const CTLIError* error = lock.Error();
     if (error == nullptr) {
         return GC_ERR_NO_DATA;

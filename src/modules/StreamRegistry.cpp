@@ -1,5 +1,6 @@
 #include "modules/StreamRegistry.h"
 
+#include "core/NeverDestroyed.h"
 #include "modules/BufferInfo.h"
 #include "modules/DataStream.h"
 
@@ -10,8 +11,8 @@
 namespace GenICam::Client {
 
 CStreamRegistry& CStreamRegistry::Instance() {
-    static auto* const registry = new CStreamRegistry;
-    return *registry;
+    static CNeverDestroyed<CStreamRegistry> s_registry;
+    return s_registry.m_value;
 }
 
 void CStreamRegistry::Add(CDataStream* stream) {
@@ -22,6 +23,9 @@ void CStreamRegistry::Add(CDataStream* stream) {
 void CStreamRegistry::Remove(const CDataStream* stream) noexcept {
     const boost::lock_guard<boost::mutex> lock(m_mutex);
     std::erase(m_streams, stream);
+    if (m_streams.empty()) {
+        std::vector<CDataStream*>().swap(m_streams);
+    }
 }
 
 void CStreamRegistry::DropEverywhere(CBufferInfo& buffer) {

@@ -15,9 +15,11 @@ namespace GenICam::Client {
 class CBufferInfo;
 class CDataStream;
 
-// One per process, never destroyed: what is left here stays reachable.
+// One per process, never destroyed: what is left here stays reachable. Without a stream, and with
+// nothing left, it holds no memory.
 class CStreamRegistry {
 public:
+    CStreamRegistry() = default;
     static CStreamRegistry& Instance();
 
     void Add(CDataStream* stream);
@@ -28,8 +30,6 @@ public:
     void Keep(Optivo::ICamStream* camera, const std::deque<CBufferInfo*>& buffers) noexcept;
 
 private:
-    CStreamRegistry() = default;
-
     boost::mutex m_mutex;
     std::vector<CDataStream*> m_streams;
     std::vector<Optivo::ICamStream*> m_keptStreams; // owned

@@ -1,6 +1,7 @@
 #include "Producer.h"
 
 #include <atomic>
+#include <cstdio>
 #include <filesystem>
 #include <stdexcept>
 #include <utility>
@@ -90,6 +91,27 @@ std::filesystem::path ModulePath() {
     return ProgramPath().parent_path() / MODULE_NAME;
 }
 
+#if defined(_WIN32)
+// A copy cannot be removed by the process that loaded it, as it stays loaded until the end.
+void RemoveCopiesOfEndedProcesses() {
+    for (const auto& entry : std::filesystem::directory_iterator(ModulePath().parent_path())) {
+        const std::string name = entry.path().filename().string();
+        unsigned long owner = 0;
+        if (std::sscanf(name.c_str(), "Copy%lu_", &owner) != 1) {
+            continue;
+        }
+        if (const HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, owner); process != nullptr) {
+            CloseHandle(process);
+            continue;
+        }
+        std::error_code ignored;
+        std::filesystem::remove(entry.path(), ignored);
+    }
+}
+#else
+void RemoveCopiesOfEndedProcesses() {}
+#endif
+
 } // namespace
 
 std::unique_ptr<Producer> Producer::Load() {
@@ -99,6 +121,9 @@ std::unique_ptr<Producer> Producer::Load() {
 std::unique_ptr<Producer>
 Producer::LoadCopy(const std::function<void(const std::string&)>& change) {
     static std::atomic<int> s_count = 0;
+    if (s_count == 0) {
+        RemoveCopiesOfEndedProcesses();
+    }
     const std::string name =
         "Copy" + std::to_string(ProcessId()) + "_" + std::to_string(++s_count) + ".cti";
     const auto copy = ModulePath().parent_path() / name;

@@ -15,12 +15,13 @@ public:
     static std::unique_ptr<Producer> Load();
 
     // Loads a copy of the module's file under a name of its own, so that it shares no state with
-    // any other; the file is deleted with the object. change gets the copy's path before it is
+    // any other; the file is deleted with the object, or, where the module stays loaded, by the
+    // first copying process after this one. change gets the copy's path before it is
     // loaded.
     static std::unique_ptr<Producer>
     LoadCopy(const std::function<void(const std::string&)>& change = {});
 
-    // Unloads the module, except under a leak checker.
+    // Lets go of the module, except under a leak checker.
     ~Producer();
 
     Producer(const Producer&) = delete;

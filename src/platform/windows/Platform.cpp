@@ -19,8 +19,17 @@ HMODULE s_instance = nullptr;
 
 } // namespace
 
-extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD, LPVOID) {
-    s_instance = instance;
+// The C++ run-time libraries that are linked in take thread-local slots, handles and memory for the
+// module and for every thread that uses it, and give none of them back when it is unloaded: after
+// some 500 loads a process would have no slot left and end. So the module stays until the process
+// ends, and another load finds it as it was.
+extern "C" BOOL WINAPI DllMain(HINSTANCE instance, DWORD reason, LPVOID) {
+    if (reason == DLL_PROCESS_ATTACH) {
+        s_instance = instance;
+        HMODULE pinned = nullptr;
+        GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_PIN,
+                           reinterpret_cast<LPCSTR>(&s_instance), &pinned);
+    }
     return TRUE;
 }
 

@@ -6,11 +6,30 @@
 
 #include <psapi.h>
 #include <tlhelp32.h>
+#include <winternl.h>
+
+#include <algorithm>
+#include <vector>
 
 double ResidentKibibytes() {
     PROCESS_MEMORY_COUNTERS counters{};
     GetProcessMemoryInfo(GetCurrentProcess(), &counters, sizeof counters);
     return static_cast<double>(counters.WorkingSetSize) / 1024;
+}
+
+size_t AllocatedBytes() {
+    std::vector<HANDLE> heaps(GetProcessHeaps(0, nullptr));
+    heaps.resize(GetProcessHeaps(static_cast<DWORD>(heaps.size()), heaps.data()));
+    size_t sum = 0;
+    for (const HANDLE heap : heaps) {
+        PROCESS_HEAP_ENTRY entry{};
+        HeapLock(heap);
+        while (HeapWalk(heap, &entry) != FALSE) {
+            sum += (entry.wFlags & PROCESS_HEAP_ENTRY_BUSY) != 0 ? entry.cbData : 0;
+        }
+        HeapUnlock(heap);
+    }
+    return sum;
 }
 
 unsigned NumThreads() {
@@ -28,10 +47,25 @@ unsigned NumThreads() {
     return count;
 }
 
+// The handles of this process among those of all.
+static unsigned CountListedHandles() {
+    std::vector<unsigned char> list(1 << 16);
+    ULONG needed = 0;
+    while (NtQuerySystemInformation(SystemHandleInformation, list.data(),
+                                    static_cast<ULONG>(list.size()), &needed) < 0) {
+        list.resize(2 * list.size());
+    }
+    const auto* const handles = reinterpret_cast<const SYSTEM_HANDLE_INFORMATION*>(list.data());
+    return static_cast<unsigned>(
+        std::count_if(handles->Handle, handles->Handle + handles->Count,
+                      [](const auto& handle) { return handle.OwnerPid == GetCurrentProcessId(); }));
+}
+
 unsigned NumHandles() {
     DWORD count = 0;
     GetProcessHandleCount(GetCurrentProcess(), &count);
-    return count;
+    // Wine knows no count, but a list.
+    return count != 0 ? count : CountListedHandles();
 }
 
 #else
@@ -40,6 +74,7 @@ unsigned NumHandles() {
 #include <fstream>
 #include <iterator>
 
+#include <malloc.h>
 #include <unistd.h>
 
 double ResidentKibibytes() {
@@ -48,6 +83,11 @@ double ResidentKibibytes() {
     double resident = 0;
     statm >> total >> resident;
     return resident * static_cast<double>(sysconf(_SC_PAGESIZE)) / 1024;
+}
+
+size_t AllocatedBytes() {
+    const struct mallinfo2 info = mallinfo2();
+    return info.uordblks + info.hblkhd;
 }
 
 static unsigned NumEntries(const char* folder) {

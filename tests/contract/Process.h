@@ -1,7 +1,11 @@
 // What the operating system says of this process.
 #pragma once
 
+#include <cstddef>
+
 double ResidentKibibytes();
+// What is taken from the heaps of the process.
+size_t AllocatedBytes();
 unsigned NumThreads();
 // Handles, or open files.
 unsigned NumHandles();
