@@ -1,0 +1,153 @@
+// Threads of one consumer that do all at once what they may do to one stream.
+#include "Streams.h"
+
+namespace {
+
+class StormTest : public SmallStreamTest {
+protected:
+    using Call = std::function<int32_t()>;
+
+    static constexpr int NUM_BUFFERS = 4;
+    static constexpr int NUM_STARTS = 60;
+
+    void SetUp() override {
+        ASSERT_NO_FATAL_FAILURE(SmallStreamTest::SetUp());
+        StartWith(NUM_BUFFERS);
+        Unpace();
+    }
+
+    // Repeats until the last of the starts; the worst code is the answer.
+    Call UntilDone(const Call& call) {
+        return [this, call] {
+            int32_t worst = 0;
+            while (!m_isDone) {
+                worst = std::min(worst, call());
+            }
+            return worst;
+        };
+    }
+
+    // Starts and stops in turn, and waits for images in between.
+    Call Restarts() {
+        return [this] {
+            int32_t worst = 0;
+            for (int i = 0; i < NUM_STARTS; ++i) {
+                worst = std::min<int32_t>(worst, gentl.DSStopAcquisition(stream, 0));
+                worst =
+                    std::min<int32_t>(worst, gentl.DSStartAcquisition(stream, 0, GENTL_INFINITE));
+                std::this_thread::sleep_for(std::chrono::milliseconds(2));
+            }
+            m_isDone = true;
+            return worst;
+        };
+    }
+
+    // Takes buffers and queues them again. That another thread was faster (-1008), or that there
+    // was nothing (-1011), is no failure.
+    Call Acquires() {
+        return UntilDone([this]() -> int32_t {
+            EVENT_NEW_BUFFER_DATA data = {};
+            size_t size = sizeof data;
+            const int32_t code = gentl.EventGetData(newBuffer, &data, &size, 2);
+            if (code == 0) {
+                ++m_numTaken;
+                return gentl.DSQueueBuffer(stream, data.BufferHandle);
+            }
+            return code == -1008 || code == -1011 ? 0 : code;
+        });
+    }
+
+    Call Flushes(const std::vector<ACQ_QUEUE_TYPE>& operations) {
+        return UntilDone([this, operations] {
+            int32_t worst = 0;
+            for (const ACQ_QUEUE_TYPE operation : operations) {
+                worst = std::min<int32_t>(worst, gentl.DSFlushQueue(stream, operation));
+                std::this_thread::sleep_for(std::chrono::microseconds(300));
+            }
+            return worst;
+        });
+    }
+
+    Call Asks() {
+        return UntilDone([this] {
+            int32_t worst = 0;
+            for (const STREAM_INFO_CMD command : {1, 3, 4, 5, 8, 9}) {
+                char value[64];
+                size_t size = sizeof value;
+                worst = std::min<int32_t>(worst,
+                                          gentl.DSGetInfo(stream, command, nullptr, value, &size));
+            }
+            for (const BUFFER_INFO_CMD command : {0, 1, 2, 4, 5, 6, 9}) {
+                char value[64];
+                size_t size = sizeof value;
+                worst = std::min<int32_t>(worst, gentl.DSGetBufferInfo(stream, buffers[0], command,
+                                                                       nullptr, value, &size));
+            }
+            size_t size = sizeof(uint64_t);
+            uint64_t count = 0;
+            return std::min<int32_t>(
+                worst, gentl.EventGetInfo(newBuffer, EVENT_NUM_IN_QUEUE, nullptr, &count, &size));
+        });
+    }
+
+    // The stream is as good as ever, and holds its buffers and no others.
+    void ExpectWorksOn() {
+        EXPECT_GT(m_numTaken, 0);
+        Stop();
+        EXPECT_OK(gentl.DSFlushQueue(stream, ACQ_QUEUE_ALL_DISCARD));
+        EXPECT_EQ(StreamNumber(STREAM_INFO_NUM_ANNOUNCED), NUM_BUFFERS);
+        EXPECT_OK(gentl.EventFlush(newBuffer));
+        QueueAll();
+        Start();
+        for (int i = 0; i < 2 * NUM_BUFFERS; ++i) {
+            const auto taken = WaitBuffer();
+            ASSERT_OK(taken.code);
+            EXPECT_OK(gentl.DSQueueBuffer(stream, taken.handle));
+        }
+        Stop();
+        EXPECT_OK(gentl.DSFlushQueue(stream, ACQ_QUEUE_ALL_DISCARD));
+        for (auto* const buffer : buffers) {
+            EXPECT_OK(gentl.DSRevokeBuffer(stream, buffer, nullptr, nullptr));
+        }
+        EXPECT_EQ(StreamNumber(STREAM_INFO_NUM_ANNOUNCED), 0U);
+    }
+
+    std::atomic<bool> m_isDone = false;
+    std::atomic<int> m_numTaken = 0;
+};
+
+TEST_F(StormTest, OfStartsFetchesFlushesAndQuestions) {
+    const std::vector<Call> calls = {Restarts(),
+                                     Acquires(),
+                                     Acquires(),
+                                     Flushes({0, 1, 2, 3}),
+                                     Asks(),
+                                     UntilDone([this]() -> int32_t {
+                                         std::this_thread::sleep_for(std::chrono::milliseconds(1));
+                                         return gentl.EventFlush(newBuffer);
+                                     })};
+    EXPECT_EQ(RunTogether(calls), std::vector<int32_t>(calls.size(), 0));
+    ExpectWorksOn();
+}
+
+// The buffers that come and go are queued by no thread.
+TEST_F(StormTest, OfAnnouncementsAndRevocations) {
+    const auto comeAndGo = UntilDone([this] {
+        int32_t worst = 0;
+        std::array<BUFFER_HANDLE, 8> more{};
+        for (BUFFER_HANDLE& buffer : more) {
+            worst = std::min<int32_t>(
+                worst, gentl.DSAllocAndAnnounceBuffer(stream, PAYLOAD, nullptr, &buffer));
+        }
+        for (auto* const buffer : more) {
+            worst =
+                std::min<int32_t>(worst, gentl.DSRevokeBuffer(stream, buffer, nullptr, nullptr));
+        }
+        return worst;
+    });
+    const std::vector<Call> calls = {Restarts(), Acquires(), Asks(), comeAndGo, comeAndGo};
+    EXPECT_EQ(RunTogether(calls), std::vector<int32_t>(calls.size(), 0));
+    ExpectWorksOn();
+}
+
+} // namespace
