@@ -62,7 +62,7 @@ void CDataStream::StartAcquisition(ACQ_START_FLAGS /*flags*/, std::uint64_t coun
     if (m_camera->StartAcquisition(0, m_remaining) != 0) {
         throw std::runtime_error("Unable to start acquisition");
     }
-    m_payloadSize = PayloadSize();
+    LearnPayloadSize();
     if (HasSmallBuffer()) {
         ReserveScratch();
     }
@@ -84,7 +84,15 @@ void CDataStream::StopAcquisition(ACQ_STOP_FLAGS /*flags*/) {
     m_thread.reset();
 }
 
-// 0, and so no buffer too small, when the camera does not tell.
+// The size that was told last counts while the camera does not tell; before, no buffer is too
+// small.
+void CDataStream::LearnPayloadSize() {
+    if (const std::uint64_t told = PayloadSize(); told != 0) {
+        m_payloadSize = told;
+    }
+}
+
+// 0 when the camera does not tell.
 std::uint64_t CDataStream::PayloadSize() {
     std::uint64_t value = 0;
     try {
@@ -206,6 +214,9 @@ Optivo::Int32 CDataStream::Grab(void* memory) {
 Optivo::Int32 CDataStream::Fill(CBufferInfo& buffer) {
     if (buffer.Memory() == nullptr) {
         throw std::runtime_error("Invalid Memory Buffer");
+    }
+    if (m_payloadSize == 0) {
+        LearnPayloadSize();
     }
     return buffer.Size() < m_payloadSize ? FillSmall(buffer) : Grab(buffer.Memory());
 }

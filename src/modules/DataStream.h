@@ -126,6 +126,7 @@ private:
     void LeaveDevice();
     void ResetCounters();
     std::uint64_t PayloadSize();
+    void LearnPayloadSize();
 
     template <class Value>
     Optivo::Int32 CameraValue(std::uint32_t command, const size_t* given, Value& value);

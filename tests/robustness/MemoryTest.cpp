@@ -151,6 +151,29 @@ TEST_F(SmallBufferTest, ABufferIsSmallOnceTheImagesHaveGrown) {
     EXPECT_TRUE(std::equal(larger.begin(), larger.begin() + PAYLOAD, memory.Content().begin()));
 }
 
+// The payload size is the stream value 4; an answer without a value tells nothing.
+TEST_F(SmallBufferTest, IsNoLargerWhereTheCameraToldTheSizeOnlyBefore) {
+    FirstImage();
+    for (const OptivoFaultKind kind :
+         {OPTIVO_FAULT_RESULT, OPTIVO_FAULT_GENERIC_EXCEPTION, OPTIVO_FAULT_FOREIGN_EXCEPTION}) {
+        for (const int32_t result : {-1001, 0}) {
+            SCOPED_TRACE(testing::Message() << "fault " << kind << " with " << result);
+            AddFault(OPTIVO_STREAM_GET_STREAM_INFO, kind, result, OPTIVO_FOREVER, 4);
+            GuardedMemory memory(64);
+            AcquireFirstImage(memory);
+            EXPECT_TRUE(memory.AreGuardsIntact());
+            OptivoSim_ClearFaults();
+        }
+    }
+}
+
+TEST_F(SmallBufferTest, IsNoLargerWhereTheCameraTellsTheSizeLate) {
+    AddFault(OPTIVO_STREAM_GET_STREAM_INFO, OPTIVO_FAULT_RESULT, -1001, 1, 4);
+    GuardedMemory memory(64);
+    AcquireFirstImage(memory);
+    EXPECT_TRUE(memory.AreGuardsIntact());
+}
+
 TEST_F(SmallBufferTest, TheProducersOwnMemoryIsNoLarger) {
     AnnounceBuffers(1, 1);
     AnnounceBuffers(1, PAYLOAD - 1);
