@@ -1,19 +1,24 @@
 #!/usr/bin/env bash
-# Builds every preset, checks formatting, analyses the sources and runs all tests; ends with "N passed, N failed".
-# Call it from anywhere: scripts/test.sh [PRESET...]; presets are windows, linux, linux-asan and linux-tsan.
+# Builds every preset, checks formatting, analyses the sources, runs all tests and fuzzes; ends with "N passed,
+# N failed". Call it from anywhere: scripts/test.sh [PRESET...]; presets are windows, linux, linux-asan, linux-tsan,
+# and linux-fuzz, which fuzzes for a minute each.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$root"
 
-presets=(windows linux linux-asan linux-tsan)
+presets=(windows linux linux-asan linux-tsan linux-fuzz)
 case ${1-} in
-  -h | --help) sed -n '2,3s/^# //p' "${BASH_SOURCE[0]}"; exit ;;
+  -h | --help) sed -n '2,4s/^# //p' "${BASH_SOURCE[0]}"; exit ;;
 esac
 for preset in "$@"; do
   [[ " ${presets[*]} " == *" $preset "* ]] || { echo "test: there is no preset $preset" >&2; exit 2; }
 done
 [ $# -eq 0 ] || presets=("$@")
+fuzzed=
+for preset in "${!presets[@]}"; do
+  [ "${presets[preset]}" != linux-fuzz ] || { fuzzed=1; unset "presets[preset]"; }
+done
 
 export ASAN_OPTIONS=detect_leaks=1:allocator_may_return_null=1:detect_stack_use_after_return=1:strict_string_checks=1
 export UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
@@ -97,6 +102,7 @@ if section "setup" scripts/setup.sh; then
   for preset in "${built[@]}"; do
     section "tests $preset" run_tests "$preset" || true
   done
+  [ -z "$fuzzed" ] || check "fuzzing" scripts/fuzz.sh 60
 else
   failed=1
 fi
