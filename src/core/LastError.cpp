@@ -26,7 +26,7 @@ struct Record {
 
 constexpr int kMaxRounds = 1000;
 
-constinit CNeverDestroyed<Record> s_record;
+CNeverDestroyed<Record> s_record;
 
 // Takes a slot that is neither in use nor current; null when all stay busy.
 Slot* TakeFreeSlot(Record& record) noexcept {

@@ -6,7 +6,7 @@ namespace GenICam::Client {
 
 template <class T>
 union CNeverDestroyed {
-    constexpr CNeverDestroyed() : m_value() {}
+    constexpr CNeverDestroyed() noexcept(noexcept(T())) : m_value() {}
     // What it owns is left, so that it must own nothing or give that back otherwise.
     ~CNeverDestroyed() {} // NOLINT(modernize-use-equals-default): that would be deleted
     CNeverDestroyed(const CNeverDestroyed&) = delete;
