@@ -118,7 +118,7 @@ void Bench::OpenStream() {
     ASSERT_OK(gentl.DevOpenDataStream(device, "DS0", &stream));
     ASSERT_OK(gentl.GCRegisterEvent(stream, 1, &newBuffer));
     for (BUFFER_HANDLE& buffer : buffers) {
-        ASSERT_OK(gentl.DSAllocAndAnnounceBuffer(stream, PAYLOAD, nullptr, &buffer));
+        ASSERT_OK(gentl.DSAllocAndAnnounceBuffer(stream, PAYLOAD, &buffer, &buffer));
         ASSERT_OK(gentl.DSQueueBuffer(stream, buffer));
     }
 }

@@ -84,7 +84,7 @@ public:
     DS_HANDLE stream = nullptr;
     EVENT_HANDLE deviceEvent = nullptr;
     EVENT_HANDLE newBuffer = nullptr;
-    std::array<BUFFER_HANDLE, 2> buffers{};
+    std::array<BUFFER_HANDLE, 2> buffers{}; // each with its own place as private pointer
     Outputs out;
 
 private:

@@ -57,13 +57,15 @@ std::vector<Action> ClosingActions() {
     };
 }
 
+// Writes the place of the buffer to out.number, and one that there is not for a pointer that was
+// not announced with it.
 int32_t WaitBuffer(Bench& b) {
     EVENT_NEW_BUFFER_DATA data = {&b, &b};
     size_t size = sizeof data;
     const int32_t code = b.gentl.EventGetData(b.newBuffer, &data, &size, 1);
-    if (data.BufferHandle != &b) {
-        b.out.number = data.BufferHandle == b.buffers[0] ? 0 : 1;
-        b.out.handle = data.pUserPointer;
+    if (data.BufferHandle != &b || data.pUserPointer != &b) {
+        const uint32_t place = data.BufferHandle == b.buffers[0] ? 0 : 1;
+        b.out.number = data.pUserPointer == &b.buffers[place] ? place : 99;
     }
     return code;
 }
@@ -109,7 +111,7 @@ std::vector<Action> AcquisitionActions() {
                  b.GrabToTheEnd();
                  return WaitBuffer(b);
              },
-         .sound = {.outputs = "null handle, number 0",
+         .sound = {.outputs = "number 0",
                    .seen = "delivered 1, lost 0, queued 1, waiting 0, grabbing 0"},
          .seenAfterFailure = "delivered 0, lost 0, queued 1, waiting 0, grabbing 0",
          .prepare =

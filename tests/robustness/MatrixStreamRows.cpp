@@ -5,48 +5,65 @@ namespace Matrix {
 namespace {
 
 // A grab below the acquisition thread: the results that mean something, and all the others.
-Row Grabbing(const std::string& action, const Outcome& nothingYet, const Outcome& lost,
-             const Outcome& ended, const Outcome& quiet, const Outcome& fatal,
-             const Outcome& delayed) {
-    const Outcomes outcomes = {.named = {{-1, nothingYet}, {-2, ended}, {-3, lost}, {-4, quiet}},
-                               .negative = fatal,
-                               .positive = fatal};
+struct Grab {
+    Outcome nothingYet; // -1
+    Outcome ended;      // -2
+    Outcome lost;       // -3
+    Outcome silent;     // -4
+    Outcome fatal;
+    Outcome delayed; // the end comes one grab later then
+};
+
+Row Grabbing(const std::string& action, const Grab& grab) {
+    const Outcomes outcomes = {
+        .named = {{-1, grab.nothingYet}, {-2, grab.ended}, {-3, grab.lost}, {-4, grab.silent}},
+        .negative = grab.fatal,
+        .positive = grab.fatal};
     return {.action = action,
             .operation = OPTIVO_STREAM_GRAB_IMAGE,
             .idle = outcomes,
             .worked = outcomes,
-            .thrown = fatal,
-            .delayed = delayed};
+            .thrown = grab.fatal,
+            .delayed = grab.delayed};
 }
 
+std::string Counts(int delivered, int lost, int queued, int waiting) {
+    return "delivered " + std::to_string(delivered) + ", lost " + std::to_string(lost) +
+           ", queued " + std::to_string(queued) + ", waiting " + std::to_string(waiting) +
+           ", grabbing 0";
+}
+
+Outcome Ended(const std::string& seen) {
+    return {-1001, "Port is not available", "unchanged", seen};
+}
+
+Outcome TimedOut(const std::string& seen) {
+    return {-1011, "Timeout", "unchanged", seen};
+}
+
+// A buffer that is being filled when the acquisition ends for good is in neither queue.
 std::vector<Row> GrabRows() {
-    const auto counts = [](const char* delivered, const char* lost, const char* queued,
-                           const char* waiting) {
-        return std::string("delivered ") + delivered + ", lost " + lost + ", queued " + queued +
-               ", waiting " + waiting + ", grabbing 0";
-    };
-    const std::string fetched = "null handle, number 0";
-    const std::string stranded = counts("0", "0", "1", "0");
-    const Outcome kept = Sees(counts("0", "0", "2", "0"));
-    const Outcome closed = {-1001, "Port is not available", "unchanged",
-                            counts("0", "0", "2", "0")};
-    const std::string none = counts("0", "0", "0", "0");
-    const Outcome dropped = {-1001, "Port is not available", "unchanged",
-                             counts("0", "1", "0", "0")};
-    Outcome droppedTwo = dropped;
-    droppedTwo.seen = counts("0", "2", "0", "0");
-    Outcome droppedNone = dropped;
-    droppedNone.seen = none;
+    const std::string stranded = Counts(0, 0, 1, 0);
+    const std::string none = Counts(0, 0, 0, 0);
     return {
-        Grabbing("DSStartAcquisition", Sees(counts("1", "0", "1", "1")),
-                 Sees(counts("1", "1", "1", "1")), kept, Sees(stranded), Sees(stranded),
-                 Sees(counts("2", "0", "0", "2"))),
-        Grabbing("EventGetData", Sees(counts("1", "0", "1", "0"), fetched),
-                 Sees(counts("1", "1", "1", "0"), fetched), closed, Sees(stranded),
-                 {-1011, "Timeout", "unchanged", stranded},
-                 Sees(counts("2", "0", "0", "1"), fetched)),
-        Grabbing("EventGetData, without a buffer", dropped, droppedTwo, droppedNone, Sees(none),
-                 {-1011, "Timeout", "unchanged", none}, droppedTwo),
+        Grabbing("DSStartAcquisition", {.nothingYet = Sees(Counts(1, 0, 1, 1)),
+                                        .ended = Sees(Counts(0, 0, 2, 0)),
+                                        .lost = Sees(Counts(1, 1, 1, 1)),
+                                        .silent = Sees(stranded),
+                                        .fatal = Sees(stranded),
+                                        .delayed = Sees(Counts(2, 0, 0, 2))}),
+        Grabbing("EventGetData", {.nothingYet = Sees(Counts(1, 0, 1, 0), "number 0"),
+                                  .ended = Ended(Counts(0, 0, 2, 0)),
+                                  .lost = Sees(Counts(1, 1, 1, 0), "number 0"),
+                                  .silent = Sees(stranded),
+                                  .fatal = TimedOut(stranded),
+                                  .delayed = Sees(Counts(2, 0, 0, 1), "number 0")}),
+        Grabbing("EventGetData, without a buffer", {.nothingYet = Ended(Counts(0, 1, 0, 0)),
+                                                    .ended = Ended(none),
+                                                    .lost = Ended(Counts(0, 2, 0, 0)),
+                                                    .silent = Sees(none),
+                                                    .fatal = TimedOut(none),
+                                                    .delayed = Ended(Counts(0, 2, 0, 0))}),
     };
 }
 
