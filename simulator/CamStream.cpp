@@ -57,11 +57,16 @@ Int32 CCamStream::StopAcquisition(UInt32 reserved) {
 }
 
 Int32 CCamStream::GrabImage(void* destination, UInt32 timeout) {
-    return m_handle.Perform(
-        {.operation = OPTIVO_STREAM_GRAB_IMAGE,
-         .selector = reinterpret_cast<std::uintptr_t>(destination),
-         .argument = timeout},
-        [&](CStreamContents& stream) { return stream.Images().Grab(destination, timeout); });
+    return m_handle.Perform({.operation = OPTIVO_STREAM_GRAB_IMAGE,
+                             .selector = reinterpret_cast<std::uintptr_t>(destination),
+                             .argument = timeout},
+                            [&](CStreamContents& stream) {
+                                const Int32 result = stream.Images().Grab(destination, timeout);
+                                if (result == Optivo::kGrabDelivered) {
+                                    CLibrary::Get().TellGrabObserver();
+                                }
+                                return result;
+                            });
 }
 
 Int32 CCamStream::SetStreamParameter(UInt32 command, UInt32* value, Size* size) {

@@ -43,6 +43,14 @@ public:
     std::uint64_t NumDoubleCloses() const { return m_numDoubleCloses; }
     std::uint64_t NumUsesAfterClose() const { return m_numUsesAfterClose; }
 
+    // Null is none.
+    void ObserveGrabs(void (*observer)()) { m_grabObserver = observer; }
+    void TellGrabObserver() const {
+        if (auto* const observer = m_grabObserver.load(std::memory_order_acquire)) {
+            observer();
+        }
+    }
+
     // False while the file that was to describe the world did not.
     bool HasWorld() const { return m_hasWorld; }
     void Reset();
@@ -67,6 +75,7 @@ private:
     CPool<CCamStream> m_streams;
     std::atomic<std::uint64_t> m_numDoubleCloses{0};
     std::atomic<std::uint64_t> m_numUsesAfterClose{0};
+    std::atomic<void (*)()> m_grabObserver{nullptr};
 };
 
 } // namespace OptivoSim

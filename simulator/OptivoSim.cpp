@@ -164,6 +164,10 @@ int OptivoSim_AddImageFault(const char* camera, const OptivoImageFault* fault) {
     return 1;
 }
 
+void OptivoSim_ObserveGrabs(OptivoGrabObserver observer) {
+    CLibrary::Get().ObserveGrabs(observer);
+}
+
 int OptivoSim_Unplug(const char* camera) {
     const auto found = FindCamera(camera);
     if (found != nullptr) {

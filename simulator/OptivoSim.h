@@ -177,6 +177,11 @@ typedef struct {
 /* Adds a fault to the images that the camera makes from now on; the first that applies decides. */
 OPTIVO_SIM_API int OptivoSim_AddImageFault(const char* camera, const OptivoImageFault* fault);
 
+/* Is called on the grabbing thread at the end of every grab that brought an image, just before the
+   grab returns; null is none. */
+typedef void (*OptivoGrabObserver)(void);
+OPTIVO_SIM_API void OptivoSim_ObserveGrabs(OptivoGrabObserver observer);
+
 /* Pulls a camera's plug: it is not discovered any more, its ports and descriptions answer
    GC_ERR_IO (-1010), and its streams end (-2). Plugging it in again lets it be discovered and
    opened anew; objects that were open stay dead. */

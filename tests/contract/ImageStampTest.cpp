@@ -1,6 +1,7 @@
 // The stamp of an image tells a consumer that it is whole, which one it is, and what went missing.
 #include "StreamFixtures.h"
 
+#include <atomic>
 #include <cstddef>
 
 namespace {
@@ -44,6 +45,22 @@ TEST_F(ImageStampTest, TellsTheImage) {
         EXPECT_GT(stamp.nanoseconds, last);
         last = stamp.nanoseconds;
     }
+}
+
+std::atomic<uint64_t> g_numObserved = 0;
+
+TEST_F(ImageStampTest, EveryGrabThatBringsAnImageIsObserved) {
+    OptivoSim_ObserveGrabs([] { ++g_numObserved; });
+    StartWith(2);
+    for (uint64_t number = 1; number <= 5; ++number) {
+        Produce(1);
+        Take();
+        EXPECT_EQ(g_numObserved, number);
+    }
+    OptivoSim_ObserveGrabs(nullptr);
+    Produce(1);
+    Take();
+    EXPECT_EQ(g_numObserved, 5U);
 }
 
 TEST_F(ImageStampTest, NumbersStartAnewWithTheStream) {

@@ -4,6 +4,7 @@
 
 #include <windows.h>
 
+#include <cstdint>
 #include <psapi.h>
 #include <tlhelp32.h>
 #include <winternl.h>
@@ -30,6 +31,17 @@ size_t AllocatedBytes() {
         HeapUnlock(heap);
     }
     return sum;
+}
+
+static double SecondsOf(const FILETIME& time) {
+    const uint64_t ticks = uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime;
+    return static_cast<double>(ticks) / 1e7;
+}
+
+double ProcessorSeconds() {
+    FILETIME begun, ended, inSystem, inUser;
+    GetProcessTimes(GetCurrentProcess(), &begun, &ended, &inSystem, &inUser);
+    return SecondsOf(inSystem) + SecondsOf(inUser);
 }
 
 unsigned NumThreads() {
@@ -70,6 +82,7 @@ unsigned NumHandles() {
 
 #else
 
+#include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -88,6 +101,10 @@ double ResidentKibibytes() {
 size_t AllocatedBytes() {
     const struct mallinfo2 info = mallinfo2();
     return info.uordblks + info.hblkhd;
+}
+
+double ProcessorSeconds() {
+    return static_cast<double>(std::clock()) / CLOCKS_PER_SEC;
 }
 
 static unsigned NumEntries(const char* folder) {
