@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what the builds and tests need on Debian 12 and makes .cache/: Boost.Thread for Windows, a Wine prefix.
+# Installs what the builds and tests need on Debian 12 and makes .cache/: Windows libraries, a Wine prefix.
 # Call it from anywhere, as root or as a user with sudo, as often as you like: scripts/setup.sh
 set -euo pipefail
 
@@ -15,7 +15,7 @@ packages=(
   libboost1.81-dev libboost-thread1.81-dev nlohmann-json3-dev libcli11-dev libstb-dev
   googletest libbenchmark-dev libxml2-utils
 )
-header_folders=(boost nlohmann CLI stb)
+header_folders=(boost nlohmann CLI stb benchmark)
 
 keyring=/usr/share/keyrings/debian-archive-keyring.gpg
 compiler=x86_64-w64-mingw32-g++-posix
@@ -26,6 +26,9 @@ sources=(
   libs/thread/src/win32/tss_dll.cpp libs/thread/src/win32/tss_pe.cpp libs/thread/src/future.cpp
   libs/chrono/src/chrono.cpp
 )
+
+benchmark_flags=(-DBENCHMARK_STATIC_DEFINE -DHAVE_STD_REGEX -DHAVE_STEADY_CLOCK -DNDEBUG)
+source_packages=(boost1.81 benchmark)
 
 say() { echo "setup: $*" >&2; }
 die() {
@@ -84,7 +87,7 @@ install_packages() {
   done
 }
 
-# The Debian mirrors to ask for the source package: the system's own first.
+# The Debian mirrors to ask for source packages: the system's own first.
 mirrors() {
   # shellcheck disable=SC2016 # the parentheses are apt's
   { apt-get indextargets --format '$(REPO_URI)' \
@@ -93,7 +96,7 @@ mirrors() {
   } | grep -E '^https?:' | awk '!seen[$0]++'
 }
 
-# fetch_from MIRROR FOLDER: Debian's Boost source, without touching the system's package lists.
+# fetch_from MIRROR FOLDER: Debian's sources of the libraries, without touching the system's package lists.
 fetch_from() {
   mkdir -p "$2/lists/partial" "$2/archives/partial"
   echo "deb-src [signed-by=$keyring] $1 bookworm main" >"$2/sources.list"
@@ -108,16 +111,40 @@ CONF
   (
     cd "$2"
     export APT_CONFIG=$2/apt.conf
-    apt-get -q update && apt-get -q source --download-only --tar-only boost1.81
+    apt-get -q update && apt-get -q source --download-only --tar-only "${source_packages[@]}"
   )
 }
 
-fetch_boost() {
+fetch_sources() {
   local mirror
   while read -r mirror; do
     fetch_from "$mirror" "$1" && return
   done < <(mirrors)
   return 1
+}
+
+# unpack FOLDER PACKAGE PATTERN...: those files of a fetched source package, into the folder's subfolder of that name.
+unpack() {
+  local work=$1 package=$2
+  shift 2
+  mkdir -p "$work/$package"
+  tar -xf "$work"/download/"$package"_*.orig.tar.?z -C "$work/$package" --strip-components=1 --wildcards "$@"
+}
+
+# archive FOLDER NAME FLAG... -- SOURCE...: compiles sources into a static library of the folder's new prefix.
+archive() {
+  local work=$1 name=$2 own=() source objects=()
+  shift 2
+  while [ "$1" != -- ]; do
+    own+=("$1")
+    shift
+  done
+  shift
+  for source in "$@"; do
+    objects+=("$work/objects/$(basename "${source%.*}").o")
+    "$compiler" "${flags[@]}" "${own[@]}" -I "$work/new/include" -c "$source" -o "${objects[-1]}"
+  done
+  x86_64-w64-mingw32-ar rcs "$work/new/lib/$name" "${objects[@]}"
 }
 
 check_boost() {
@@ -154,34 +181,32 @@ CPP
 
 stamp() {
   # shellcheck disable=SC2016 # the braces are dpkg-query's
-  dpkg-query -W -f '${Package} ${Version}\n' libboost1.81-dev g++-mingw-w64-x86-64-posix
-  printf '%s\n' "${flags[*]}" "${sources[@]}" "${header_folders[*]}"
+  dpkg-query -W -f '${Package} ${Version}\n' libboost1.81-dev libbenchmark-dev g++-mingw-w64-x86-64-posix
+  printf '%s\n' "${flags[*]}" "${sources[@]}" "${benchmark_flags[*]}" "${header_folders[*]}"
 }
 
 make_windows_libraries() {
   [ "$(cat "$prefix/built-from" 2>/dev/null)" != "$(stamp)" ] || return 0
   [ -r "$keyring" ] || die "$keyring is missing: install debian-archive-keyring"
-  local work=$cache/windows.partial source object
+  local work=$cache/windows.partial folder
   rm -rf "$work"
-  mkdir -p "$work/download" "$work/boost" "$work/objects" "$work/new/include" "$work/new/lib"
-  for source in "${header_folders[@]}"; do
-    [ -d "/usr/include/$source" ] || die "/usr/include/$source is missing"
-    ln -s "/usr/include/$source" "$work/new/include/$source"
+  mkdir -p "$work/download" "$work/objects" "$work/new/include" "$work/new/lib"
+  for folder in "${header_folders[@]}"; do
+    [ -d "/usr/include/$folder" ] || die "/usr/include/$folder is missing"
+    ln -s "/usr/include/$folder" "$work/new/include/$folder"
   done
 
-  say "fetching the source of Boost 1.81"
-  try_often fetch_boost "$work/download" >"$work/download.log" 2>&1 ||
-    { cat "$work/download.log" >&2; die "the source of Boost 1.81 could not be fetched"; }
+  say "fetching the sources of ${source_packages[*]}"
+  try_often fetch_sources "$work/download" >"$work/download.log" 2>&1 ||
+    { cat "$work/download.log" >&2; die "the sources of ${source_packages[*]} could not be fetched"; }
   say "building Boost.Thread for Windows"
-  tar -xf "$work"/download/boost1.81_*.orig.tar.xz -C "$work/boost" --strip-components=1 \
-    --wildcards '*/libs/thread/src/*' '*/libs/chrono/src/*'
-  for source in "${sources[@]}"; do
-    object=$work/objects/$(basename "$source" .cpp).o
-    "$compiler" "${flags[@]}" -DBOOST_THREAD_BUILD_LIB -I "$work/new/include" \
-      -c "$work/boost/$source" -o "$object"
-  done
-  x86_64-w64-mingw32-ar rcs "$work/new/lib/libboost_thread.a" "$work"/objects/*.o
+  unpack "$work" boost1.81 '*/libs/thread/src/*' '*/libs/chrono/src/*'
+  archive "$work" libboost_thread.a -DBOOST_THREAD_BUILD_LIB -- "${sources[@]/#/$work/boost1.81/}"
   check_boost "$work/new"
+  say "building Google Benchmark for Windows"
+  unpack "$work" benchmark '*/src/*'
+  rm "$work/benchmark/src/benchmark_main.cc"
+  archive "$work" libbenchmark.a "${benchmark_flags[@]}" -- "$work"/benchmark/src/*.cc
 
   stamp >"$work/new/built-from"
   rm -rf "$prefix"
