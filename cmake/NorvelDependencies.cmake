@@ -1,4 +1,4 @@
-# Where Boost, GoogleTest and the header-only libraries come from on each target:
+# Where Boost, GoogleTest, Google Benchmark and the header-only libraries come from on each target:
 # Debian's packages natively, .cache/windows (made by scripts/setup.sh) for the cross build.
 set(BOOST_VERSION_WANTED 1.81)
 
@@ -30,5 +30,16 @@ if(NORVELTL_BUILD_TESTS)
   add_subdirectory(/usr/src/googletest ${CMAKE_BINARY_DIR}/googletest EXCLUDE_FROM_ALL SYSTEM)
   if(NORVELTL_SANITIZE)
     target_compile_options(gtest PRIVATE -fsanitize=${NORVELTL_SANITIZE})
+  endif()
+endif()
+
+if(NORVELTL_BUILD_TESTS AND NOT NORVELTL_SANITIZE AND NOT MSVC)
+  add_library(norvel_benchmark INTERFACE)
+  if(CMAKE_CROSSCOMPILING)
+    target_link_libraries(norvel_benchmark INTERFACE ${NORVELTL_CROSS_PREFIX}/lib/libbenchmark.a shlwapi)
+    target_compile_definitions(norvel_benchmark INTERFACE BENCHMARK_STATIC_DEFINE)
+  else()
+    find_package(benchmark REQUIRED)
+    target_link_libraries(norvel_benchmark INTERFACE benchmark::benchmark)
   endif()
 endif()

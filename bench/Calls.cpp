@@ -1,0 +1,224 @@
+// Single calls of exported functions, in nanoseconds each.
+#include "Figures.h"
+#include "Subjects.h"
+
+#include "core/LiveObjects.h"
+
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <stdexcept>
+
+namespace {
+
+constexpr unsigned kSide = 8;
+constexpr std::size_t kSize = 64;
+constexpr std::uint64_t kWidthRegister = 0x400;
+
+// An open camera with a stream of one buffer that acquires nothing.
+struct IdleStream {
+    const bool isWorldMade = (MakeCameras(1, kSide, kSide, -1), true);
+    OpenModule module;
+    ModuleStream stream{module, 0, 1, kSize};
+};
+
+void ReadPortOfModule(benchmark::State& state) {
+    const IdleStream idle;
+    Producer& gentl = idle.module.gentl;
+    for (auto _ : state) {
+        std::uint32_t value = 0;
+        std::size_t size = sizeof value;
+        Check(gentl.GCReadPort(idle.stream.remote, kWidthRegister, &value, &size), "GCReadPort");
+        benchmark::DoNotOptimize(value);
+    }
+}
+
+void ReadPortOfLibrary(benchmark::State& state) {
+    MakeCameras(1, kSide, kSide, -1);
+    OpenLibrary library;
+    LibraryStream stream(library, 0);
+    Optivo::ICamDevice& device = stream.Device();
+    for (auto _ : state) {
+        std::uint32_t value = 0;
+        Optivo::Size size = sizeof value;
+        Check(device.ReadPort(kWidthRegister, &value, &size), "ReadPort");
+        benchmark::DoNotOptimize(value);
+    }
+}
+
+// The port of a stream gives and takes nothing: what is left is the frame with its handle check.
+void EmptyCall(benchmark::State& state) {
+    const IdleStream idle;
+    Producer& gentl = idle.module.gentl;
+    for (auto _ : state) {
+        std::uint32_t value = 0;
+        std::size_t size = sizeof value;
+        Check(gentl.GCReadPort(idle.stream.stream, 0, &value, &size), "GCReadPort");
+        benchmark::DoNotOptimize(value);
+    }
+}
+
+void StreamInfo(benchmark::State& state) {
+    IdleStream idle;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(idle.stream.Number(STREAM_INFO_NUM_DELIVERED));
+    }
+}
+
+void BufferInfo(benchmark::State& state) {
+    const IdleStream idle;
+    Producer& gentl = idle.module.gentl;
+    auto* const buffer = idle.stream.buffers.at(0);
+    for (auto _ : state) {
+        void* base = nullptr;
+        std::size_t size = sizeof base;
+        INFO_DATATYPE type = 0;
+        Check(gentl.DSGetBufferInfo(idle.stream.stream, buffer, BUFFER_INFO_BASE, &type, &base,
+                                    &size),
+              "DSGetBufferInfo");
+        benchmark::DoNotOptimize(base);
+    }
+}
+
+// A buffer is queued and taken back: two calls.
+void QueueAndDiscard(benchmark::State& state) {
+    IdleStream idle;
+    auto* const buffer = idle.stream.buffers.at(0);
+    Producer& gentl = idle.module.gentl;
+    for (auto _ : state) {
+        idle.stream.Queue(buffer);
+        Check(gentl.DSFlushQueue(idle.stream.stream, ACQ_QUEUE_ALL_DISCARD), "DSFlushQueue");
+    }
+}
+
+// Where the System module's XML is, as its URL tells: "Local:NAME;ADDRESS;LENGTH".
+struct Block {
+    Block(Producer& gentl, TL_HANDLE system) {
+        std::array<char, 1024> url{};
+        std::size_t length = url.size();
+        Check(gentl.GCGetPortURL(system, url.data(), &length), "GCGetPortURL");
+        const char* const first = std::strchr(url.data(), ';');
+        Require(first != nullptr, "no address in the URL");
+        char* second = nullptr;
+        address = std::strtoull(first + 1, &second, 16);
+        Require(*second == ';', "no length in the URL");
+        size = (std::strtoull(second + 1, nullptr, 16) + 3) / 4 * 4;
+    }
+
+    std::uint64_t address;
+    std::size_t size;
+};
+
+void XmlOfModule(benchmark::State& state) {
+    const IdleStream idle;
+    Producer& gentl = idle.module.gentl;
+    const Block block(gentl, idle.module.system);
+    std::vector<char> text(block.size);
+    for (auto _ : state) {
+        std::size_t size = block.size;
+        Check(gentl.GCReadPort(idle.module.system, block.address, text.data(), &size),
+              "GCReadPort");
+        benchmark::ClobberMemory();
+    }
+    Require(text.at(0) == '<', "no XML");
+    state.counters["bytes"] = static_cast<double>(block.size);
+}
+
+class IWords {
+public:
+    virtual ~IWords() = default;
+    virtual void Copy(std::size_t offset, void* destination) const = 0;
+};
+
+class Words final : public IWords {
+public:
+    explicit Words(std::size_t size) : m_bytes(size) {}
+    void Copy(std::size_t offset, void* destination) const override {
+        std::memcpy(destination, m_bytes.data() + offset, sizeof(std::uint32_t));
+    }
+
+private:
+    std::vector<char> m_bytes;
+};
+
+void XmlByVirtualCalls(benchmark::State& state) {
+    const IdleStream idle;
+    const Block block(idle.module.gentl, idle.module.system);
+    std::vector<char> text(block.size);
+    std::unique_ptr<IWords> words = std::make_unique<Words>(block.size);
+    for (auto _ : state) {
+        // Nobody is to know whose operation is called.
+        benchmark::DoNotOptimize(words);
+        for (std::size_t offset = 0; offset < block.size; offset += sizeof(std::uint32_t)) {
+            words->Copy(offset, text.data() + offset);
+        }
+        benchmark::ClobberMemory();
+    }
+    state.counters["bytes"] = static_cast<double>(block.size);
+}
+
+// As many handles as a process with some cameras has, in an order that no processor foresees.
+class Handles {
+public:
+    static constexpr std::size_t kCount = 1024;
+
+    Handles() {
+        for (std::size_t i = 0; i < kCount; ++i) {
+            m_objects[i] = std::make_unique<std::array<char, 200>>();
+            GenICam::Client::CLiveObjects::Modules().Add(m_objects[i].get());
+        }
+    }
+    ~Handles() {
+        for (const auto& object : m_objects) {
+            GenICam::Client::CLiveObjects::Modules().Remove(object.get());
+        }
+    }
+    Handles(const Handles&) = delete;
+    Handles& operator=(const Handles&) = delete;
+
+    const void* Next() {
+        m_next = (m_next * 5 + 1) % kCount;
+        return m_objects[m_next].get();
+    }
+
+private:
+    std::array<std::unique_ptr<std::array<char, 200>>, kCount> m_objects;
+    std::size_t m_next = 0;
+};
+
+void HandleCheck(benchmark::State& state) {
+    Handles handles;
+    const auto& live = GenICam::Client::CLiveObjects::Modules();
+    bool areAllFound = true;
+    for (auto _ : state) {
+        const bool isFound = live.Contains(handles.Next());
+        benchmark::DoNotOptimize(areAllFound = areAllFound && isFound);
+    }
+    Require(areAllFound, "a live handle was not found");
+}
+
+void NoHandleCheck(benchmark::State& state) {
+    Handles handles;
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(handles.Next());
+    }
+}
+
+} // namespace
+
+void RegisterCalls(const Effort& /*effort*/) {
+    const auto add = [](const char* name, void (*run)(benchmark::State&)) {
+        benchmark::RegisterBenchmark(name, run)->UseRealTime();
+    };
+    add("read_port/module", ReadPortOfModule);
+    add("read_port/limit", ReadPortOfLibrary);
+    add("empty_call/limit", EmptyCall);
+    add("stream_info/module", StreamInfo);
+    add("buffer_info/module", BufferInfo);
+    add("queue_buffer/module", QueueAndDiscard);
+    add("system_xml/module", XmlOfModule);
+    add("system_xml/limit", XmlByVirtualCalls);
+    add("handle_check/module", HandleCheck);
+    add("handle_check/limit", NoHandleCheck);
+}

@@ -1,0 +1,142 @@
+// Frames through the data stream. One consumer fetches and requeues; the limit of the cost is a
+// pair of threads that pass as many items back and forth, that of the throughput is the camera.
+#include "Figures.h"
+#include "Subjects.h"
+
+#include <condition_variable>
+#include <mutex>
+#include <queue>
+#include <thread>
+
+namespace {
+
+constexpr unsigned kNumBuffers = 16;
+constexpr unsigned kSmallSide = 8;
+constexpr std::size_t kSmallSize = 64;
+constexpr unsigned kNumLargeBuffers = 8;
+constexpr unsigned kLargeWidth = 4096;
+constexpr unsigned kLargeHeight = 3072;
+constexpr std::size_t kLargeSize = std::size_t{12} << 20;
+
+class ItemQueue {
+public:
+    void Push(int item) {
+        {
+            const std::lock_guard lock(m_lock);
+            m_items.push(item);
+        }
+        m_filled.notify_one();
+    }
+    int Pop() {
+        std::unique_lock lock(m_lock);
+        m_filled.wait(lock, [this] { return !m_items.empty(); });
+        const int item = m_items.front();
+        m_items.pop();
+        return item;
+    }
+
+private:
+    std::mutex m_lock;
+    std::condition_variable m_filled;
+    std::queue<int> m_items;
+};
+
+void CostOfModule(benchmark::State& state) {
+    MakeCameras(1, kSmallSide, kSmallSide, 0);
+    const OpenModule module;
+    ModuleStream stream(module, 0, kNumBuffers, kSmallSize);
+    stream.Start();
+    stream.TakeMany(kWarmUp);
+    const std::uint64_t lostBefore = stream.Number(STREAM_INFO_NUM_UNDERRUN);
+    for (auto _ : state) {
+        stream.Take();
+    }
+    const std::uint64_t lost = stream.Number(STREAM_INFO_NUM_UNDERRUN) - lostBefore;
+    state.counters["lost_per_frame"] =
+        benchmark::Counter(static_cast<double>(lost), benchmark::Counter::kAvgIterations);
+}
+
+void CostOfQueues(benchmark::State& state) {
+    constexpr int kEnd = -1;
+    ItemQueue filled;
+    ItemQueue empty;
+    std::thread filler([&] {
+        for (int item = empty.Pop(); item != kEnd; item = empty.Pop()) {
+            filled.Push(item);
+        }
+    });
+    for (unsigned i = 0; i < kNumBuffers; ++i) {
+        empty.Push(static_cast<int>(i));
+    }
+    for (auto _ : state) {
+        empty.Push(filled.Pop());
+    }
+    empty.Push(kEnd);
+    filler.join();
+}
+
+// What the library takes of a frame, which the producer's figure contains.
+void CostOfLibrary(benchmark::State& state) {
+    MakeCameras(1, kSmallSide, kSmallSide, 0);
+    OpenLibrary library;
+    LibraryStream stream(library, 0);
+    stream.Start();
+    void* const memory = ImageMemory(0, kSmallSize);
+    stream.TakeMany(kWarmUp, memory);
+    for (auto _ : state) {
+        stream.Take(memory);
+    }
+}
+
+void CountBytes(benchmark::State& state) {
+    state.SetBytesProcessed(static_cast<std::int64_t>(kLargeSize) *
+                            static_cast<std::int64_t>(state.iterations()));
+}
+
+void ThroughputOfModule(benchmark::State& state, unsigned warmUp) {
+    MakeCameras(1, kLargeWidth, kLargeHeight, 0);
+    const OpenModule module;
+    ModuleStream stream(module, 0, kNumLargeBuffers, kLargeSize);
+    stream.Start();
+    stream.TakeMany(warmUp);
+    for (auto _ : state) {
+        stream.Take();
+    }
+    CountBytes(state);
+}
+
+void ThroughputOfLibrary(benchmark::State& state, unsigned warmUp) {
+    MakeCameras(1, kLargeWidth, kLargeHeight, 0);
+    OpenLibrary library;
+    LibraryStream stream(library, 0);
+    stream.Start();
+    unsigned next = 0;
+    const auto grab = [&] {
+        void* const memory = ImageMemory(next, kLargeSize);
+        next = (next + 1) % kNumLargeBuffers;
+        Check(stream.Stream().GrabImage(memory, 1000), "GrabImage");
+    };
+    for (unsigned i = 0; i < warmUp; ++i) {
+        grab();
+    }
+    for (auto _ : state) {
+        grab();
+    }
+    CountBytes(state);
+}
+
+} // namespace
+
+void RegisterFrames(const Effort& effort) {
+    benchmark::RegisterBenchmark("frame_cost/module", CostOfModule)->UseRealTime();
+    benchmark::RegisterBenchmark("frame_cost/limit", CostOfQueues)->UseRealTime();
+    benchmark::RegisterBenchmark("frame_cost/library", CostOfLibrary)->UseRealTime();
+    const unsigned warmUp = effort.Of(kWarmUp, kNumLargeBuffers);
+    const auto frames = effort.Of<benchmark::IterationCount>(200, 8);
+    benchmark::RegisterBenchmark("throughput/module", ThroughputOfModule, warmUp)
+        ->UseRealTime()
+        ->Iterations(frames);
+    benchmark::RegisterBenchmark("throughput/limit", ThroughputOfLibrary, warmUp)
+        ->UseRealTime()
+        ->Iterations(frames);
+}

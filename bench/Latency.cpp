@@ -1,0 +1,138 @@
+// From the end of a grab to the return of the EventGetData that was already waiting for it; the
+// limit is one wake-up of a waiting condition variable. In both, a third thread first wakes the one
+// that is measured against, so that it runs as a thread does that has just been woken itself.
+#include "Figures.h"
+#include "OptivoSim.h"
+#include "Subjects.h"
+
+#include <algorithm>
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <thread>
+#include <utility>
+#include <vector>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr unsigned kNumBuffers = 4;
+constexpr unsigned kSide = 8;
+constexpr std::size_t kSize = 64;
+// Long enough for a thread that is about to wait to be asleep.
+constexpr std::chrono::milliseconds kPause(1);
+
+std::atomic<Clock::rep> g_begin{0};
+
+void NoteBegin() {
+    g_begin.store(Clock::now().time_since_epoch().count(), std::memory_order_release);
+}
+
+// A flag that threads wait for.
+class Signal {
+public:
+    void Give() {
+        {
+            const std::lock_guard lock(m_lock);
+            m_given = true;
+        }
+        m_changed.notify_one();
+    }
+    void Await() {
+        std::unique_lock lock(m_lock);
+        m_changed.wait(lock, [this] { return m_given; });
+        m_given = false;
+    }
+
+private:
+    std::mutex m_lock;
+    std::condition_variable m_changed;
+    bool m_given = false;
+};
+
+// A thread that does something whenever it is asked to.
+class Helper {
+public:
+    explicit Helper(std::function<void()> work) : m_work(std::move(work)) {
+        m_thread = std::thread([this] { Run(); });
+    }
+    ~Helper() {
+        m_stop = true;
+        m_asked.Give();
+        m_thread.join();
+    }
+    Helper(const Helper&) = delete;
+    Helper& operator=(const Helper&) = delete;
+
+    void Ask() { m_asked.Give(); }
+
+private:
+    void Run() {
+        for (m_asked.Await(); !m_stop; m_asked.Await()) {
+            m_work();
+        }
+    }
+
+    std::function<void()> m_work;
+    Signal m_asked;
+    std::atomic<bool> m_stop{false};
+    std::thread m_thread;
+};
+
+// Measures from NoteBegin to the return of the wait, which cause ends.
+template <class Wait>
+void MeasureWaits(benchmark::State& state, const std::function<void()>& cause, const Wait& wait) {
+    Helper causer([&] {
+        std::this_thread::sleep_for(kPause);
+        cause();
+    });
+    std::vector<double> nanoseconds;
+    nanoseconds.reserve(static_cast<std::size_t>(state.max_iterations));
+    for (auto _ : state) {
+        causer.Ask();
+        wait();
+        const auto end = Clock::now().time_since_epoch();
+        const Clock::duration begin(g_begin.load(std::memory_order_acquire));
+        const std::chrono::duration<double> seconds = end - begin;
+        state.SetIterationTime(seconds.count());
+        nanoseconds.push_back(seconds.count() * 1e9);
+    }
+    std::sort(nanoseconds.begin(), nanoseconds.end());
+    state.counters["median"] = nanoseconds[nanoseconds.size() / 2];
+    state.counters["p99"] = nanoseconds[nanoseconds.size() * 99 / 100];
+}
+
+void OfModule(benchmark::State& state) {
+    MakeCameras(1, kSide, kSide, -1);
+    const OpenModule module;
+    ModuleStream stream(module, 0, kNumBuffers, kSize);
+    stream.Start();
+    OptivoSim_ObserveGrabs(NoteBegin);
+    const std::string camera = CameraName(0);
+    MeasureWaits(
+        state, [&] { OptivoSim_ProduceImages(camera.c_str(), 1); }, [&] { stream.Take(); });
+    OptivoSim_ObserveGrabs(nullptr);
+}
+
+void OfConditionVariable(benchmark::State& state) {
+    Signal filled;
+    Helper filler([&] {
+        NoteBegin();
+        filled.Give();
+    });
+    MeasureWaits(
+        state, [&] { filler.Ask(); }, [&] { filled.Await(); });
+}
+
+} // namespace
+
+void RegisterLatency(const Effort& effort) {
+    const auto waits = effort.Of<benchmark::IterationCount>(500, 20);
+    benchmark::RegisterBenchmark("latency/module", OfModule)->UseManualTime()->Iterations(waits);
+    benchmark::RegisterBenchmark("latency/limit", OfConditionVariable)
+        ->UseManualTime()
+        ->Iterations(waits);
+}
