@@ -1,6 +1,7 @@
 // Single calls of exported functions, in nanoseconds each.
 #include "Figures.h"
 #include "Subjects.h"
+#include "Words.h"
 
 #include "core/LiveObjects.h"
 
@@ -81,6 +82,22 @@ void BufferInfo(benchmark::State& state) {
     }
 }
 
+// A thousand buffers are queued, and taken back unmeasured.
+void QueueBuffers(benchmark::State& state) {
+    constexpr unsigned kMany = 1000;
+    MakeCameras(1, kSide, kSide, -1);
+    const OpenModule module;
+    ModuleStream stream(module, 0, kMany, kSize);
+    while (state.KeepRunningBatch(kMany)) {
+        for (auto* const buffer : stream.buffers) {
+            stream.Queue(buffer);
+        }
+        state.PauseTiming();
+        Check(stream.gentl.DSFlushQueue(stream.stream, ACQ_QUEUE_ALL_DISCARD), "DSFlushQueue");
+        state.ResumeTiming();
+    }
+}
+
 // A buffer is queued and taken back: two calls.
 void QueueAndDiscard(benchmark::State& state) {
     IdleStream idle;
@@ -125,31 +142,12 @@ void XmlOfModule(benchmark::State& state) {
     state.counters["bytes"] = static_cast<double>(block.size);
 }
 
-class IWords {
-public:
-    virtual ~IWords() = default;
-    virtual void Copy(std::size_t offset, void* destination) const = 0;
-};
-
-class Words final : public IWords {
-public:
-    explicit Words(std::size_t size) : m_bytes(size) {}
-    void Copy(std::size_t offset, void* destination) const override {
-        std::memcpy(destination, m_bytes.data() + offset, sizeof(std::uint32_t));
-    }
-
-private:
-    std::vector<char> m_bytes;
-};
-
 void XmlByVirtualCalls(benchmark::State& state) {
     const IdleStream idle;
     const Block block(idle.module.gentl, idle.module.system);
     std::vector<char> text(block.size);
-    std::unique_ptr<IWords> words = std::make_unique<Words>(block.size);
+    const std::unique_ptr<IWords> words = MakeWords(block.size);
     for (auto _ : state) {
-        // Nobody is to know whose operation is called.
-        benchmark::DoNotOptimize(words);
         for (std::size_t offset = 0; offset < block.size; offset += sizeof(std::uint32_t)) {
             words->Copy(offset, text.data() + offset);
         }
@@ -216,7 +214,8 @@ void RegisterCalls(const Effort& /*effort*/) {
     add("empty_call/limit", EmptyCall);
     add("stream_info/module", StreamInfo);
     add("buffer_info/module", BufferInfo);
-    add("queue_buffer/module", QueueAndDiscard);
+    add("queue_buffer/module", QueueBuffers);
+    add("queue_and_discard/module", QueueAndDiscard);
     add("system_xml/module", XmlOfModule);
     add("system_xml/limit", XmlByVirtualCalls);
     add("handle_check/module", HandleCheck);

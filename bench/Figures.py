@@ -1,0 +1,151 @@
+"""The figures: which benchmarks they are made of, how they are compared, and their budgets."""
+import dataclasses
+
+
+@dataclasses.dataclass
+class Results:
+    """What one run measured: benchmark -> value name -> number."""
+
+    TARGETS = {"linux": "Linux", "windows": "Windows, under Wine"}
+
+    values: dict
+    context: dict
+    target: str = ""
+
+    def value(self, bench, name):
+        return self.values.get(bench, {}).get(name)
+
+    def samples(self, bench, prefix):
+        found = self.values.get(bench, {})
+        return [found[name] for name in sorted(found) if name.startswith(prefix)]
+
+    def derive(self):
+        """Adds the values that are made of others."""
+        for kind in ("same", "changed"):
+            for side in ("module", "limit"):
+                few, many = (self.value(f"{kind}_list_{count}/{side}", "real_time") for count in (1000, 10000))
+                if few and many:
+                    self.values[f"{kind}_list_growth/{side}"] = {"times": many / few}
+        resident = self.samples("memory/module", "kib_")
+        if resident:
+            settled = len(resident) // 10
+            self.values["memory/module"]["growth"] = resident[-1] - resident[settled]
+
+
+@dataclasses.dataclass(frozen=True)
+class Figure:
+    """compare is "ratio", "speed" (the inverse ratio of two times), "difference", "itself" (the module's value is
+    judged), or "" (nothing is).
+
+    A budget is an upper bound, for "speed" a lower one; with a number of calls, it is for one of them.
+    """
+
+    title: str
+    module: str
+    limit: str = ""
+    compare: str = ""
+    budget: float | None = None
+    value: str = "real_time"
+    unit: str = "ns"
+    calls: int = 1
+    is_change: bool = False  # which may be none, or negative
+
+
+def device_lists():
+    for kind, what in (("same", "unchanged"), ("changed", "half changed")):
+        for count in (100, 1000, 10000):
+            name = f"{kind}_list_{count}"
+            yield Figure(f"update of a list of {count:,} devices, {what}", f"{name}/module", f"{name}/limit", "ratio",
+                         1.5 if count == 10000 else None, unit="us")
+
+
+FIGURES = [
+    Figure("cost per frame", "frame_cost/module", "frame_cost/limit", "ratio", 1.5),
+    Figure("of which in the camera library", "frame_cost/library"),
+    Figure("images dropped per frame, as the consumer was slower", "frame_cost/module", value="lost_per_frame",
+           unit="", is_change=True),
+    Figure("throughput of 12 MiB frames, per frame", "throughput/module", "throughput/limit", "speed", 0.98, unit="us"),
+    Figure("latency, median", "latency/module", "latency/limit", "ratio", 1.25, "median"),
+    Figure("latency, 99th percentile", "latency/module", "latency/limit", "ratio", 1.25, "p99"),
+    Figure("GCReadPort, 4 bytes of a camera", "read_port/module", "read_port/limit", "difference", 10),
+    Figure("DSGetInfo", "stream_info/module", "empty_call/limit", "difference", 30),
+    Figure("DSGetBufferInfo", "buffer_info/module", "empty_call/limit", "difference", 30),
+    Figure("DSQueueBuffer", "queue_buffer/module", "empty_call/limit", "difference", 30),
+    Figure("DSQueueBuffer and DSFlushQueue, each", "queue_and_discard/module", "empty_call/limit", "difference", 30, calls=2),
+    Figure("check of a handle", "handle_check/module", "handle_check/limit", "difference", 15),
+    Figure("System XML", "system_xml/module", "system_xml/limit", "ratio", 1.5),
+    *device_lists(),
+    Figure("processor time of 16 VGA cameras, 30 frames/s", "processor/module", "processor/limit", "difference", 10,
+           "core_percent", "% of a core"),
+    *(Figure(f"growth of the update from 1,000 to 10,000 devices, {what}", f"{kind}_list_growth/module",
+             f"{kind}_list_growth/limit", "itself", 20, "times", "x")
+      for kind, what in (("same", "unchanged"), ("changed", "half changed"))),
+    Figure("resident memory, growth over 900,000 of 1,000,000 frames", "memory/module", compare="itself", budget=256,
+           value="growth", unit="KiB", is_change=True),
+    Figure("resident memory at the end", "memory/module", value="kib_020", unit="KiB"),
+    Figure("load, open and list", "load_open_list/module", unit="us"),
+]
+
+# What is known of the build without a run.
+BUILD_FIGURES = [Figure("size of the module", "module_size/module", value="kib", unit="KiB")]
+
+
+def number(value):
+    if value is None:
+        return "-"
+    if value != 0 and abs(value) < 10:
+        return f"{value:.2f}"
+    return f"{value:,.1f}" if abs(value) < 1000 else f"{value:,.0f}"
+
+
+class Row:
+    """A figure with what was measured of it."""
+
+    def __init__(self, figure, results):
+        self.title = figure.title
+        self.figure = figure
+        scale = 1e3 if figure.unit == "us" else figure.calls
+        module = results.value(figure.module, figure.value)
+        limit = results.value(figure.limit, figure.value) if figure.limit else None
+        self.inputs = f"{figure.module} {module}, {figure.limit or 'no limit'} {limit}"
+        self.is_measured = module is not None and (figure.is_change or module > 0)
+        if figure.limit:
+            self.is_measured = self.is_measured and limit is not None and limit > 0
+        self.module = module / scale if module is not None else None
+        self.limit = limit / (1e3 if figure.unit == "us" else 1) if limit is not None else None
+        self.compared = self._compare() if self.is_measured and figure.compare else None
+
+    def _compare(self):
+        if self.figure.compare == "ratio":
+            return self.module / self.limit
+        if self.figure.compare == "speed":
+            return self.limit / self.module
+        return self.module if self.figure.compare == "itself" else self.module - self.limit
+
+    @property
+    def is_met(self):
+        if self.compared is None or self.figure.budget is None:
+            return None
+        if self.figure.compare == "speed":
+            return self.compared >= self.figure.budget
+        return self.compared <= self.figure.budget
+
+    @property
+    def share_of_budget(self):
+        """1 when the budget is just met, more when it is not; None without a budget."""
+        if self.is_met is None:
+            return None
+        if self.figure.compare == "speed":
+            return self.figure.budget / self.compared
+        return max(self.compared, 0) / self.figure.budget
+
+    def cells(self):
+        unit = f" {self.figure.unit}" if self.figure.unit else ""
+        sign, suffix = {"ratio": ("", "x"), "speed": ("", "x"), "difference": ("+", unit)}.get(self.figure.compare, ("", ""))
+        is_new = self.compared is not None and self.figure.compare != "itself"
+        compared = "" if not is_new else f"{sign if self.compared >= 0 else ''}{number(self.compared)}{suffix}"
+        bound = ">=" if self.figure.compare == "speed" else "<="
+        budget = "" if self.figure.budget is None else f"{bound} {sign}{self.figure.budget:g}{suffix or unit}"
+        met = {None: "", True: "yes", False: "no"}[self.is_met]
+        limit = "" if self.limit is None else number(self.limit) + unit
+        return (self.title, number(self.module) + unit, limit, compared, budget, met)
