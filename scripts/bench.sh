@@ -27,8 +27,8 @@ options=(
 )
 
 scripts/setup.sh
-# Built, so that no compiler runs beside a measurement.
-scripts/build.sh "${presets[@]}"
+# All of them before the first run, so that no compiler runs beside a measurement.
+scripts/build.sh --target norveltl_bench "${presets[@]}"
 folders=()
 for preset in "${presets[@]}"; do
   launch=()
