@@ -28,6 +28,15 @@ void CheckAddress(std::uint64_t address, std::size_t size) {
     }
 }
 
+[[noreturn]] void ThrowUnavailable(std::uint64_t address) {
+    CheckAddress(address, kWidth);
+    throw std::out_of_range(Format("Register %I64X is not available.", address));
+}
+
+[[noreturn]] void ThrowUnreadable(std::uint64_t address) {
+    throw access_error(Format("Register %I64X is not readable.", address));
+}
+
 void CheckBlock(std::uint64_t address, const void* buffer, std::size_t size) {
     CheckAddress(address, size);
     if (buffer == nullptr || size == 0) {
@@ -49,19 +58,18 @@ std::uint32_t HighWord(std::uint64_t value) {
     return static_cast<std::uint32_t>(value >> 32);
 }
 
-// A register's bytes, least significant first, whatever the machine's own order.
+// A register's bytes, least significant first, whatever the machine's own order. Written out,
+// compilers make one access of it.
 void StoreWord(std::uint8_t* bytes, std::uint32_t word) {
-    for (std::size_t i = 0; i < kWidth; ++i) {
-        bytes[i] = static_cast<std::uint8_t>(word >> (8 * i));
-    }
+    bytes[0] = static_cast<std::uint8_t>(word);
+    bytes[1] = static_cast<std::uint8_t>(word >> 8);
+    bytes[2] = static_cast<std::uint8_t>(word >> 16);
+    bytes[3] = static_cast<std::uint8_t>(word >> 24);
 }
 
 std::uint32_t LoadWord(const std::uint8_t* bytes) {
-    std::uint32_t word = 0;
-    for (std::size_t i = 0; i < kWidth; ++i) {
-        word |= static_cast<std::uint32_t>(bytes[i]) << (8 * i);
-    }
-    return word;
+    return std::uint32_t{bytes[0]} | std::uint32_t{bytes[1]} << 8 | std::uint32_t{bytes[2]} << 16 |
+           std::uint32_t{bytes[3]} << 24;
 }
 
 } // namespace
@@ -72,18 +80,18 @@ CRegisterMap::CRegisterMap(std::size_t numReserved) {
 
 CRegisterMap::~CRegisterMap() = default;
 
-CRegisterMap::Register* CRegisterMap::Find(std::uint64_t address) const {
+inline CRegisterMap::Register* CRegisterMap::Find(std::uint64_t address) const {
     const std::uint64_t index = address / kWidth;
     Register* found =
         index < m_registers.size() ? m_registers[static_cast<std::size_t>(index)].get() : nullptr;
     return found != nullptr && found->m_access != 0 ? found : nullptr;
 }
 
-CRegisterMap::Register& CRegisterMap::Available(std::uint64_t address) const {
-    CheckAddress(address, kWidth);
-    Register* found = Find(address);
+// What is found at an aligned address needs no other check.
+inline CRegisterMap::Register& CRegisterMap::Available(std::uint64_t address) const {
+    Register* found = address % kWidth == 0 ? Find(address) : nullptr;
     if (found == nullptr) {
-        throw std::out_of_range(Format("Register %I64X is not available.", address));
+        ThrowUnavailable(address);
     }
     return *found;
 }
@@ -99,7 +107,7 @@ void CRegisterMap::ReadBlock(std::uint64_t address, void* buffer, std::size_t si
 std::uint32_t CRegisterMap::ReadRegister(std::uint64_t address) {
     Register& found = Available(address);
     if ((found.m_access & kReadOnly) == 0) {
-        throw access_error(Format("Register %I64X is not readable.", address));
+        ThrowUnreadable(address);
     }
     if (found.m_onRead != nullptr) {
         found.m_onRead(address, &found.m_value, found.m_context);
