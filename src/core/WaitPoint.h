@@ -113,6 +113,20 @@ private:
     bool m_closed = false;
 };
 
+// Takes a lock that others hold for moments: asking again costs less than to sleep and be woken.
+// Whoever holds it longer is waited for asleep.
+template <class Lock>
+void LockSoon(Lock& lock) {
+    constexpr int kAttempts = 50;
+    for (int i = 0; i < kAttempts; ++i) {
+        if (lock.try_lock()) {
+            return;
+        }
+        std::this_thread::yield();
+    }
+    lock.lock();
+}
+
 // Counts the calls that are inside an object, so that its destruction can wait for them.
 class CCallCounter {
 public:

@@ -195,9 +195,11 @@ private:
 // The input lock as consumers take it: announced, so that the acquisition thread makes way.
 class CDataStream::CInputLock {
 public:
-    explicit CInputLock(CDataStream& stream) : m_lock(stream.m_inputLock, boost::defer_lock) {
-        const CCallCounter::CScope waiting(stream.m_inputWaiters);
-        m_lock.lock();
+    explicit CInputLock(CDataStream& stream) : m_lock(stream.m_inputLock, boost::try_to_lock) {
+        if (!m_lock) {
+            const CCallCounter::CScope waiting(stream.m_inputWaiters);
+            LockSoon(m_lock);
+        }
     }
 
 private:

@@ -14,6 +14,7 @@ namespace {
 
 using GenICam::Client::CCallCounter;
 using GenICam::Client::CWaitPoint;
+using GenICam::Client::LockSoon;
 using GenICam::Client::WaitResult;
 
 struct NoLock {};
@@ -269,6 +270,30 @@ TEST(WaitPointTest, TimesOutNoEarlierThanAsked) {
         EXPECT_GE(std::chrono::steady_clock::now() - start,
                   std::chrono::milliseconds(milliseconds));
     }
+}
+
+// A lock that others hold for so many attempts.
+struct ScriptedLock {
+    bool try_lock() { return numHeld-- == 0; }
+    void lock() { ++numSlept; }
+
+    int numHeld;
+    int numSlept = 0;
+};
+
+TEST(LockSoonTest, TakesALockThatIsFreeSoonWithoutSleeping) {
+    for (const int numHeld : {0, 1, 10}) {
+        ScriptedLock lock{numHeld};
+        LockSoon(lock);
+        EXPECT_EQ(lock.numHeld, -1);
+        EXPECT_EQ(lock.numSlept, 0);
+    }
+}
+
+TEST(LockSoonTest, SleepsOnceForALockThatStaysTaken) {
+    ScriptedLock lock{1'000'000};
+    LockSoon(lock);
+    EXPECT_EQ(lock.numSlept, 1);
 }
 
 TEST(CallCounterTest, DrainsAtOnceWhenNoCallIsInside) {
