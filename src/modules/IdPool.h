@@ -4,8 +4,11 @@
 
 #include <boost/shared_ptr.hpp>
 
+#include <cstddef>
+#include <limits>
 #include <string>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 namespace GenICam::Client {
@@ -16,20 +19,21 @@ class CIdPool {
 public:
     using List = std::vector<boost::shared_ptr<Record>>;
 
-    explicit CIdPool(List records) : m_records(std::move(records)) {
+    explicit CIdPool(List records) : m_records(std::move(records)), m_next(m_records.size()) {
+        m_first.reserve(m_records.size());
         for (std::size_t i = m_records.size(); i-- > 0;) {
-            m_indexes[m_records[i]->GetID()].push_back(i);
+            const auto entry = m_first.try_emplace(m_records[i]->GetID(), kNone).first;
+            m_next[i] = std::exchange(entry->second, i);
         }
     }
 
     // Removes and returns the first record that has the ID; null when none has.
     boost::shared_ptr<Record> Take(const std::string& id) {
-        const auto found = m_indexes.find(id);
-        if (found == m_indexes.end() || found->second.empty()) {
+        const auto found = m_first.find(id);
+        if (found == m_first.end() || found->second == kNone) {
             return nullptr;
         }
-        const std::size_t index = found->second.back();
-        found->second.pop_back();
+        const std::size_t index = std::exchange(found->second, m_next[found->second]);
         return std::move(m_records[index]);
     }
 
@@ -40,9 +44,13 @@ public:
     }
 
 private:
+    static constexpr std::size_t kNone = std::numeric_limits<std::size_t>::max();
+
     List m_records;
-    // Indexes of the remaining records of an ID, the last one first.
-    std::unordered_map<std::string, std::vector<std::size_t>> m_indexes;
+    // The index of the first remaining record of an ID, and behind each record that of the next one
+    // with the same ID.
+    std::unordered_map<std::string, std::size_t> m_first;
+    std::vector<std::size_t> m_next;
 };
 
 } // namespace GenICam::Client

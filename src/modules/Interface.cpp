@@ -267,8 +267,11 @@ void CInterface::UpdateDeviceList(bool8_t* changed, std::uint32_t timeout) {
     const Infos appeared = found.Rest();
     differs = differs || !appeared.empty();
     current.insert(current.end(), appeared.begin(), appeared.end());
-    std::stable_sort(current.begin(), current.end(),
-                     [](const auto& a, const auto& b) { return a->m_id < b->m_id; });
+    const auto isBefore = [](const auto& a, const auto& b) { return a->m_id < b->m_id; };
+    // As long as nothing appears, the old order is still right.
+    if (!std::is_sorted(current.begin(), current.end(), isBefore)) {
+        std::stable_sort(current.begin(), current.end(), isBefore);
+    }
     m_devices.swap(current);
     if (changed != nullptr) {
         *changed = differs ? 1 : 0;
