@@ -77,7 +77,7 @@ FIGURES = [
     *device_lists(),
     Figure("processor time of 16 VGA cameras, 30 frames/s", "processor/module", "processor/limit", "difference", 10,
            "core_percent", "% of a core"),
-    *(Figure(f"growth of the update from 1,000 to 10,000 devices, {what}", f"{kind}_list_growth/module",
+    *(Figure(f"growth, 1,000 to 10,000 devices, {what}", f"{kind}_list_growth/module",
              f"{kind}_list_growth/limit", "ratio", 1.5, "times", "x")
       for kind, what in (("same", "unchanged"), ("changed", "half changed"))),
     Figure("resident memory, growth over 900,000 of 1,000,000 frames", "memory/module", compare="itself", budget=256,

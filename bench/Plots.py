@@ -32,7 +32,7 @@ def budgets(rows):
     titles = [row.title for row in next(iter(rows.values())) if row.figure.budget is not None]
     shares = {target: {row.title: row.share_of_budget for row in list_} for target, list_ in rows.items()}
     largest = max([2.0] + [s for of in shares.values() for s in of.values() if s])
-    left, right, top, height = 330, 40, 50, 34
+    left, right, top, height = 330, 50, 50, 34
     width = 900
     decades = math.log10(largest) + 1
 
