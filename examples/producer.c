@@ -22,9 +22,12 @@ static void* OpenLibrary(const char* path) {
                : (void*)LoadLibraryExA(whole, NULL, LOAD_WITH_ALTERED_SEARCH_PATH);
 #else
     /* Without a separator in it, a name would be looked for in the system's folders. */
-    char path_here[4096];
-    snprintf(path_here, sizeof path_here, "%s%s", strchr(path, '/') == NULL ? "./" : "", path);
-    return dlopen(path_here, RTLD_NOW | RTLD_LOCAL);
+    char here[4096];
+    if (strchr(path, '/') == NULL) {
+        const int length = snprintf(here, sizeof here, "./%s", path);
+        return length < 0 || (size_t)length >= sizeof here ? NULL : dlopen(here, RTLD_NOW);
+    }
+    return dlopen(path, RTLD_NOW);
 #endif
 }
 
@@ -46,10 +49,12 @@ static void* OpenFromEnvironment(void) {
     while (folder != NULL && *folder != '\0') {
         const size_t length = strcspn(folder, SEPARATOR == ';' ? ";" : ":");
         char path[4096];
-        snprintf(path, sizeof path, "%.*s/NorvelTL40.cti", (int)length, folder);
-        void* const library = OpenLibrary(path);
-        if (library != NULL) {
-            return library;
+        const int used = snprintf(path, sizeof path, "%.*s/NorvelTL40.cti", (int)length, folder);
+        if (used > 0 && (size_t)used < sizeof path) {
+            void* const library = OpenLibrary(path);
+            if (library != NULL) {
+                return library;
+            }
         }
         folder += length + (folder[length] == SEPARATOR ? 1 : 0);
     }

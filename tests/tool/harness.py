@@ -155,3 +155,24 @@ class ToolTest(unittest.TestCase):
         """Presses Ctrl-C; Wine takes the signal for it."""
         process.send_signal(signal.SIGINT)
         return self.finish(process)
+
+
+class HelpTest(ToolTest):
+    """Knows the commands and options that --help tells of."""
+
+    def help(self, *command):
+        return self.done(*command, "--help").out
+
+    def commands(self):
+        names = re.findall(r"^  (\w+) ", self.help().split("\nSubcommands:\n")[1], re.M)
+        self.assertGreater(len(names), 11)
+        return names
+
+    def options(self, *command):
+        """The options of a command, short and long."""
+        text = self.help(*command).split("\nOptions:\n")[1].split("\n\n")[0]
+        return {name for line in re.findall(r"^  (-\S+)", text, re.M) for name in line.split(",")}
+
+    def everything(self):
+        """The options by their command; "" is the program's own."""
+        return {"": self.options(), **{command: self.options(command) for command in self.commands()}}
