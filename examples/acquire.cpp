@@ -25,7 +25,7 @@ void Acquire(const Session& session, const std::string& wanted) {
     const size_t length = camera.PayloadSize();
     camera.Start();
     for (int number = 1; number <= kNumImages; ++number) {
-        const BUFFER_HANDLE buffer = camera.Wait(kImageMs).BufferHandle;
+        auto* const buffer = camera.Wait(kImageMs).BufferHandle;
         if (buffer == nullptr) {
             throw std::runtime_error("no image came");
         }

@@ -6,10 +6,10 @@
 
 #if defined(_WIN32)
 #include <windows.h>
-#define SEPARATOR ';'
+#define SEPARATOR ";"
 #else
 #include <dlfcn.h>
-#define SEPARATOR ':'
+#define SEPARATOR ":"
 #endif
 
 static void* OpenLibrary(const char* path) {
@@ -47,7 +47,7 @@ static int Find(void* library, const char* name, void* function, size_t size) {
 static void* OpenFromEnvironment(void) {
     const char* folder = getenv("GENICAM_GENTL64_PATH");
     while (folder != NULL && *folder != '\0') {
-        const size_t length = strcspn(folder, SEPARATOR == ';' ? ";" : ":");
+        const size_t length = strcspn(folder, SEPARATOR);
         char path[4096];
         const int used = snprintf(path, sizeof path, "%.*s/NorvelTL40.cti", (int)length, folder);
         if (used > 0 && (size_t)used < sizeof path) {
@@ -56,7 +56,7 @@ static void* OpenFromEnvironment(void) {
                 return library;
             }
         }
-        folder += length + (folder[length] == SEPARATOR ? 1 : 0);
+        folder += length + (folder[length] == '\0' ? 0 : 1);
     }
     return NULL;
 }

@@ -24,7 +24,7 @@ void Acquire(Task& task, int numWanted) noexcept {
     try {
         task.camera->Start();
         while (task.numImages < numWanted) {
-            const BUFFER_HANDLE buffer = task.camera->Wait(kImageMs).BufferHandle;
+            auto* const buffer = task.camera->Wait(kImageMs).BufferHandle;
             if (buffer == nullptr) {
                 throw std::runtime_error(task.id + ": no image came");
             }
