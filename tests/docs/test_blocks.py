@@ -145,7 +145,8 @@ class Runs(harness.ToolTest):
         self.assertEqual(done.returncode, 1 if fails else 0, done.stderr)
         actual = (done.stdout + done.stderr).splitlines()
         for line in filter(None, expected.splitlines()):
-            if line.strip() != "...":
+            # Whether a line of progress comes depends on how quick the machine is.
+            if line.strip() != "..." and not re.match(r"\d+  [\d.]+ frames/s ", line):
                 form = re.compile(form_of(line))
                 self.assertTrue(any(form.fullmatch(other) for other in actual), f"{line!r} is not in {actual}")
 
