@@ -99,8 +99,12 @@ double ResidentKibibytes() {
 }
 
 size_t AllocatedBytes() {
+#if defined(UNDER_A_SANITIZER)
+    return __sanitizer_get_current_allocated_bytes();
+#else
     const struct mallinfo2 info = mallinfo2();
     return info.uordblks + info.hblkhd;
+#endif
 }
 
 double ProcessorSeconds() {

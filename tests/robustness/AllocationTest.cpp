@@ -1,5 +1,5 @@
 // What can only be told where the process's memory can be watched.
-#include "ProcessMemory.h"
+#include "Process.h"
 
 #if defined(__linux__)
 

@@ -1,7 +1,7 @@
 #include "Fixtures.h"
 
 #include "Background.h"
-#include "ProcessMemory.h"
+#include "Process.h"
 
 #include <algorithm>
 

@@ -282,8 +282,8 @@ protected:
         for (size_t i = 0; i < m_selectors.size(); ++i) {
             const auto operation = static_cast<OptivoOperation>(i);
             for (const uint64_t selector : m_selectors[i]) {
-                const bool isPolled =
-                    action.streams && operation == OPTIVO_STREAM_GET_STREAM_INFO && selector == 3;
+                // Nobody but acquisition threads asks whether an image waits.
+                const bool isPolled = operation == OPTIVO_STREAM_GET_STREAM_INFO && selector == 3;
                 const bool isImage =
                     action.closes && action.streams && operation == OPTIVO_STREAM_GRAB_IMAGE;
                 EXPECT_TRUE(isPolled || isImage ||

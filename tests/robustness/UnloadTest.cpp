@@ -3,7 +3,7 @@
 #include "Background.h"
 #include "ChildProcess.h"
 #include "Consumer.h"
-#include "ProcessMemory.h"
+#include "Process.h"
 #include "Steering.h"
 
 #include <cstdlib>

@@ -3,7 +3,7 @@
 // printed with its seed, as the few calls that it takes.
 // NORVELTL_WALK_SEED=N walks that seed alone and prints every call before it is made;
 // NORVELTL_WALK_COUNT=N makes so many walks in every test.
-#include "ProcessMemory.h"
+#include "Process.h"
 #include "Streams.h"
 #include "WalkRunner.h"
 #include "WalkShrink.h"
