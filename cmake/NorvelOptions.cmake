@@ -32,3 +32,30 @@ if(NORVELTL_SANITIZE)
                                                   -fno-omit-frame-pointer)
   target_link_options(norvel_options INTERFACE -fsanitize=${NORVELTL_SANITIZE})
 endif()
+
+# norvel_reproducible(TARGET...): the bytes of these targets depend neither on the folders of the build nor on its time.
+function(norvel_reproducible)
+  foreach(target IN LISTS ARGN)
+    get_target_property(type ${target} TYPE)
+    if(NOT MSVC)
+      # The last map that fits counts.
+      target_compile_options(${target} PRIVATE $<$<NOT:$<COMPILE_LANGUAGE:RC>>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>
+                                               $<$<NOT:$<COMPILE_LANGUAGE:RC>>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=build>)
+    endif()
+    if(MINGW AND NOT type STREQUAL "OBJECT_LIBRARY")
+      target_link_options(${target} PRIVATE -Wl,--no-insert-timestamp)
+    endif()
+  endforeach()
+endfunction()
+
+# norvel_split_debug(TARGET...): users get these without their debug information, which stays beside for debuggers.
+function(norvel_split_debug)
+  if(MINGW)
+    foreach(target IN LISTS ARGN)
+      set(debug_file $<TARGET_FILE:${target}>.debug)
+      add_custom_command(TARGET ${target} POST_BUILD VERBATIM
+        COMMAND ${CMAKE_OBJCOPY} --only-keep-debug $<TARGET_FILE:${target}> ${debug_file}
+        COMMAND ${CMAKE_OBJCOPY} --strip-debug --add-gnu-debuglink=${debug_file} $<TARGET_FILE:${target}>)
+    endforeach()
+  endif()
+endfunction()
