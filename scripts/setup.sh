@@ -11,7 +11,7 @@ wine_prefix=${WINEPREFIX:-$cache/wine}
 packages=(
   binutils ca-certificates cmake git ninja-build python3 python3-jsonschema xz-utils
   gcc g++ clang clang-format clang-tidy libclang-rt-14-dev llvm-14
-  g++-mingw-w64-x86-64-posix wine64
+  g++-mingw-w64-x86-64-posix wine64 nsis dpkg-dev file pkg-config
   libboost1.81-dev libboost-thread1.81-dev nlohmann-json3-dev libcli11-dev libstb-dev
   googletest libbenchmark-dev libxml2-utils
 )

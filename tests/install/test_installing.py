@@ -1,0 +1,84 @@
+"""cmake --install and the .deb of the development build."""
+import os
+import re
+import shutil
+
+from commands import SOURCES, CommandTest
+
+EXPECTED = ["bin/norveltl", "include/GenTL/GenTL.h", "lib/cmake/NorvelTL/NorvelTLConfig.cmake",
+            "lib/cmake/NorvelTL/NorvelTLConfigVersion.cmake", "lib/cmake/NorvelTL/NorvelTLTargets.cmake",
+            "lib/norveltl/NorvelTL40.cti", "lib/norveltl/libOptivo40.so", "lib/norveltl/norveltl",
+            "lib/pkgconfig/norveltl.pc", "share/bash-completion/completions/norveltl", "share/man/man1/norveltl.1"]
+
+
+def files_in(folder):
+    return sorted(path.relative_to(folder).as_posix() for path in folder.rglob("*") if not path.is_dir())
+
+
+class Installing(CommandTest):
+    def test_the_files(self):
+        files = files_in(self.installed())
+        documents = [name for name in files if name.startswith("share/doc/norveltl/")]
+        self.assertEqual([name for name in files if name not in documents], EXPECTED)
+        for name in ("LICENSE", "copyright", "README.md", "CHANGELOG.md", "SECURITY.md", "licences/Boost.txt",
+                     "docs/norveltl.md", "docs/worlds/small.json"):
+            self.assertIn("share/doc/norveltl/" + name, documents)
+
+    def test_the_tool_finds_the_module(self):
+        prefix = self.installed()
+        self.assertTrue(self.done(prefix / "bin/norveltl", "list").startswith(f"{prefix}/lib/norveltl/NorvelTL40.cti\n"))
+        self.assertEqual(self.done(prefix / "bin/norveltl", "--version"), "norveltl 4.0.1.0\n")
+
+    def test_a_project_finds_the_cmake_package(self):
+        prefix = self.installed()
+        project = self.folder / "project"
+        shutil.copytree(SOURCES / "tests/install/consumer", project)
+        self.done("cmake", "-S", project, "-B", project / "build", "-G", "Ninja", f"-DCMAKE_PREFIX_PATH={prefix}")
+        self.done("cmake", "--build", project / "build")
+        folder = (project / "build/module-folder").read_text()
+        self.assertEqual(folder, f"{prefix}/lib/norveltl")
+        self.assertEqual(self.done(project / "build/consumer", environment={"GENICAM_GENTL64_PATH": folder}), "4.0.1.0\n")
+
+    def test_a_newer_version_is_not_there(self):
+        prefix = self.installed()
+        project = self.folder / "project"
+        shutil.copytree(SOURCES / "tests/install/consumer", project)
+        page = project / "CMakeLists.txt"
+        page.write_text(page.read_text().replace("NorvelTL 4.0 ", "NorvelTL 4.1 "))
+        run = self.run_command("cmake", "-S", project, "-B", project / "build", "-G", "Ninja",
+                               f"-DCMAKE_PREFIX_PATH={prefix}")
+        self.assertNotEqual(run.returncode, 0)
+        self.assertIn("NorvelTLConfig.cmake, version: 4.0.1.0", run.stderr)
+
+    def test_a_project_finds_it_with_pkg_config(self):
+        prefix = self.installed()
+        where = {"PKG_CONFIG_PATH": str(prefix / "lib/pkgconfig")}
+        self.assertEqual(self.done("pkg-config", "--modversion", "norveltl", environment=where), "4.0.1.0\n")
+        source = SOURCES / "tests/install/consumer/consumer.c"
+        self.done("bash", "-c", f'eval cc -o consumer "{source}" "$(pkg-config --cflags norveltl)"', environment=where)
+        folder = self.done("pkg-config", "--variable=gentlpath", "norveltl", environment=where).strip().replace("\\", "")
+        self.assertEqual(os.path.realpath(folder), os.path.realpath(prefix / "lib/norveltl"))
+        self.assertEqual(self.done(self.folder / "consumer", environment={"GENICAM_GENTL64_PATH": folder}), "4.0.1.0\n")
+
+
+class Debian(CommandTest):
+    def package_in(self, name):
+        folder = self.folder / name
+        folder.mkdir()
+        self.done(SOURCES / "packaging/debian.sh", self.build, folder, environment={"SOURCE_DATE_EPOCH": "1700000000"})
+        self.assertEqual(files_in(folder), ["norveltl_4.0.1.0_amd64.deb"])
+        return folder / "norveltl_4.0.1.0_amd64.deb"
+
+    def test_the_package(self):
+        package = self.package_in("one")
+        fields = dict(re.findall(r"^ ?(\S+): (.*)$", self.done("dpkg-deb", "--info", package), re.M))
+        self.assertEqual((fields["Package"], fields["Version"], fields["Architecture"]), ("norveltl", "4.0.1.0", "amd64"))
+        self.assertIn("libboost-thread1.81.0", fields["Depends"])
+        self.done("dpkg-deb", "--extract", package, self.folder / "root")
+        usr = self.folder / "root/usr"
+        self.assertEqual([name for name in files_in(usr) if not name.startswith("share/doc/norveltl/")], EXPECTED)
+        self.assertEqual(files_in(self.folder / "root"), ["usr/" + name for name in files_in(usr)])
+        self.assertTrue(self.done(usr / "bin/norveltl", "list").startswith(f"{usr}/lib/norveltl/NorvelTL40.cti\n"))
+
+    def test_the_same_build_makes_the_same_bytes(self):
+        self.assertEqual(self.package_in("one").read_bytes(), self.package_in("another").read_bytes())
