@@ -1,0 +1,286 @@
+; The installer for 64-bit Windows: packaging/package.py runs makensis on it with VERSION, OUTPUT, STAGE, HELPER_PROGRAM, LISTS and
+; SIZE_PRODUCT, SIZE_SIMULATOR (in kB) defined. LISTS holds the macros that install and remove every single file.
+;
+; /S                 asks nothing
+; /D=FOLDER          installs there; the last option, without quotes
+; /SIMULATED=0 or 1  without or with the simulated camera library
+;
+; Exit code: 0 done, 1 cancelled, 2 failed, 32 a file is in use and nothing was changed, 3010 removed but for files in
+; use, which go when Windows restarts.
+
+Unicode true
+Target amd64-unicode
+SetCompressor /SOLID lzma
+AllowSkipFiles off
+ManifestDPIAware true
+RequestExecutionLevel admin
+
+!include MUI2.nsh
+!include FileFunc.nsh
+!include LogicLib.nsh
+!include "${LISTS}"
+
+!define REGISTRATION "Software\Microsoft\Windows\CurrentVersion\Uninstall\NorvelTL"
+!define FAILED 2
+!define IN_USE 32
+!define RESTART_NEEDED 3010
+
+Name "NorvelTL ${VERSION}"
+OutFile "${OUTPUT}"
+InstallDir "$PROGRAMFILES64\NorvelTL"
+InstallDirRegKey HKLM "${REGISTRATION}" "InstallLocation"
+BrandingText " "
+
+VIProductVersion "${VERSION}"
+VIFileVersion "${VERSION}"
+VIAddVersionKey CompanyName "Norvel"
+VIAddVersionKey FileDescription "NorvelTL installer"
+VIAddVersionKey FileVersion "${VERSION}"
+VIAddVersionKey LegalCopyright "The NorvelTL authors"
+VIAddVersionKey ProductName "NorvelTL"
+VIAddVersionKey ProductVersion "${VERSION}"
+
+!define MUI_ABORTWARNING
+!insertmacro MUI_PAGE_WELCOME
+!insertmacro MUI_PAGE_LICENSE "${STAGE}/LICENSE"
+!define MUI_PAGE_CUSTOMFUNCTION_LEAVE SelectSimulator
+!insertmacro MUI_PAGE_DIRECTORY
+!insertmacro MUI_PAGE_COMPONENTS
+!insertmacro MUI_PAGE_INSTFILES
+!insertmacro MUI_PAGE_FINISH
+!insertmacro MUI_UNPAGE_CONFIRM
+!insertmacro MUI_UNPAGE_INSTFILES
+!insertmacro MUI_LANGUAGE "English"
+
+Var options
+Var old       ; the folder of the installation that is there, or nothing
+Var answer    ; exit code of the helper
+Var said      ; what it printed
+Var failure   ; what went wrong, or nothing
+
+; Fail TEXT CODE: tells it, unless nobody is to be asked, and ends with the code.
+!macro Fail text code
+  MessageBox MB_OK|MB_ICONSTOP "${text}" /SD IDOK
+  SetErrorLevel ${code}
+  Quit
+!macroend
+!define Fail "!insertmacro Fail"
+
+; Helper ARGUMENTS: runs norveltl-environment.exe; the exit code is in $answer.
+!macro Helper arguments
+  nsExec::ExecToStack '"$PLUGINSDIR\norveltl-environment.exe" ${arguments}'
+  Pop $answer
+  Pop $said
+!macroend
+!define Helper "!insertmacro Helper"
+
+!macro UnpackHelper
+  InitPluginsDir
+  File "/oname=$PLUGINSDIR\norveltl-environment.exe" "${HELPER_PROGRAM}"
+!macroend
+
+; Forget: takes our folder out of the machine's variables.
+!macro Forget variable
+  ${Helper} 'remove ${variable} "$INSTDIR\bin"'
+  ${If} $answer != 0
+    StrCpy $failure "The machine's variable ${variable} could not be changed.$\n$\n$said"
+  ${EndIf}
+!macroend
+
+; IsInUse FILE RESULT: 1 when the file can be opened by nobody else than the program that has loaded it.
+!macro IsInUse file result
+  StrCpy ${result} 0
+  ${If} ${FileExists} "${file}"
+    ClearErrors
+    FileOpen ${result} "${file}" a
+    ${If} ${Errors}
+      StrCpy ${result} 1
+    ${Else}
+      FileClose ${result}
+      StrCpy ${result} 0
+    ${EndIf}
+  ${EndIf}
+!macroend
+
+!macro DefineIsBusy un
+; $R0: whether the programs of the installation in $R1 are in use
+Function ${un}IsBusy
+  !insertmacro IsInUse "$R1\bin\NorvelTL40.cti" $R0
+  ${If} $R0 == 0
+    !insertmacro IsInUse "$R1\bin\norveltl.exe" $R0
+  ${EndIf}
+FunctionEnd
+!macroend
+!insertmacro DefineIsBusy ""
+!insertmacro DefineIsBusy "un."
+
+; Nothing may be in use, and what is there goes, before the first file comes.
+Section "-Preparation"
+  ${ForEach} $0 1 2 + 1
+    StrCpy $R1 $INSTDIR
+    ${If} $0 == 2
+    ${AndIf} $old != ""
+      StrCpy $R1 $old
+    ${EndIf}
+    again:
+    Call IsBusy
+    ${If} $R0 != 0
+      MessageBox MB_RETRYCANCEL|MB_ICONEXCLAMATION \
+        "A running program has loaded NorvelTL from $R1.$\n$\nClose the programs that use cameras and choose Retry." \
+        /SD IDCANCEL IDRETRY again
+      SetErrorLevel ${IN_USE}
+      Quit
+    ${EndIf}
+  ${Next}
+  ${If} $old != ""
+  ${AndIf} ${FileExists} "$old\uninstall.exe"
+    ExecWait '"$old\uninstall.exe" /S /REPLACED_BY=$INSTDIR _?=$old' $0
+    ${If} $0 != 0
+      ${Fail} "The installed version of NorvelTL could not be removed from $old." ${FAILED}
+    ${EndIf}
+    Delete "$old\uninstall.exe"
+    RMDir "$old"
+  ${EndIf}
+SectionEnd
+
+Section "-NorvelTL"
+  !insertmacro InstallProduct
+SectionEnd
+
+Section "Simulated camera library" simulator
+  StrCpy $answer 0
+  ${If} ${FileExists} "$INSTDIR\bin\Optivo40.dll"
+    ${Helper} 'is-simulated "$INSTDIR\bin\Optivo40.dll"'
+  ${EndIf}
+  ${If} $answer == 0
+    !insertmacro InstallSimulator
+  ${Else}
+    DetailPrint "$INSTDIR\bin\Optivo40.dll is the maker's and stays."
+    !insertmacro UnselectSection ${simulator}
+  ${EndIf}
+SectionEnd
+
+Section "-Registration"
+  ClearErrors
+  WriteUninstaller "$INSTDIR\uninstall.exe"
+  StrCpy $0 ${SIZE_PRODUCT}
+  StrCpy $1 0
+  ${If} ${SectionIsSelected} ${simulator}
+    IntOp $0 $0 + ${SIZE_SIMULATOR}
+    StrCpy $1 1
+  ${EndIf}
+  WriteRegStr HKLM "${REGISTRATION}" "DisplayName" "NorvelTL"
+  WriteRegStr HKLM "${REGISTRATION}" "DisplayVersion" "${VERSION}"
+  WriteRegStr HKLM "${REGISTRATION}" "DisplayIcon" "$INSTDIR\uninstall.exe"
+  WriteRegStr HKLM "${REGISTRATION}" "Publisher" "Norvel"
+  WriteRegStr HKLM "${REGISTRATION}" "InstallLocation" "$INSTDIR"
+  WriteRegStr HKLM "${REGISTRATION}" "UninstallString" '"$INSTDIR\uninstall.exe"'
+  WriteRegStr HKLM "${REGISTRATION}" "QuietUninstallString" '"$INSTDIR\uninstall.exe" /S'
+  WriteRegDWORD HKLM "${REGISTRATION}" "EstimatedSize" $0
+  WriteRegDWORD HKLM "${REGISTRATION}" "SimulatedLibrary" $1
+  WriteRegDWORD HKLM "${REGISTRATION}" "NoModify" 1
+  WriteRegDWORD HKLM "${REGISTRATION}" "NoRepair" 1
+  ${If} ${Errors}
+    ${Fail} "NorvelTL could not be registered with Windows. Run the installer as administrator." ${FAILED}
+  ${EndIf}
+  ${Helper} 'add GENICAM_GENTL64_PATH "$INSTDIR\bin"'
+  ${If} $answer == 0
+    ${Helper} 'add PATH "$INSTDIR\bin"'
+  ${EndIf}
+  ${If} $answer != 0
+    ${Fail} "NorvelTL is installed, but the machine's variables could not be changed.$\n$\n$said" ${FAILED}
+  ${EndIf}
+SectionEnd
+
+!insertmacro MUI_FUNCTION_DESCRIPTION_BEGIN
+  !insertmacro MUI_DESCRIPTION_TEXT ${simulator} "Cameras to try NorvelTL with. Leave it out where the maker's Optivo40.dll is installed."
+!insertmacro MUI_FUNCTION_DESCRIPTION_END
+
+; Selects the simulated library where the maker's is missing and nobody has decided otherwise.
+Function SelectSimulator
+  ClearErrors
+  ${GetOptions} $options "/SIMULATED=" $0
+  ${If} ${Errors}
+    ${Helper} 'makers-library "$INSTDIR\bin"'
+    ${If} $answer == 0
+      StrCpy $0 0
+    ${ElseIf} $old != ""
+      ReadRegDWORD $0 HKLM "${REGISTRATION}" "SimulatedLibrary"
+    ${Else}
+      StrCpy $0 1
+    ${EndIf}
+  ${EndIf}
+  ${If} $0 == 0
+    !insertmacro UnselectSection ${simulator}
+  ${Else}
+    !insertmacro SelectSection ${simulator}
+  ${EndIf}
+FunctionEnd
+
+Function .onInit
+  !insertmacro UnpackHelper
+  ${GetParameters} $options
+  ReadRegStr $old HKLM "${REGISTRATION}" "InstallLocation"
+  Call SelectSimulator
+FunctionEnd
+
+
+; Removes the file $R0. One in use can be renamed: then whatever is installed before Windows restarts is safe.
+Function un.RemoveFile
+  ClearErrors
+  Delete $R0
+  ${If} ${Errors}
+    GetTempFileName $R2 "$INSTDIR"
+    Delete $R2
+    ClearErrors
+    Rename $R0 $R2
+    ${If} ${Errors}
+      StrCpy $R2 $R0
+    ${EndIf}
+    Delete /REBOOTOK $R2
+    SetRebootFlag true
+  ${EndIf}
+FunctionEnd
+
+Function un.onInit
+  !insertmacro UnpackHelper
+  ${GetParameters} $options
+FunctionEnd
+
+Section "un.NorvelTL"
+  StrCpy $R1 $INSTDIR
+  again:
+  Call un.IsBusy
+  ${If} $R0 != 0
+    MessageBox MB_ABORTRETRYIGNORE|MB_ICONEXCLAMATION \
+      "A running program has loaded NorvelTL from $INSTDIR.$\n$\nClose the programs that use cameras and choose Retry. With Ignore, what is in use goes when Windows restarts." \
+      /SD IDIGNORE IDRETRY again IDIGNORE go
+    SetErrorLevel 1
+    Quit
+  ${EndIf}
+  go:
+  SetOutPath $TEMP
+  !insertmacro RemoveProduct
+  ReadRegDWORD $0 HKLM "${REGISTRATION}" "SimulatedLibrary"
+  ${If} $0 == 1
+    ${Helper} 'is-simulated "$INSTDIR\bin\Optivo40.dll"'
+    ${If} $answer == 0
+      !insertmacro RemoveSimulator
+    ${EndIf}
+  ${EndIf}
+  Delete "$INSTDIR\uninstall.exe"
+  !insertmacro RemoveFolders
+
+  ${GetOptions} $options "/REPLACED_BY=" $0
+  ${If} $0 != $INSTDIR
+    !insertmacro Forget GENICAM_GENTL64_PATH
+    !insertmacro Forget PATH
+  ${EndIf}
+  DeleteRegKey HKLM "${REGISTRATION}"
+  ${If} $failure != ""
+    ${Fail} $failure ${FAILED}
+  ${EndIf}
+  ${If} ${RebootFlag}
+    SetErrorLevel ${RESTART_NEEDED}
+  ${EndIf}
+SectionEnd
