@@ -142,7 +142,8 @@ archive() {
   shift
   for source in "$@"; do
     objects+=("$work/objects/$(basename "${source%.*}").o")
-    "$compiler" "${flags[@]}" "${own[@]}" -I "$work/new/include" -c "$source" -o "${objects[-1]}"
+    # Assertions name their files: the same on every machine.
+    "$compiler" "${flags[@]}" "${own[@]}" "-ffile-prefix-map=$work/=" -I "$work/new/include" -c "$source" -o "${objects[-1]}"
   done
   x86_64-w64-mingw32-ar rcs "$work/new/lib/$name" "${objects[@]}"
 }
@@ -182,7 +183,7 @@ CPP
 stamp() {
   # shellcheck disable=SC2016 # the braces are dpkg-query's
   dpkg-query -W -f '${Package} ${Version}\n' libboost1.81-dev libbenchmark-dev g++-mingw-w64-x86-64-posix
-  printf '%s\n' "${flags[*]}" "${sources[@]}" "${benchmark_flags[*]}" "${header_folders[*]}"
+  printf '%s\n' "${flags[*]}" "${sources[@]}" "${benchmark_flags[*]}" "${header_folders[*]}" "no folders in them"
 }
 
 make_windows_libraries() {
