@@ -5,10 +5,10 @@
 #include "Camera.h"
 #include "Registers.h"
 #include "ResultCodes.h"
+#include "Sync.h"
 #include "WorldFile.h"
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -59,7 +59,7 @@ private:
     std::string m_xmlUrl; // fixed from construction on
     CRegisters m_registers;
 
-    mutable std::mutex m_lock;
+    mutable CMutex m_lock;
     std::vector<Attached> m_cameras;
     std::unordered_map<std::string, std::shared_ptr<CCamera>> m_firstByName;
     std::uint64_t m_numUpdates = 0;

@@ -3,12 +3,12 @@
 #pragma once
 
 #include "CallShape.h"
+#include "Sync.h"
 
 #include <array>
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
-#include <mutex>
 #include <string>
 
 namespace OptivoSim {
@@ -41,7 +41,7 @@ private:
     };
 
     std::array<Operation, OPTIVO_NUM_OPERATIONS> m_operations;
-    mutable std::mutex m_textLock;
+    mutable CMutex m_textLock;
     std::array<std::string, OPTIVO_NUM_OPERATIONS> m_texts;
 };
 

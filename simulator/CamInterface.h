@@ -4,9 +4,9 @@
 
 #include "Adapter.h"
 #include "Handle.h"
+#include "Sync.h"
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -31,7 +31,7 @@ public:
 private:
     std::shared_ptr<CAdapter> m_adapter;
     bool m_describesOnly;
-    mutable std::mutex m_lock;
+    mutable CMutex m_lock;
     std::vector<std::string> m_names;
 };
 

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "Handle.h"
+#include "Sync.h"
 
 #include <memory>
-#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -21,7 +21,7 @@ public:
     const char* ObjectName() const { return nullptr; }
 
 private:
-    mutable std::mutex m_lock;
+    mutable CMutex m_lock;
     std::vector<std::string> m_names;
 };
 

@@ -9,6 +9,7 @@
 #include "ImageQueue.h"
 #include "Registers.h"
 #include "ResultCodes.h"
+#include "Sync.h"
 #include "TestPattern.h"
 
 #include <array>
@@ -16,7 +17,6 @@
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -110,10 +110,10 @@ private:
     const std::vector<EventBurst> m_bursts;
     const std::uint64_t m_unplugAfter;
 
-    mutable std::mutex m_textLock;
+    mutable CMutex m_textLock;
     std::map<UInt32, std::string> m_texts; // by DeviceInfoKey
 
-    mutable std::mutex m_lock; // guards what follows; a queue's own lock comes after it
+    mutable CMutex m_lock; // guards what follows; a queue's own lock comes after it
     CameraState m_state;
     bool m_isManual = false;                       // images come on request only
     std::shared_ptr<const CTestPattern> m_pattern; // rendered by the first start

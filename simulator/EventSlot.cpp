@@ -3,7 +3,7 @@
 namespace OptivoSim {
 
 void CEventSlot::Install(const void* owner, Optivo::DeviceEventCallback callback, void* context) {
-    std::unique_lock lock(m_lock);
+    std::unique_lock<std::mutex> lock(m_lock);
     m_owner = callback != nullptr ? owner : nullptr;
     m_callback = callback;
     m_context = context;
@@ -11,7 +11,7 @@ void CEventSlot::Install(const void* owner, Optivo::DeviceEventCallback callback
 }
 
 void CEventSlot::Remove(const void* owner) {
-    std::unique_lock lock(m_lock);
+    std::unique_lock<std::mutex> lock(m_lock);
     if (m_owner == owner) {
         m_owner = nullptr;
         m_callback = nullptr;
@@ -26,7 +26,7 @@ bool CEventSlot::IsInstalled() const {
 }
 
 bool CEventSlot::Report(UInt32 eventId, std::uint64_t value) {
-    std::unique_lock lock(m_lock);
+    std::unique_lock<std::mutex> lock(m_lock);
     if (m_callback == nullptr) {
         return false;
     }

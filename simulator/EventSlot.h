@@ -3,8 +3,8 @@
 #pragma once
 
 #include "ResultCodes.h"
+#include "Sync.h"
 
-#include <condition_variable>
 #include <cstdint>
 #include <mutex>
 #include <thread>
@@ -28,8 +28,8 @@ public:
 private:
     void WaitForRun(std::unique_lock<std::mutex>& lock);
 
-    mutable std::mutex m_lock;
-    std::condition_variable m_runEnded;
+    mutable CMutex m_lock;
+    CCondition m_runEnded;
     const void* m_owner = nullptr;
     Optivo::DeviceEventCallback m_callback = nullptr;
     void* m_context = nullptr;

@@ -31,8 +31,8 @@ void CEventThread::Run(const std::function<void()>& task) {
         task();
         return;
     }
-    std::mutex doneLock;
-    std::condition_variable doneChanged;
+    CMutex doneLock;
+    CCondition doneChanged;
     bool isDone = false;
     Post([&] {
         task();
@@ -40,12 +40,12 @@ void CEventThread::Run(const std::function<void()>& task) {
         isDone = true;
         doneChanged.notify_one();
     });
-    std::unique_lock lock(doneLock);
+    std::unique_lock<std::mutex> lock(doneLock);
     doneChanged.wait(lock, [&] { return isDone; });
 }
 
 void CEventThread::Loop() {
-    std::unique_lock lock(m_lock);
+    std::unique_lock<std::mutex> lock(m_lock);
     for (;;) {
         m_posted.wait(lock, [this] { return !m_tasks.empty(); });
         const std::function<void()> task = std::move(m_tasks.front());

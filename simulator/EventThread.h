@@ -2,10 +2,10 @@
 // cameras.
 #pragma once
 
-#include <condition_variable>
+#include "Sync.h"
+
 #include <deque>
 #include <functional>
-#include <mutex>
 #include <thread>
 
 namespace OptivoSim {
@@ -23,8 +23,8 @@ public:
 private:
     void Loop();
 
-    std::mutex m_lock;
-    std::condition_variable m_posted;
+    CMutex m_lock;
+    CCondition m_posted;
     std::deque<std::function<void()>> m_tasks;
     bool m_isRunning = false;
     std::thread::id m_id;

@@ -101,7 +101,7 @@ std::optional<FaultVerdict> CFaults::Take(const CallShape& call) {
 }
 
 void CFaults::WaitForRelease(const FaultVerdict& verdict) {
-    std::unique_lock lock(m_lock);
+    std::unique_lock<std::mutex> lock(m_lock);
     m_released.wait(lock, [&] { return m_numReleases >= verdict.release; });
 }
 

@@ -3,13 +3,12 @@
 #pragma once
 
 #include "CallShape.h"
+#include "Sync.h"
 
 #include <array>
 #include <atomic>
-#include <condition_variable>
 #include <cstdint>
 #include <list>
-#include <mutex>
 #include <optional>
 #include <random>
 #include <string>
@@ -56,8 +55,8 @@ private:
     static bool IsDrawn(Planned& planned);
 
     std::array<std::atomic<std::uint32_t>, OPTIVO_NUM_OPERATIONS> m_numPlanned{};
-    std::mutex m_lock;
-    std::condition_variable m_released;
+    CMutex m_lock;
+    CCondition m_released;
     std::list<Planned> m_planned;
     std::uint64_t m_numReleases = 0;
 };

@@ -7,8 +7,10 @@
 #include "Library.h"
 #include "ResultCodes.h"
 
+#include <atomic>
 #include <memory>
 #include <mutex>
+#include <thread>
 #include <utility>
 
 namespace OptivoSim {
@@ -49,6 +51,21 @@ Int32 PerformCall(const CallShape& call, TWork&& work, TClear&& clear) {
     }
     return verdict->result;
 }
+
+// A lock that is held for moments. A closed object is kept, and a mutex that was ever waited for
+// keeps a handle of the system on Windows.
+class CBriefLock {
+public:
+    void lock() noexcept {
+        while (m_flag.test_and_set(std::memory_order_acquire)) {
+            std::this_thread::yield();
+        }
+    }
+    void unlock() noexcept { m_flag.clear(std::memory_order_release); }
+
+private:
+    std::atomic_flag m_flag = ATOMIC_FLAG_INIT;
+};
 
 // The inside of an object: its contents while it is open, and nothing much afterwards. Thread-safe;
 // a call that is under way keeps the contents alive.
@@ -118,7 +135,7 @@ private:
         return kSuccess;
     }
 
-    mutable std::mutex m_lock;
+    mutable CBriefLock m_lock;
     std::shared_ptr<TContents> m_contents;
 };
 

@@ -2,9 +2,9 @@
 #pragma once
 
 #include "OptivoSim.h"
+#include "Sync.h"
 
 #include <atomic>
-#include <mutex>
 #include <optional>
 #include <random>
 #include <vector>
@@ -28,7 +28,7 @@ private:
     };
 
     std::atomic<bool> m_hasAny{false};
-    std::mutex m_lock;
+    CMutex m_lock;
     std::vector<Planned> m_planned;
 };
 

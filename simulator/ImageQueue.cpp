@@ -111,7 +111,7 @@ void CImageQueue::Produce(std::uint64_t count) {
 }
 
 Int32 CImageQueue::Grab(void* destination, UInt32 timeoutMs) {
-    std::unique_lock lock(m_lock);
+    std::unique_lock<std::mutex> lock(m_lock);
     if (!m_isEnded && !WaitForImage(lock, std::chrono::milliseconds(timeoutMs))) {
         return m_isEnded ? Optivo::kGrabEnded : Optivo::kGrabNothingYet;
     }
@@ -129,7 +129,7 @@ Int32 CImageQueue::Grab(void* destination, UInt32 timeoutMs) {
 }
 
 bool CImageQueue::WaitReady() {
-    std::unique_lock lock(m_lock);
+    std::unique_lock<std::mutex> lock(m_lock);
     if (m_isEnded) {
         return true;
     }

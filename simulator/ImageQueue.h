@@ -4,11 +4,11 @@
 
 #include "ImageFaults.h"
 #include "ResultCodes.h"
+#include "Sync.h"
 #include "TestPattern.h"
 
 #include <array>
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -111,8 +111,8 @@ private:
     CImageFaults& m_faults;
     const Clock::time_point m_epoch;
 
-    mutable std::mutex m_lock;
-    std::condition_variable m_changed;
+    mutable CMutex m_lock;
+    CCondition m_changed;
     bool m_isStarted = false;
     bool m_isEnded = false;
     ImageMaking m_making;

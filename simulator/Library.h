@@ -6,11 +6,11 @@
 #include "Faults.h"
 #include "Pool.h"
 #include "ResultCodes.h"
+#include "Sync.h"
 #include "World.h"
 
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 #include <string_view>
 
 namespace OptivoSim {
@@ -64,7 +64,7 @@ private:
 
     WorldPlan m_firstWorld; // that the library began with; fixed from construction on
     bool m_hadFirstWorld;   // likewise
-    std::mutex m_worldLock; // of those who replace the world
+    CMutex m_worldLock;     // of those who replace the world
     std::atomic<bool> m_hasWorld{false};
     CCallLog m_calls;
     CFaults m_faults;

@@ -1,11 +1,13 @@
-// Keeps every object of one kind that was ever handed out, so that a call on a closed one is
-// noticed instead of crashing. Knows nothing of what the objects do.
+// Keeps the objects of one kind that were handed out, so that a call on a closed one is noticed
+// instead of crashing; a long run forgets the oldest. Knows nothing of what the objects do.
 #pragma once
 
+#include "Sync.h"
+
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <utility>
 #include <vector>
 
@@ -18,6 +20,9 @@ public:
     template <typename TContents>
     TObject* HandOut(std::shared_ptr<TContents> contents) {
         const std::lock_guard lock(m_lock);
+        if (m_recycled.empty() && m_objects.size() >= m_numAlive + kMostRemembered) {
+            m_recycled.push_back(NextClosed());
+        }
         if (m_recycled.empty()) {
             m_objects.push_back(std::make_unique<TObject>());
             m_recycled.push_back(m_objects.back().get());
@@ -44,9 +49,20 @@ public:
     }
 
 private:
-    std::mutex m_lock;
+    static constexpr std::size_t kMostRemembered = 1000;
+
+    // In the order in which they were handed out at first; there is one.
+    TObject* NextClosed() {
+        do {
+            m_cursor = (m_cursor + 1) % m_objects.size();
+        } while (m_objects[m_cursor]->IsOpen());
+        return m_objects[m_cursor].get();
+    }
+
+    CMutex m_lock;
     std::vector<std::unique_ptr<TObject>> m_objects;
     std::vector<TObject*> m_recycled; // not owned
+    std::size_t m_cursor = 0;
     std::atomic<std::uint64_t> m_numAlive{0};
 };
 

@@ -3,9 +3,9 @@
 #pragma once
 
 #include "ResultCodes.h"
+#include "Sync.h"
 
 #include <cstdint>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -49,7 +49,7 @@ private:
     const Block* Find(UInt64 address, Size length) const;
 
     std::vector<Block> m_blocks; // sorted by address
-    mutable std::mutex m_lock;   // guards m_bytes
+    mutable CMutex m_lock;       // guards m_bytes
     std::vector<std::uint8_t> m_bytes;
 };
 

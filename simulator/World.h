@@ -4,11 +4,11 @@
 
 #include "Adapter.h"
 #include "Camera.h"
+#include "Sync.h"
 #include "WorldFile.h"
 
 #include <cstdint>
 #include <memory>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -41,7 +41,7 @@ private:
     Adapters Interfaces() const;
     void Replace(Adapters interfaces);
 
-    mutable std::mutex m_lock;
+    mutable CMutex m_lock;
     Adapters m_interfaces;
     std::uint64_t m_numUpdates = 0;
 };
