@@ -1,9 +1,9 @@
 #include "Producer.h"
 
 #include <atomic>
-#include <cstdio>
 #include <filesystem>
 #include <stdexcept>
+#include <system_error>
 #include <utility>
 
 #if defined(_WIN32)
@@ -91,26 +91,32 @@ std::filesystem::path ModulePath() {
     return ProgramPath().parent_path() / MODULE_NAME;
 }
 
+// A copy of the module under a name that nothing has. Copies of earlier processes go first, where
+// the process that loaded one cannot remove it; those in use refuse.
+std::filesystem::path CopyModule() {
+    static std::atomic<int> s_count = 0;
+    const auto folder = ModulePath().parent_path();
+    std::error_code failure;
 #if defined(_WIN32)
-// A copy cannot be removed by the process that loaded it, as it stays loaded until the end.
-void RemoveCopiesOfEndedProcesses() {
-    for (const auto& entry : std::filesystem::directory_iterator(ModulePath().parent_path())) {
-        const std::string name = entry.path().filename().string();
-        unsigned long owner = 0;
-        if (std::sscanf(name.c_str(), "Copy%lu_", &owner) != 1) {
-            continue;
+    if (s_count == 0) {
+        for (const auto& entry : std::filesystem::directory_iterator(folder)) {
+            if (entry.path().filename().string().starts_with("Copy")) {
+                std::filesystem::remove(entry.path(), failure);
+            }
         }
-        if (const HANDLE process = OpenProcess(SYNCHRONIZE, FALSE, owner); process != nullptr) {
-            CloseHandle(process);
-            continue;
+    }
+#endif
+    for (;;) {
+        const auto copy = folder / ("Copy" + std::to_string(ProcessId()) + "_" +
+                                    std::to_string(++s_count) + ".cti");
+        if (std::filesystem::copy_file(ModulePath(), copy, failure)) {
+            return copy;
         }
-        std::error_code ignored;
-        std::filesystem::remove(entry.path(), ignored);
+        if (failure != std::errc::file_exists) {
+            throw std::filesystem::filesystem_error("no copy of the module", copy, failure);
+        }
     }
 }
-#else
-void RemoveCopiesOfEndedProcesses() {}
-#endif
 
 } // namespace
 
@@ -120,14 +126,7 @@ std::unique_ptr<Producer> Producer::Load() {
 
 std::unique_ptr<Producer>
 Producer::LoadCopy(const std::function<void(const std::string&)>& change) {
-    static std::atomic<int> s_count = 0;
-    if (s_count == 0) {
-        RemoveCopiesOfEndedProcesses();
-    }
-    const std::string name =
-        "Copy" + std::to_string(ProcessId()) + "_" + std::to_string(++s_count) + ".cti";
-    const auto copy = ModulePath().parent_path() / name;
-    std::filesystem::copy_file(ModulePath(), copy);
+    const auto copy = CopyModule();
     if (change) {
         change(copy.string());
     }
