@@ -62,10 +62,6 @@ private:
 
     void MakeWorld(const WorldPlan& plan, bool hasWorld);
 
-    WorldPlan m_firstWorld; // that the library began with; fixed from construction on
-    bool m_hadFirstWorld;   // likewise
-    CMutex m_worldLock;     // of those who replace the world
-    std::atomic<bool> m_hasWorld{false};
     CCallLog m_calls;
     CFaults m_faults;
     CWorld m_world;
@@ -73,9 +69,13 @@ private:
     CPool<CCamInterface> m_interfaces;
     CPool<CCamDevice> m_devices;
     CPool<CCamStream> m_streams;
+    CMutex m_worldLock;     // of those who replace the world
+    WorldPlan m_firstWorld; // that the library began with; fixed from construction on
     std::atomic<std::uint64_t> m_numDoubleCloses{0};
     std::atomic<std::uint64_t> m_numUsesAfterClose{0};
     std::atomic<void (*)()> m_grabObserver{nullptr};
+    std::atomic<bool> m_hasWorld{false};
+    bool m_hadFirstWorld; // as m_firstWorld
 };
 
 } // namespace OptivoSim
