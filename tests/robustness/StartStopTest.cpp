@@ -240,18 +240,8 @@ TEST_F(TwoThreadsTest, OneAcquiresAndTheOthersAsk) {
     const auto ask = [&] {
         int32_t worst = 0;
         while (!done) {
-            for (const STREAM_INFO_CMD command : {0, 1, 2, 3, 4, 5, 6, 8, 9, 10, 1001, 1003}) {
-                char value[64];
-                size_t size = sizeof value;
-                worst = std::min<int32_t>(worst,
-                                          gentl.DSGetInfo(stream, command, nullptr, value, &size));
-            }
-            for (const BUFFER_INFO_CMD command : {0, 1, 2, 4, 5, 6, 9}) {
-                char value[64];
-                size_t size = sizeof value;
-                worst = std::min<int32_t>(worst, gentl.DSGetBufferInfo(stream, buffers[0], command,
-                                                                       nullptr, value, &size));
-            }
+            worst = std::min(
+                worst, AskAll({0, 1, 2, 3, 4, 5, 6, 8, 9, 10, 1001, 1003}, {0, 1, 2, 4, 5, 6, 9}));
         }
         return worst;
     };

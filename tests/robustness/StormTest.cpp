@@ -70,19 +70,7 @@ protected:
 
     Call Asks() {
         return UntilDone([this] {
-            int32_t worst = 0;
-            for (const STREAM_INFO_CMD command : {1, 3, 4, 5, 8, 9}) {
-                char value[64];
-                size_t size = sizeof value;
-                worst = std::min<int32_t>(worst,
-                                          gentl.DSGetInfo(stream, command, nullptr, value, &size));
-            }
-            for (const BUFFER_INFO_CMD command : {0, 1, 2, 4, 5, 6, 9}) {
-                char value[64];
-                size_t size = sizeof value;
-                worst = std::min<int32_t>(worst, gentl.DSGetBufferInfo(stream, buffers[0], command,
-                                                                       nullptr, value, &size));
-            }
+            const int32_t worst = AskAll({1, 3, 4, 5, 8, 9}, {0, 1, 2, 4, 5, 6, 9});
             size_t size = sizeof(uint64_t);
             uint64_t count = 0;
             return std::min<int32_t>(

@@ -6,6 +6,7 @@
 #include "Fixtures.h"
 #include "Steering.h"
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 #include <utility>
@@ -54,6 +55,24 @@ protected:
         const uint64_t number = StreamNumber(command);
         std::swap(stream, other);
         return number;
+    }
+
+    // Asks the stream, and its first buffer; the worst code is the answer.
+    int32_t AskAll(const std::vector<STREAM_INFO_CMD>& ofStream,
+                   const std::vector<BUFFER_INFO_CMD>& ofBuffer) {
+        int32_t worst = 0;
+        char value[64];
+        for (const STREAM_INFO_CMD command : ofStream) {
+            size_t size = sizeof value;
+            worst =
+                std::min<int32_t>(worst, gentl.DSGetInfo(stream, command, nullptr, value, &size));
+        }
+        for (const BUFFER_INFO_CMD command : ofBuffer) {
+            size_t size = sizeof value;
+            worst = std::min<int32_t>(
+                worst, gentl.DSGetBufferInfo(stream, buffers[0], command, nullptr, value, &size));
+        }
+        return worst;
     }
 
     AliveCount alive;
