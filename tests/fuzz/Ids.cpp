@@ -1,138 +1,15 @@
 // Names interfaces and cameras at random, asks the module for them under all kinds of IDs, and
 // compares every answer with a model that knows the rules by which an ID names something.
-#include "Demand.h"
-#include "SmallWorld.h"
+#include "IdModel.h"
+#include "LoadedModule.h"
 
 #include "OptivoSim.h"
-#include "Producer.h"
 
 #include <algorithm>
 #include <array>
-#include <cstdint>
-#include <memory>
-#include <optional>
-#include <string>
-#include <vector>
+#include <utility>
 
 namespace {
-
-constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
-
-struct Camera {
-    std::string name;
-    std::string vendor;
-    std::string model;
-    std::string version;
-    std::string serialNumber;
-    std::string userDefinedName;
-    std::string tlType;
-    std::string custom14;
-    std::string custom15;
-    std::uint32_t status = 1;
-    bool isOpen = false;
-};
-
-struct Interface {
-    std::string name;
-    std::string prefix;
-    std::string tlType;
-    std::vector<Camera*> cameras; // by ascending name
-
-    std::string Id() const;
-};
-
-char Upper(char c) {
-    return c >= 'a' && c <= 'z' ? static_cast<char>(c - 32) : c;
-}
-
-std::string Upper(std::string text) {
-    for (char& c : text) {
-        c = Upper(c);
-    }
-    return text;
-}
-
-std::string Interface::Id() const {
-    return Upper(prefix) + "::" + name;
-}
-
-// An answer: of a failure the code and the recorded text, else what was asked for.
-struct Answer {
-    int32_t code = 0;
-    std::string text;
-};
-
-Answer Unspecified() {
-    return {-1001, UNSPECIFIED};
-}
-
-// What stands between the first and the second "::", or before the first if there is no second
-// part; the head is what stands before the first.
-struct Parts {
-    bool hasHead = false;
-    std::string head;
-    std::string key;
-};
-
-Parts Split(const std::string& id) {
-    Parts parts;
-    std::string rest = id;
-    if (const std::size_t mark = rest.find("::"); mark != std::string::npos) {
-        parts.hasHead = true;
-        parts.head = rest.substr(0, mark);
-        rest = rest.substr(mark + 2);
-    }
-    parts.key = rest.substr(0, rest.find("::"));
-    return parts;
-}
-
-// Whether an ID names something; nothing when it names nothing at all, which ends a search.
-using Match = std::optional<bool>;
-
-Match Names(const std::string& id, const Interface& interface) {
-    const Parts parts = Split(id);
-    if (parts.hasHead && !parts.head.empty() && Upper(parts.head) != Upper(interface.prefix)) {
-        return false;
-    }
-    if (parts.key.empty()) {
-        return std::nullopt;
-    }
-    return Upper(parts.key) == Upper(interface.name);
-}
-
-Match Names(const std::string& id, const Camera& camera) {
-    const std::string key = Split(id).key;
-    if (key.empty()) {
-        return std::nullopt;
-    }
-    if (key.rfind("USERNAME->", 0) == 0) {
-        return key == "USERNAME->";
-    }
-    if (key.rfind("SN->", 0) == 0) {
-        return key == "SN->" + camera.serialNumber;
-    }
-    return Upper(key) == Upper(camera.name);
-}
-
-template <typename Thing>
-struct Search {
-    bool isSenseless = false;
-    Thing* found = nullptr;
-};
-
-template <typename Thing>
-Search<Thing> Find(const std::string& id, const std::vector<Thing*>& things) {
-    for (Thing* thing : things) {
-        const Match match = Names(id, *thing);
-        if (!match) {
-            return {true, nullptr};
-        }
-        if (*match) {
-            return {false, thing};
-        }
-    }
-    return {};
-}
 
 struct OpenDevice {
     DEV_HANDLE handle;
@@ -146,37 +23,12 @@ struct OpenInterface {
     std::vector<Camera*> open; // through this handle
 };
 
-std::string Quoted(const std::string& text) {
-    std::string quoted = "\"";
-    for (const char c : text) {
-        std::array<char, 8> escape{};
-        std::snprintf(escape.data(), escape.size(), "\\u%04X", static_cast<unsigned char>(c));
-        quoted += escape.data();
-    }
-    return quoted + '"';
-}
-
-// A byte from 0x80 on becomes a character of two bytes in a world.
-std::string InWorld(const std::string& text) {
-    std::string encoded;
-    for (const char c : text) {
-        const auto byte = static_cast<unsigned char>(c);
-        if (byte < 0x80) {
-            encoded += c;
-        } else {
-            encoded += static_cast<char>(0xC0 | byte >> 6);
-            encoded += static_cast<char>(0x80 | (byte & 0x3F));
-        }
-    }
-    return encoded;
-}
-
 class CNamesWalk {
 public:
-    explicit CNamesWalk(Bytes& bytes) : m_bytes(bytes), gentl(TheProducer()) {}
+    explicit CNamesWalk(Bytes& bytes) : m_bytes(bytes), gentl(TheProducer()), m_world(bytes) {}
 
     void Go() {
-        if (!MakeWorld()) {
+        if (!m_world.Make()) {
             return;
         }
         gentl.GCInitLib();
@@ -195,100 +47,12 @@ public:
     }
 
 private:
-    // --- the world
-
-    std::string TakeName() {
-        const std::string text = TakeText(m_bytes, 12);
-        return text.empty() ? "n" + std::to_string(m_numNames++) : text;
-    }
-
-    std::string TextOf(const char* member, std::string& text, bool mayBeEmpty) {
-        const std::string taken = mayBeEmpty ? TakeText(m_bytes, 8) : TakeName();
-        text = InWorld(taken);
-        return std::string(",\"") + member + "\":" + Quoted(taken);
-    }
-
-    std::string CameraText(Camera& camera) {
-        camera.status = m_bytes.ConsumeIntegralInRange<std::uint32_t>(0, 4);
-        std::string text = R"({"width":4,"height":4,"status":)" + std::to_string(camera.status);
-        text += TextOf("name", camera.name, false);
-        text += TextOf("vendor", camera.vendor, false);
-        text += TextOf("model", camera.model, false);
-        text += TextOf("version", camera.version, true);
-        text += TextOf("serialNumber", camera.serialNumber, true);
-        text += TextOf("userDefinedName", camera.userDefinedName, true);
-        text += TextOf("tlType", camera.tlType, true);
-        text += TextOf("custom14", camera.custom14, true);
-        text += TextOf("custom15", camera.custom15, true);
-        return text + "}";
-    }
-
-    // False for a world that names two things alike.
-    bool MakeWorld() {
-        std::string text = R"({"interfaces":[)";
-        const int numInterfaces = m_bytes.ConsumeIntegralInRange(1, 3);
-        for (int i = 0; i < numInterfaces; ++i) {
-            auto& interface = m_interfaces.emplace_back(std::make_unique<Interface>());
-            text += i == 0 ? "{" : ",{";
-            text += R"("discovery":[true])";
-            text += TextOf("name", interface->name, false);
-            text += TextOf("prefix", interface->prefix, true);
-            text += TextOf("tlType", interface->tlType, true);
-            text += R"(,"cameras":[)";
-            const int numCameras = m_bytes.ConsumeIntegralInRange(0, 3);
-            for (int k = 0; k < numCameras; ++k) {
-                auto& camera = m_cameras.emplace_back(std::make_unique<Camera>());
-                text += (k == 0 ? "" : ",") + CameraText(*camera);
-                interface->cameras.push_back(camera.get());
-            }
-            text += "]}";
-        }
-        std::array<char, 200> error{};
-        if (OptivoSim_LoadWorld((text + "]}").c_str(), error.data(), error.size()) == 0) {
-            return false;
-        }
-        if (m_bytes.ConsumeBool() && !AddRawInterface()) {
-            return false;
-        }
-        return FinishWorld();
-    }
-
-    // The bytes of this one need make no text.
-    bool AddRawInterface() {
-        auto& interface = m_interfaces.emplace_back(std::make_unique<Interface>());
-        interface->name = TakeName();
-        interface->prefix = TakeText(m_bytes, 8);
-        interface->tlType = TakeText(m_bytes, 8);
-        return OptivoSim_AddInterface(interface->name.c_str(), interface->prefix.c_str(),
-                                      interface->tlType.c_str()) == 1;
-    }
-
-    bool FinishWorld() {
-        for (auto& interface : m_interfaces) {
-            m_listed.push_back(interface.get());
-            std::sort(interface->cameras.begin(), interface->cameras.end(),
-                      [](const Camera* a, const Camera* b) { return a->name < b->name; });
-            for (const auto& other : m_interfaces) {
-                if (other != interface &&
-                    (other->Id() == interface->Id() || other->Id() == interface->name)) {
-                    return false;
-                }
-            }
-        }
-        return true;
-    }
-
     // --- answers
 
     Answer Failed(int32_t code) {
-        Answer answer{code, ""};
-        int32_t recorded = 0;
-        std::array<char, 4096> text{};
-        std::size_t size = text.size();
-        Demand(gentl.GCGetLastError(&recorded, text.data(), &size) == 0, "an error was recorded");
-        DemandEqual(recorded, code, "the recorded code is the answer");
-        answer.text = text.data();
-        return answer;
+        const RecordedError recorded = ReadLastError(gentl);
+        DemandEqual(recorded.code, code, "the recorded code is the answer");
+        return {code, recorded.text};
     }
 
     template <typename Call>
@@ -332,15 +96,8 @@ private:
         return id;
     }
 
-    static std::string Lower(std::string text) {
-        for (char& c : text) {
-            c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c;
-        }
-        return text;
-    }
-
     template <typename Things>
-    typename Things::value_type* Any(Things& things) {
+    auto Any(Things& things) -> decltype(things.data()) {
         if (things.empty()) {
             return nullptr;
         }
@@ -348,12 +105,12 @@ private:
     }
 
     std::string TakeInterfaceId() {
-        const Interface& named = **Any(m_listed);
+        const Interface& named = **Any(m_world.Interfaces());
         return TakeId(named.Id(), named.name);
     }
 
     std::string TakeDeviceId() {
-        auto* const named = Any(m_cameras);
+        auto* const named = Any(m_world.Cameras());
         return named == nullptr ? TakeId("", "") : TakeId((*named)->name, (*named)->serialNumber);
     }
 
@@ -362,25 +119,12 @@ private:
     void ListInterfaces() {
         std::uint32_t count = 77;
         Demand(gentl.TLGetNumInterfaces(m_system, &count) == 0, "interfaces are counted");
-        DemandEqual(std::size_t{count}, m_listed.size(), "all interfaces are found");
+        DemandEqual(std::size_t{count}, m_world.Interfaces().size(), "all interfaces are found");
         for (std::uint32_t i = 0; i < count; ++i) {
             Compare(Ask([&](auto*, auto* buffer, auto* size) {
                         return gentl.TLGetInterfaceID(m_system, i, buffer, size);
                     }),
-                    {0, m_listed[i]->Id()}, "interfaces are listed in their order");
-        }
-    }
-
-    static Answer InfoOf(const Interface& interface, int32_t command) {
-        switch (command) {
-        case 0:
-            return {0, interface.Id()};
-        case 1:
-            return {0, "Interface : " + interface.name};
-        case 2:
-            return {0, interface.tlType};
-        default:
-            return Unspecified();
+                    {0, m_world.Interfaces()[i]->Id()}, "interfaces are listed in their order");
         }
     }
 
@@ -388,7 +132,7 @@ private:
         const std::string id = TakeInterfaceId();
         const int32_t command = m_bytes.ConsumeIntegralInRange(-1, 3);
         Answer expected = Unspecified();
-        for (const Interface* listed : m_listed) {
+        for (const Interface* listed : m_world.Interfaces()) {
             if (listed->Id() == id) {
                 expected = InfoOf(*listed, command);
             }
@@ -409,7 +153,7 @@ private:
                 return;
             }
         }
-        const Search<Interface> search = Find(id, m_listed);
+        const Search<Interface> search = Find(id, m_world.Interfaces());
         if (search.found == nullptr) {
             Compare(Failed(code),
                     search.isSenseless ? Unspecified()
@@ -460,60 +204,6 @@ private:
 
     // --- devices
 
-    // What IFGetDeviceInfo answers for the record of an open device or of a listed one.
-    static Answer InfoOf(const Camera& camera, bool isOpenRecord, int32_t command) {
-        const auto unlessOpen = [&](const std::string& text) {
-            return Answer{0, isOpenRecord ? "" : text};
-        };
-        switch (command) {
-        case 0:
-            return {0, camera.name};
-        case 1:
-            return {0, camera.vendor};
-        case 2:
-            return {0, camera.model};
-        case 3:
-            return {0, camera.tlType};
-        case 4:
-            return {0, camera.model + " (" + camera.serialNumber + " )"};
-        case 6:
-        case 1000:
-            return unlessOpen(camera.userDefinedName);
-        case 7:
-        case 1001:
-            return {0, camera.serialNumber};
-        case 8:
-        case 1002:
-            return unlessOpen(camera.version);
-        case 1003:
-            return unlessOpen(camera.custom15);
-        case 1004:
-            return unlessOpen(camera.custom14);
-        default:
-            return Unspecified();
-        }
-    }
-
-    static Answer ExpectedInfo(const OpenInterface& opened, const std::string& id,
-                               int32_t command) {
-        const Search<Camera> open = Find(id, opened.open);
-        const Search<Camera> listed = Find(id, opened.interface->cameras);
-        if (open.isSenseless || (open.found == nullptr && listed.isSenseless)) {
-            return Unspecified();
-        }
-        if (open.found == nullptr && listed.found == nullptr) {
-            return {-1001, "Unable to find device " + id};
-        }
-        if (command == 5) {
-            if (listed.found == nullptr || listed.found->status == 0) {
-                return {-1001, "Error retrieving device status ( wrong name ) "};
-            }
-            return {0, open.found != nullptr ? "3" : std::to_string(listed.found->status)};
-        }
-        return open.found != nullptr ? InfoOf(*open.found, true, command)
-                                     : InfoOf(*listed.found, false, command);
-    }
-
     int32_t TakeDeviceCommand() {
         const int32_t command = m_bytes.ConsumeIntegralInRange(-1, 15);
         return command > 9 ? command + 990 : command;
@@ -526,26 +216,9 @@ private:
             Compare(Ask([&](auto... out) {
                         return gentl.IFGetDeviceInfo(opened->handle, id.c_str(), command, out...);
                     }),
-                    ExpectedInfo(*opened, id, command), "a device is described under its names");
+                    ExpectedInfo(opened->open, opened->interface->cameras, id, command),
+                    "a device is described under its names");
         }
-    }
-
-    Answer ExpectedOpening(const OpenInterface& opened, const std::string& id,
-                           const Search<Camera>& listed) {
-        const Search<Camera> open = Find(id, opened.open);
-        if (open.isSenseless) {
-            return Unspecified();
-        }
-        if (open.found != nullptr) {
-            return {-1004, "Device already open"};
-        }
-        if (listed.found == nullptr) {
-            return Unspecified();
-        }
-        if (listed.found->isOpen) {
-            return {-1001, "already opened device.(" + listed.found->name + ")."};
-        }
-        return {};
     }
 
     void OpenADevice() {
@@ -558,7 +231,7 @@ private:
         DEV_HANDLE handle = this;
         const int32_t code = gentl.IFOpenDevice(opened->handle, id.c_str(),
                                                 m_bytes.ConsumeIntegralInRange(0, 5), &handle);
-        const Answer expected = ExpectedOpening(*opened, id, listed);
+        const Answer expected = ExpectedOpening(opened->open, listed, id);
         Compare(code == 0 ? Answer{} : Failed(code), expected, "a device opens under its names");
         if (code != 0) {
             DemandEqual(handle, static_cast<DEV_HANDLE>(this), "a failure writes no handle");
@@ -600,22 +273,6 @@ private:
 
     // --- streams
 
-    // The decimal number from the third character on, as long as it is a small one.
-    static std::optional<std::uint32_t> IndexOf(const std::string& id) {
-        std::string rest = id.size() > 2 ? id.substr(2) : "";
-        rest = rest.substr(std::min(rest.size(), rest.find_first_not_of(" \t\n\v\f\r")));
-        const bool isNegative = !rest.empty() && rest[0] == '-';
-        if (isNegative || (!rest.empty() && rest[0] == '+')) {
-            rest = rest.substr(1);
-        }
-        rest = rest.substr(0, rest.find_first_not_of("0123456789"));
-        if (rest.size() > 9) {
-            return std::nullopt;
-        }
-        const int number = rest.empty() ? 0 : std::stoi(rest);
-        return static_cast<std::uint32_t>(isNegative ? -number : number);
-    }
-
     void OpenAStream() {
         OpenDevice* device = Any(m_devices);
         if (device == nullptr || device->streams.size() > 8) {
@@ -638,7 +295,7 @@ private:
         device->streams.emplace_back(id, handle);
         Compare(Ask([&](auto... out) { return gentl.DSGetInfo(handle, 0, out...); }), {0, id},
                 "a stream keeps its ID");
-        if (const auto index = IndexOf(id)) {
+        if (const auto index = StreamIndex(id)) {
             Compare(Ask([&](auto... out) { return gentl.GCGetPortInfo(handle, 0, out...); }),
                     {0, "DS" + std::to_string(*index) + std::string(1, '\0')},
                     "a stream's port tells its index");
@@ -677,30 +334,18 @@ private:
         }
         Demand(gentl.TLClose(m_system) == 0, "the system closes");
         gentl.GCCloseLib();
-        for (int kind = 0; kind < OPTIVO_NUM_OBJECT_KINDS; ++kind) {
-            Demand(OptivoSim_NumAlive(static_cast<OptivoObjectKind>(kind)) == 0,
-                   "every object of the camera library is closed");
-        }
+        DemandAllIsClosed();
     }
 
     Bytes& m_bytes;
     const Producer& gentl;
+    CNamedWorld m_world;
     TL_HANDLE m_system = nullptr;
-    int m_numNames = 0;
-    std::vector<std::unique_ptr<Interface>> m_interfaces;
-    std::vector<std::unique_ptr<Camera>> m_cameras;
-    std::vector<Interface*> m_listed;
     std::vector<OpenInterface> m_opened;
     std::vector<OpenDevice> m_devices;
 };
 
 } // namespace
-
-extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
-    BeginWithSmallWorld();
-    TheProducer(); // so that its code counts from the first input on
-    return 0;
-}
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     OptivoSim_Reset();

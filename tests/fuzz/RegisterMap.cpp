@@ -1,14 +1,13 @@
 // Defines, reads and writes registers at random, beside a model that knows a register map by what
-// its owner was promised.
+// its owner was promised. Both must end alike, hold the same and call back in the same order.
 #include "Demand.h"
+#include "RegisterModel.h"
 
 #include "core/Errors.h"
 #include "core/RegisterMap.h"
 
 #include <cstdint>
-#include <cstring>
 #include <functional>
-#include <map>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -38,20 +37,8 @@ Outcome OutcomeOf(const std::function<void()>& call) {
     return {};
 }
 
-// What the callbacks of both sides do and leave behind.
-struct Notice {
-    char kind;
-    std::uint64_t address;
-    std::uint32_t value;
-    std::uint64_t context;
-    bool operator==(const Notice&) const = default;
-};
+// Of the map's callbacks, which are plain functions.
 std::vector<Notice> g_notices;
-std::vector<Notice> g_expectedNotices;
-
-std::uint32_t Changed(std::uint32_t value, std::uint64_t context) {
-    return value * 3 + static_cast<std::uint32_t>(context);
-}
 
 void OnRead(std::uint64_t address, std::uint32_t* value, std::uint64_t context) {
     g_notices.push_back({'r', address, *value, context});
@@ -63,134 +50,12 @@ void OnWrite(std::uint64_t address, std::uint32_t* value, std::uint64_t context)
     *value = Changed(*value, context);
 }
 
-struct Definition {
-    std::uint32_t access;
-    std::uint8_t marker;
-    bool hasOnWrite;
-    bool hasOnRead;
-    std::uint64_t context;
-
-    CRegisterMap::Callback Writer() const { return hasOnWrite ? OnWrite : nullptr; }
-    CRegisterMap::Callback Reader() const { return hasOnRead ? OnRead : nullptr; }
-};
-
-[[noreturn]] void Refuse(EKind kind, const std::string& text) {
-    switch (kind) {
-    case EKind::Access:
-        throw access_error(text.c_str());
-    case EKind::OutOfRange:
-        throw std::out_of_range(text);
-    default:
-        throw std::invalid_argument(text);
-    }
+CRegisterMap::Callback WriterOf(const Definition& definition) {
+    return definition.hasOnWrite ? OnWrite : nullptr;
 }
 
-class CModel {
-public:
-    struct Entry {
-        Definition definition;
-        std::uint32_t value;
-    };
-
-    static void CheckAddress(std::uint64_t address, std::uint64_t size) {
-        if (address == 0xFFFFFFFFFFFFFFFF) {
-            Refuse(EKind::InvalidArgument, "Address is invalid.");
-        }
-        if ((address & 3) != 0 || (size & 3) != 0) {
-            Refuse(EKind::InvalidArgument, "Address and/or uiSize have to be multiples of four.");
-        }
-        if (address >= 0x1999999999999999) {
-            Refuse(EKind::InvalidArgument,
-                   "Address too large: 0 <= " + std::to_string(address) + " <= 461168601842738790");
-        }
-    }
-
-    static void CheckBuffer(std::uint64_t address, const void* buffer, std::uint64_t size) {
-        CheckAddress(address, size);
-        if (buffer == nullptr || size == 0) {
-            Refuse(EKind::InvalidArgument, "pBuffer is not valid.");
-        }
-    }
-
-    static void CheckMode(std::uint32_t access) {
-        if (access != 1 && access != 2 && access != 3) {
-            Refuse(EKind::InvalidArgument, "iAccess is an unknown ACCESS value.");
-        }
-    }
-
-    static void RefuseRegister(EKind kind, std::uint64_t address, const char* why) {
-        char text[64];
-        std::snprintf(text, sizeof text, "Register %llX is not %s.",
-                      static_cast<unsigned long long>(address), why);
-        Refuse(kind, text);
-    }
-
-    Entry& At(std::uint64_t address) {
-        CheckAddress(address, 4);
-        if (m_entries.count(address) == 0) {
-            RefuseRegister(EKind::OutOfRange, address, "available");
-        }
-        return m_entries.at(address);
-    }
-
-    bool Has(std::uint64_t address) const { return m_entries.count(address) != 0; }
-    const std::map<std::uint64_t, Entry>& Entries() const { return m_entries; }
-
-    std::uint32_t Read(std::uint64_t address) {
-        Entry& entry = At(address);
-        if (entry.definition.access == 2) {
-            RefuseRegister(EKind::Access, address, "readable");
-        }
-        if (entry.definition.hasOnRead) {
-            Notify('r', address, entry);
-        }
-        return entry.value;
-    }
-
-    void Write(std::uint64_t address, std::uint32_t value) {
-        Entry& entry = At(address);
-        if (entry.definition.access == 1) {
-            RefuseRegister(EKind::Access, address, "writable");
-        }
-        entry.value = value;
-        if (entry.definition.hasOnWrite) {
-            Notify('w', address, entry);
-        }
-    }
-
-    // length bytes, of which the text may be shorter.
-    void Define(std::uint64_t address, const Definition& definition, const std::string& content,
-                std::uint64_t length) {
-        CheckAddress(address, length);
-        CheckMode(definition.access);
-        for (std::uint64_t offset = 0; offset < length; offset += 4) {
-            m_entries[address + offset] = {definition, Word(content, offset)};
-        }
-    }
-
-    static std::uint32_t Word(const std::string& content, std::uint64_t offset) {
-        std::uint32_t word = 0;
-        for (unsigned i = 4; i-- > 0;) {
-            const std::uint64_t place = offset + i;
-            word = word * 256 + (place < content.size() ? static_cast<unsigned char>(content[place])
-                                                        : std::uint32_t{0});
-        }
-        return word;
-    }
-
-private:
-    static void Notify(char kind, std::uint64_t address, Entry& entry) {
-        g_expectedNotices.push_back({kind, address, entry.value, entry.definition.context});
-        entry.value = Changed(entry.value, entry.definition.context);
-    }
-
-    std::map<std::uint64_t, Entry> m_entries;
-};
-
-void Append(std::string& bytes, std::uint32_t word) {
-    for (int i = 0; i < 4; ++i) {
-        bytes.push_back(static_cast<char>(word >> (8 * i)));
-    }
+CRegisterMap::Callback ReaderOf(const Definition& definition) {
+    return definition.hasOnRead ? OnRead : nullptr;
 }
 
 // One map, its model, and what is done to both.
@@ -209,7 +74,7 @@ public:
                 &CWalk::ValueOf64,    &CWalk::SetAccess,  &CWalk::SetMarker,
                 &CWalk::SetCallbacks, &CWalk::WriteText,  &CWalk::AskWithoutRegister};
             (this->*m_bytes.PickValueInArray(OPERATIONS))();
-            Demand(g_notices == g_expectedNotices, "callbacks are called as defined");
+            Demand(g_notices == m_model.Notices(), "callbacks are called as defined");
             CompareAll();
         }
     }
@@ -280,7 +145,8 @@ private:
         Append(content, value);
         Both(
             [&] {
-                m_map.Define(address, d.access, value, d.marker, d.Writer(), d.context, d.Reader());
+                m_map.Define(address, d.access, value, d.marker, WriterOf(d), d.context,
+                             ReaderOf(d));
             },
             [&] { m_model.Define(address, d, content, 4); });
     }
@@ -301,8 +167,8 @@ private:
         const bool lowFirst = m_bytes.ConsumeBool();
         Both(
             [&] {
-                m_map.Define64(address, d.access, value, d.marker, lowFirst, d.Writer(), d.context,
-                               d.Reader());
+                m_map.Define64(address, d.access, value, d.marker, lowFirst, WriterOf(d), d.context,
+                               ReaderOf(d));
             },
             [&] { m_model.Define(address, d, Joined(value, lowFirst), 8); });
     }
@@ -314,8 +180,8 @@ private:
         const std::string text = TakeText(m_bytes, 60);
         Both(
             [&] {
-                m_map.DefineString(address, d.access, text.c_str(), length, d.marker, d.Writer(),
-                                   d.context, d.Reader());
+                m_map.DefineString(address, d.access, text.c_str(), length, d.marker, WriterOf(d),
+                                   d.context, ReaderOf(d));
             },
             [&] {
                 m_model.Define(address, d, length == 0 ? "" : text.substr(0, length - 1), length);
@@ -332,7 +198,7 @@ private:
         Both(
             [&] {
                 m_map.DefineBlock(address, d.access, isNull ? nullptr : content.data(), length,
-                                  d.marker, d.Writer(), d.context, d.Reader());
+                                  d.marker, WriterOf(d), d.context, ReaderOf(d));
             },
             [&] { m_model.Define(address, d, isNull ? "" : content, length); });
     }
@@ -361,7 +227,7 @@ private:
         std::string expected = found;
         Both([&] { read(address, isNull ? nullptr : found.data(), size); },
              [&] {
-                 CModel::CheckBuffer(address, isNull ? nullptr : this, size);
+                 CRegisterModel::CheckBuffer(address, isNull ? nullptr : this, size);
                  for (std::size_t offset = 0; offset < size; offset += 4) {
                      std::string word;
                      Append(word, expect(address + offset));
@@ -390,9 +256,9 @@ private:
         content.resize(size);
         Both([&] { write(address, isNull ? nullptr : content.data(), size); },
              [&] {
-                 CModel::CheckBuffer(address, isNull ? nullptr : this, size);
+                 CRegisterModel::CheckBuffer(address, isNull ? nullptr : this, size);
                  for (std::size_t offset = 0; offset < size; offset += 4) {
-                     expect(address + offset, CModel::Word(content, offset));
+                     expect(address + offset, WordAt(content, offset));
                  }
              });
     }
@@ -421,11 +287,11 @@ private:
         const bool lowFirst = m_bytes.ConsumeBool();
         Both([&] { m_map.SetValue64(address, value, lowFirst); },
              [&] {
-                 CModel::Entry& first = m_model.At(address);
-                 CModel::Entry& second = m_model.At(address + 4);
+                 CRegisterModel::Entry& first = m_model.At(address);
+                 CRegisterModel::Entry& second = m_model.At(address + 4);
                  const std::string content = Joined(value, lowFirst);
-                 first.value = CModel::Word(content, 0);
-                 second.value = CModel::Word(content, 4);
+                 first.value = WordAt(content, 0);
+                 second.value = WordAt(content, 4);
              });
     }
 
@@ -455,7 +321,7 @@ private:
         Both([&] { m_map.SetAccess(address, access); },
              [&] {
                  m_model.At(address);
-                 CModel::CheckMode(access);
+                 CRegisterModel::CheckMode(access);
                  m_model.At(address).definition.access = access;
              });
     }
@@ -470,7 +336,7 @@ private:
     void SetCallbacks() {
         const std::uint64_t address = Address();
         const Definition d = NewDefinition();
-        Both([&] { m_map.SetCallbacks(address, d.Writer(), d.context, d.Reader()); },
+        Both([&] { m_map.SetCallbacks(address, WriterOf(d), d.context, ReaderOf(d)); },
              [&] {
                  Definition& changed = m_model.At(address).definition;
                  changed.hasOnWrite = d.hasOnWrite;
@@ -484,9 +350,9 @@ private:
         const std::string text = TakeText(m_bytes, 40);
         Both([&] { m_map.WriteString(address, text.c_str()); },
              [&] {
-                 CModel::CheckAddress(address, 4);
+                 CRegisterModel::CheckAddress(address, 4);
                  for (std::size_t offset = 0; offset <= text.size(); offset += 4) {
-                     m_model.At(address + offset).value = CModel::Word(text, offset);
+                     m_model.At(address + offset).value = WordAt(text, offset);
                  }
              });
     }
@@ -501,26 +367,25 @@ private:
         std::uint32_t marker = 77;
         Both([&] { access = m_map.AccessOf(address); },
              [&] {
-                 CModel::CheckAddress(address, 4);
+                 CRegisterModel::CheckAddress(address, 4);
                  Demand(access == 0, "nothing has no mode");
              });
         Both([&] { marker = m_map.MarkerOf(address); },
              [&] {
-                 CModel::CheckAddress(address, 4);
+                 CRegisterModel::CheckAddress(address, 4);
                  Demand(marker == 0, "nothing has no marker");
              });
     }
 
     Bytes& m_bytes;
     CRegisterMap m_map;
-    CModel m_model;
+    CRegisterModel m_model;
 };
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     g_notices.clear();
-    g_expectedNotices.clear();
     Bytes bytes(data, size);
     CWalk(bytes).Go();
     return 0;
