@@ -4,7 +4,6 @@
 #include "core/ModuleIdentity.h"
 #include "core/PortUrl.h"
 #include "modules/Device.h"
-#include "modules/IdPool.h"
 #include "modules/PortResult.h"
 #include "modules/TL.h"
 
@@ -252,29 +251,22 @@ CInterface::Infos CInterface::DiscoverDevices(std::uint32_t timeout) {
     return found;
 }
 
+// The list holds what was found, in ascending order of the IDs, and so does the list before: what
+// appeared, vanished or changed its status shows where they differ.
 void CInterface::UpdateDeviceList(bool8_t* changed, std::uint32_t timeout) {
-    CIdPool<CDeviceInfo> found(DiscoverDevices(timeout));
-    Infos current;
-    bool differs = false;
-    for (const boost::shared_ptr<CDeviceInfo>& old : m_devices) {
-        if (boost::shared_ptr<CDeviceInfo> fresh = found.Take(old->GetID())) {
-            differs = differs || fresh->m_status != old->m_status;
-            current.push_back(std::move(fresh));
-        } else {
-            differs = true;
-        }
-    }
-    const Infos appeared = found.Rest();
-    differs = differs || !appeared.empty();
-    current.insert(current.end(), appeared.begin(), appeared.end());
+    Infos found = DiscoverDevices(timeout);
     const auto isBefore = [](const auto& a, const auto& b) { return a->m_id < b->m_id; };
-    // As long as nothing appears, the old order is still right.
-    if (!std::is_sorted(current.begin(), current.end(), isBefore)) {
-        std::stable_sort(current.begin(), current.end(), isBefore);
+    const auto isSame = [](const auto& a, const auto& b) {
+        return a->m_id == b->m_id && a->m_status == b->m_status;
+    };
+    if (!std::is_sorted(found.begin(), found.end(), isBefore)) {
+        std::stable_sort(found.begin(), found.end(), isBefore);
     }
-    m_devices.swap(current);
+    const bool isUnchanged =
+        std::equal(m_devices.begin(), m_devices.end(), found.begin(), found.end(), isSame);
+    m_devices.swap(found);
     if (changed != nullptr) {
-        *changed = differs ? 1 : 0;
+        *changed = isUnchanged ? 0 : 1;
     }
 }
 
