@@ -139,7 +139,7 @@ bool CDataStream::AcquireNext() {
     if (ready == 0) {
         return true;
     }
-    boost::unique_lock<boost::recursive_mutex> input(m_inputLock);
+    auto input = LockedSoon(m_inputLock);
     if (m_input.Empty()) {
         const bool goOn = DropImage();
         input.unlock();
@@ -246,7 +246,7 @@ void CDataStream::Deliver(CBufferInfo& buffer) {
     const std::uint64_t ticks = Platform::PerformanceCounter();
     bool waiting = false;
     {
-        const OutputLock output(m_outputLock);
+        const auto output = LockedSoon(m_outputLock);
         if (!m_fillDropped) {
             buffer.SetState(false, true, true);
             buffer.SetTimestamp(ticks);
@@ -265,7 +265,7 @@ void CDataStream::Deliver(CBufferInfo& buffer) {
 }
 
 void CDataStream::PutBack(CBufferInfo& buffer) {
-    const boost::unique_lock<boost::recursive_mutex> input(m_inputLock);
+    const auto input = LockedSoon(m_inputLock);
     if (!m_fillDropped) {
         m_input.PushFront(&buffer);
     }
@@ -291,7 +291,7 @@ GC_ERROR CDataStream::TimeoutResult() const {
 GC_ERROR CDataStream::WaitNewBuffer(void* buffer, size_t* size, std::uint64_t timeout) {
     const CCallCounter::CScope inside(m_calls);
     m_waitAbort.store(false, std::memory_order_relaxed);
-    OutputLock output(m_outputLock);
+    auto output = LockedSoon(m_outputLock);
     m_waitAbort.store(false, std::memory_order_relaxed);
     if (m_output.Empty()) {
         const WaitResult ended = m_outputFilled.Wait(output, timeout);

@@ -17,13 +17,30 @@ using GenICam::Client::CWaitPoint;
 using GenICam::Client::LockSoon;
 using GenICam::Client::WaitResult;
 
-struct NoLock {};
+// A lock without threads: what happens while a wait stays awake is scripted.
+struct ReleasedLock {
+    void lock() {}
+    bool try_lock() { return true; }
+    void unlock() {
+        ++numReleased;
+        if (whileAwake) {
+            whileAwake();
+        }
+    }
+
+    std::function<void()> whileAwake;
+    int numReleased = 0;
+};
 
 // A condition without threads: what happens while a wait sleeps is scripted.
 struct ScriptedCondition {
+    void wait(ReleasedLock&) { Sleep(kForever); }
     template <typename Duration>
-    void timed_wait(NoLock&, const Duration& duration) {
-        slices.push_back(duration.total_milliseconds());
+    void timed_wait(ReleasedLock&, const Duration& duration) {
+        Sleep(duration.total_milliseconds());
+    }
+    static void Sleep(int64_t milliseconds) {
+        slices.push_back(milliseconds);
         if (script.empty()) {
             throw std::logic_error("nothing ends this wait");
         }
@@ -40,6 +57,7 @@ struct ScriptedCondition {
         numNotified = 0;
     }
 
+    static constexpr int64_t kForever = -1;
     inline static std::vector<std::function<void()>> script;
     // What each sleep was limited to, in milliseconds.
     inline static std::vector<int64_t> slices;
@@ -55,7 +73,7 @@ protected:
         ScriptedCondition::script.push_back(std::move(act));
     }
 
-    NoLock lock;
+    ReleasedLock lock;
     CWaitPoint<ScriptedCondition> point;
 };
 
@@ -192,10 +210,63 @@ TEST_F(ScriptedWaitTest, AnEndlessWaitSleepsInSlices) {
         EXPECT_EQ(Wait(timeout), WaitResult::Woken);
         ASSERT_EQ(ScriptedCondition::slices.size(), 2U);
         for (const int64_t slice : ScriptedCondition::slices) {
+            if (timeout == INFINITE_TIMEOUT) {
+                EXPECT_EQ(slice, ScriptedCondition::kForever);
+                continue;
+            }
             EXPECT_GE(slice, 1'000'000);
             EXPECT_LE(slice, 0x7FFFFFFF);
         }
     }
+}
+
+TEST_F(ScriptedWaitTest, AGrantToAWaitThatIsAwakeWakesNobody) {
+    lock.whileAwake = [&] { EXPECT_FALSE(point.Grant()); };
+    EXPECT_EQ(Wait(INFINITE_TIMEOUT), WaitResult::Woken);
+    EXPECT_TRUE(ScriptedCondition::slices.empty());
+    lock.whileAwake = nullptr;
+    EXPECT_EQ(Wait(0), WaitResult::TimedOut);
+}
+
+TEST_F(ScriptedWaitTest, ClosingEndsAWaitThatIsAwake) {
+    lock.whileAwake = [&] { point.Close(); };
+    EXPECT_EQ(Wait(INFINITE_TIMEOUT), WaitResult::Closed);
+    EXPECT_TRUE(ScriptedCondition::slices.empty());
+}
+
+TEST_F(ScriptedWaitTest, ATimeOutOf0DoesNotReleaseTheLock) {
+    EXPECT_EQ(Wait(0), WaitResult::TimedOut);
+    EXPECT_EQ(lock.numReleased, 0);
+}
+
+// A camera with a slow rate should not cost a processor's time between its images.
+TEST_F(ScriptedWaitTest, AWaitStaysAwakeSeldomWhereThatIsInVain) {
+    std::vector<int> awake;
+    for (int i = 0; i < 200; ++i) {
+        WhileAsleep([&] { EXPECT_TRUE(point.Grant()); });
+        const int before = lock.numReleased;
+        EXPECT_EQ(Wait(INFINITE_TIMEOUT), WaitResult::Woken);
+        if (lock.numReleased != before) {
+            awake.push_back(i);
+        }
+    }
+    EXPECT_EQ(awake, (std::vector<int>{0, 2, 6, 14, 30, 62, 126, 190}));
+}
+
+TEST_F(ScriptedWaitTest, AWaitStaysAwakeAgainOnceThatPays) {
+    const auto waitAsleep = [&] {
+        WhileAsleep([&] { EXPECT_TRUE(point.Grant()); });
+        EXPECT_EQ(Wait(INFINITE_TIMEOUT), WaitResult::Woken);
+    };
+    for (int i = 0; i < 6; ++i) { // the next one is awake
+        waitAsleep();
+    }
+    ScriptedCondition::slices.clear();
+    lock.whileAwake = [&] { point.Grant(); };
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(Wait(INFINITE_TIMEOUT), WaitResult::Woken);
+    }
+    EXPECT_TRUE(ScriptedCondition::slices.empty());
 }
 
 // The conditions and locks that the module waits with.
@@ -223,7 +294,7 @@ void ExpectThreadsAreWokenOneByOne() {
     for (int i = 1; i <= 3; ++i) {
         {
             const Lock lock(mutex);
-            EXPECT_TRUE(point.Grant());
+            point.Grant();
         }
         point.Notify();
         EXPECT_TRUE(Eventually([&] { return numWoken == i; }));
@@ -251,7 +322,7 @@ TEST(WaitPointTest, ReleasesTheLockWhileItWaits) {
     std::thread other([&] {
         const boost::unique_lock<boost::mutex> theirs(mutex);
         locked = true;
-        EXPECT_TRUE(point.Grant());
+        point.Grant();
         point.Notify();
     });
     EXPECT_EQ(point.Wait(lock, INFINITE_TIMEOUT), WaitResult::Woken);
