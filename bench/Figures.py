@@ -12,6 +12,10 @@ class Results:
     context: dict
     target: str = ""
 
+    @property
+    def is_of_windows(self):
+        return self.context["executable"].endswith(".exe")
+
     def value(self, bench, name):
         return self.values.get(bench, {}).get(name)
 
@@ -49,6 +53,7 @@ class Figure:
     unit: str = "ns"
     calls: int = 1
     is_change: bool = False  # which may be none, or negative
+    is_for_linux: bool = False
 
 
 def device_lists():
@@ -67,6 +72,10 @@ FIGURES = [
     Figure("throughput of 12 MiB frames, per frame", "throughput/module", "throughput/limit", "speed", 0.98, unit="us"),
     Figure("latency, median", "latency/module", "latency/limit", "ratio", 1.25, "median"),
     Figure("latency, 99th percentile", "latency/module", "latency/limit", "ratio", 1.25, "p99"),
+    Figure("latency on one processor, median", "latency_together/module", "latency_together/limit", "ratio", 1.25,
+           "median", is_for_linux=True),
+    Figure("latency on one processor, 99th percentile", "latency_together/module", "latency_together/limit", "ratio",
+           1.25, "p99", is_for_linux=True),
     Figure("GCReadPort, 4 bytes of a camera", "read_port/module", "read_port/limit", "difference", 10),
     Figure("DSGetInfo", "stream_info/module", "empty_call/limit", "difference", 30),
     Figure("DSGetBufferInfo", "buffer_info/module", "empty_call/limit", "difference", 30),

@@ -1,6 +1,8 @@
 // From the end of a grab to the return of the EventGetData that was already waiting for it; the
 // limit is one wake-up of a waiting condition variable. In both, a third thread first wakes the one
-// that is measured against, so that it runs as a thread does that has just been woken itself.
+// that is measured against, so that it runs as a thread does that has just been woken itself, and
+// the threads are kept where they are: a wake-up on another processor that idles takes ten times as
+// long as one on the same, and which of them a woken thread gets is the system's choice.
 #include "Figures.h"
 #include "OptivoSim.h"
 #include "Subjects.h"
@@ -14,6 +16,11 @@
 #include <thread>
 #include <utility>
 #include <vector>
+
+#if defined(__linux__)
+#include <pthread.h>
+#include <sched.h>
+#endif
 
 namespace {
 
@@ -82,14 +89,66 @@ private:
     std::thread m_thread;
 };
 
+#if defined(__linux__)
+// Keeps the calling thread, and those that it makes meanwhile, on one of the processors that the
+// process may use.
+class ThreadPlacement {
+public:
+    explicit ThreadPlacement(int processor) {
+        Require(pthread_getaffinity_np(pthread_self(), sizeof m_before, &m_before) == 0,
+                "getaffinity");
+        const cpu_set_t& all = Usable();
+        std::size_t chosen = 0;
+        while (CPU_ISSET(chosen, &all) == 0 || processor-- % CPU_COUNT(&all) != 0) {
+            ++chosen;
+        }
+        cpu_set_t one;
+        CPU_ZERO(&one);
+        CPU_SET(chosen, &one);
+        Set(one);
+    }
+    ~ThreadPlacement() { Set(m_before); }
+    ThreadPlacement(const ThreadPlacement&) = delete;
+    ThreadPlacement& operator=(const ThreadPlacement&) = delete;
+
+private:
+    static const cpu_set_t& Usable() {
+        static const cpu_set_t s_usable = [] {
+            cpu_set_t set;
+            Require(sched_getaffinity(getpid(), sizeof set, &set) == 0, "getaffinity");
+            return set;
+        }();
+        return s_usable;
+    }
+    static void Set(const cpu_set_t& set) {
+        Require(pthread_setaffinity_np(pthread_self(), sizeof set, &set) == 0, "setaffinity");
+    }
+
+    cpu_set_t m_before;
+};
+#else
+// Threads do not pass their processors on here: the system places all of them.
+struct ThreadPlacement {
+    explicit ThreadPlacement(int /*processor*/) {}
+    ~ThreadPlacement() {}
+};
+#endif
+
+struct Placement {
+    int ofWaker;
+    int ofWaiter;
+};
+
 // Measures from NoteBegin to the return of the wait, which cause ends; renew makes all ready again.
+// Called on the waker's processor, which the threads that take part in the cause inherit.
 template <class Wait, class Renew>
-void MeasureWaits(benchmark::State& state, const std::function<void()>& cause, const Wait& wait,
-                  const Renew& renew) {
+void MeasureWaits(benchmark::State& state, Placement placement, const std::function<void()>& cause,
+                  const Wait& wait, const Renew& renew) {
     Helper causer([&] {
         std::this_thread::sleep_for(kPause);
         cause();
     });
+    const ThreadPlacement waiterPlace(placement.ofWaiter);
     std::vector<double> nanoseconds;
     nanoseconds.reserve(static_cast<std::size_t>(state.max_iterations));
     for (auto _ : state) {
@@ -107,7 +166,8 @@ void MeasureWaits(benchmark::State& state, const std::function<void()>& cause, c
     state.counters["p99"] = nanoseconds[nanoseconds.size() * 99 / 100];
 }
 
-void OfModule(benchmark::State& state) {
+void OfModule(benchmark::State& state, Placement placement) {
+    const ThreadPlacement wakerPlace(placement.ofWaker);
     MakeCameras(1, kSide, kSide, -1);
     const OpenModule module;
     ModuleStream stream(module, 0, kNumBuffers, kSize);
@@ -116,27 +176,35 @@ void OfModule(benchmark::State& state) {
     const std::string camera = CameraName(0);
     BUFFER_HANDLE fetched = nullptr;
     MeasureWaits(
-        state, [&] { OptivoSim_ProduceImages(camera.c_str(), 1); },
+        state, placement, [&] { OptivoSim_ProduceImages(camera.c_str(), 1); },
         [&] { fetched = stream.Fetch(); }, [&] { stream.Queue(fetched); });
     OptivoSim_ObserveGrabs(nullptr);
 }
 
-void OfConditionVariable(benchmark::State& state) {
+void OfConditionVariable(benchmark::State& state, Placement placement) {
+    const ThreadPlacement wakerPlace(placement.ofWaker);
     Signal filled;
     Helper filler([&] {
         NoteBegin();
         filled.Give();
     });
     MeasureWaits(
-        state, [&] { filler.Ask(); }, [&] { filled.Await(); }, [] {});
+        state, placement, [&] { filler.Ask(); }, [&] { filled.Await(); }, [] {});
 }
 
 } // namespace
 
 void RegisterLatency(const Effort& effort) {
     const auto waits = effort.Of<benchmark::IterationCount>(500, 20);
-    benchmark::RegisterBenchmark("latency/module", OfModule)->UseManualTime()->Iterations(waits);
-    benchmark::RegisterBenchmark("latency/limit", OfConditionVariable)
-        ->UseManualTime()
-        ->Iterations(waits);
+    const auto add = [waits](const char* name, auto measure, Placement placement) {
+        benchmark::RegisterBenchmark(name, measure, placement)->UseManualTime()->Iterations(waits);
+    };
+    constexpr Placement kApart{0, 1};
+    add("latency/module", OfModule, kApart);
+    add("latency/limit", OfConditionVariable, kApart);
+#if defined(__linux__)
+    constexpr Placement kTogether{0, 0};
+    add("latency_together/module", OfModule, kTogether);
+    add("latency_together/limit", OfConditionVariable, kTogether);
+#endif
 }

@@ -43,7 +43,7 @@ def read(path):
 
 
 def rows_of(results, figures=(*FIGURES, *BUILD_FIGURES)):
-    return [Row(figure, results) for figure in figures]
+    return [Row(figure, results) for figure in figures if not (figure.is_for_linux and results.is_of_windows)]
 
 
 def smoke(program):
@@ -52,11 +52,12 @@ def smoke(program):
     run = [*program, "--quick", f"--benchmark_out={out}", "--benchmark_out_format=json"]
     subprocess.run(run, check=True, stdout=subprocess.DEVNULL, timeout=300)
     results = read(out)
-    missing = [f"{row.title}: {row.inputs}" for row in rows_of(results, FIGURES) if not row.is_measured]
+    rows = rows_of(results, FIGURES)
+    missing = [f"{row.title}: {row.inputs}" for row in rows if not row.is_measured]
     for line in missing:
         print(line)
-    print(f"{len(FIGURES)} figures, {len(missing)} not measured")
-    return 1 if missing or not FIGURES else 0
+    print(f"{len(rows)} figures, {len(missing)} not measured")
+    return 1 if missing or not rows else 0
 
 
 def module_size(folder):
