@@ -21,24 +21,26 @@ constexpr char WORLD[] = R"({"interfaces": [
         {"name": "Unpaced", "width": 320, "height": 240, "frameRate": 0}]}]})";
 const std::vector<std::string> CAMERAS = {"Paced-1", "Paced-2", "Paced-3", "Unpaced"};
 
-// Memory may settle for this share of a run; then it must not grow by more than this.
+// Memory and handles may settle for this share of a run; then they must not grow by more than this.
 constexpr double SETTLING = 0.3;
-constexpr double MOST_GROWTH_KIB_PER_MINUTE = 256;
+constexpr double MOST_KIBIBYTES_PER_MINUTE = 256;
+constexpr double MOST_HANDLES_PER_MINUTE = 4;
 constexpr double SHORTEST_JUDGED_SECONDS = 120;
 
 struct Sample {
     double seconds;
     double kibibytes;
+    double handles;
 };
 
-// The least-squares slope of the samples, per minute.
-double GrowthPerMinute(const std::vector<Sample>& samples) {
+// The least-squares slope of a member of the samples, per minute.
+double GrowthPerMinute(const std::vector<Sample>& samples, double Sample::*member) {
     double sumX = 0, sumY = 0, sumXX = 0, sumXY = 0;
     for (const Sample& sample : samples) {
         sumX += sample.seconds;
-        sumY += sample.kibibytes;
+        sumY += sample.*member;
         sumXX += sample.seconds * sample.seconds;
-        sumXY += sample.seconds * sample.kibibytes;
+        sumXY += sample.seconds * sample.*member;
     }
     const auto count = static_cast<double>(samples.size());
     const double divisor = count * sumXX - sumX * sumX;
@@ -101,13 +103,15 @@ private:
         using Clock = std::chrono::steady_clock;
         const auto begin = Clock::now();
         double nextLine = 0;
+        double nextSample = SETTLING * seconds;
         for (;;) {
             const double now = std::chrono::duration<double>(Clock::now() - begin).count();
             if (now >= seconds) {
                 break;
             }
-            if (now >= SETTLING * seconds) {
-                m_samples.push_back({now, ResidentKibibytes()});
+            if (now >= nextSample) {
+                m_samples.push_back({now, ResidentKibibytes(), static_cast<double>(NumHandles())});
+                nextSample += 1;
             }
             if (now >= nextLine) {
                 Print(now, trouble);
@@ -132,10 +136,15 @@ private:
     }
 
     void CheckEnd(double seconds) {
-        const double growth = GrowthPerMinute(m_samples);
-        std::printf("memory grew by %.1f KiB a minute\n", growth);
-        if (seconds >= SHORTEST_JUDGED_SECONDS && growth > MOST_GROWTH_KIB_PER_MINUTE) {
+        const double kibibytes = GrowthPerMinute(m_samples, &Sample::kibibytes);
+        const double handles = GrowthPerMinute(m_samples, &Sample::handles);
+        std::printf("memory grew by %.1f KiB a minute, handles by %.1f\n", kibibytes, handles);
+        const bool isJudged = seconds >= SHORTEST_JUDGED_SECONDS;
+        if (isJudged && kibibytes > MOST_KIBIBYTES_PER_MINUTE) {
             m_tally.Complain("memory grows");
+        }
+        if (isJudged && handles > MOST_HANDLES_PER_MINUTE) {
+            m_tally.Complain("handles grow");
         }
         if (m_tally.numImages == 0 || m_tally.numAcquisitions < CAMERAS.size()) {
             m_tally.Complain("hardly anything was acquired");
