@@ -36,8 +36,9 @@ void AppendFolders(std::vector<fs::path>& folders, const std::wstring& text) {
     for (const std::wstring_view entry : CFolderList(text).Entries()) {
         std::wstring folder{entry};
         std::erase(folder, L'"');
-        if (!folder.empty())
+        if (!folder.empty()) {
             folders.emplace_back(Expanded(folder));
+        }
     }
 }
 
@@ -47,8 +48,9 @@ bool IsSimulated(const fs::path& library) {
     DWORD unused = 0;
     const DWORD size = GetFileVersionInfoSizeW(library.c_str(), &unused);
     std::vector<BYTE> block(size);
-    if (size == 0 || !GetFileVersionInfoW(library.c_str(), 0, size, block.data()))
+    if (size == 0 || !GetFileVersionInfoW(library.c_str(), 0, size, block.data())) {
         return false;
+    }
     void* product = nullptr;
     UINT length = 0;
     return VerQueryValueW(block.data(), kProductOf, &product, &length) && length > 0 &&
@@ -63,8 +65,9 @@ std::optional<fs::path> FindMakersLibrary(const fs::path& folder) {
     for (const fs::path& place : folders) {
         std::error_code error;
         const fs::path library = place / kLibrary;
-        if (fs::is_regular_file(library, error) && !IsSimulated(library))
+        if (fs::is_regular_file(library, error) && !IsSimulated(library)) {
             return library;
+        }
     }
     return {};
 }

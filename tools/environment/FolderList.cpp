@@ -12,11 +12,14 @@ constexpr wchar_t kQuote = L'"';
 std::wstring Normalised(std::wstring_view folder) {
     std::wstring text;
     text.reserve(folder.size());
-    for (const wchar_t c : folder)
-        if (c != kQuote)
+    for (const wchar_t c : folder) {
+        if (c != kQuote) {
             text.push_back(static_cast<wchar_t>(std::towlower(static_cast<std::wint_t>(c))));
-    while (!text.empty() && text.back() == L'\\')
+        }
+    }
+    while (!text.empty() && text.back() == L'\\') {
         text.pop_back();
+    }
     return text;
 }
 
@@ -25,8 +28,9 @@ std::size_t EndOfEntry(std::wstring_view text, std::size_t position) {
     while (position < text.size() && text[position] != kSeparator) {
         if (text[position] == kQuote) {
             const std::size_t closing = text.find(kQuote, position + 1);
-            if (closing != std::wstring_view::npos)
+            if (closing != std::wstring_view::npos) {
                 position = closing;
+            }
         }
         ++position;
     }
@@ -57,14 +61,17 @@ bool CFolderList::Contains(std::wstring_view folder) const {
 }
 
 void CFolderList::Add(std::wstring_view folder) {
-    if (Contains(folder))
+    if (Contains(folder)) {
         return;
+    }
     const bool isOpen = m_text.empty() || m_text.back() == kSeparator;
-    if (!isOpen)
+    if (!isOpen) {
         m_text += kSeparator;
+    }
     m_text += folder;
-    if (isOpen)
+    if (isOpen) {
         m_text += kSeparator;
+    }
 }
 
 void CFolderList::Remove(std::wstring_view folder) {

@@ -16,8 +16,9 @@ constexpr std::size_t kLongest = 32767;
 constexpr UINT kPatience = 2000;
 
 void Check(LSTATUS status, const char* what) {
-    if (status != ERROR_SUCCESS)
+    if (status != ERROR_SUCCESS) {
         throw std::system_error(static_cast<int>(status), std::system_category(), what);
+    }
 }
 
 struct CloseKey {
@@ -50,8 +51,9 @@ CMachineVariable::CMachineVariable(std::wstring name) : m_name{std::move(name)},
                                   reinterpret_cast<BYTE*>(text.data()), &size);
     } while (status == ERROR_MORE_DATA);
     Check(status, "the variable cannot be read");
-    if (m_kind != REG_SZ && m_kind != REG_EXPAND_SZ)
+    if (m_kind != REG_SZ && m_kind != REG_EXPAND_SZ) {
         throw std::runtime_error("the variable is no text");
+    }
     // Whoever wrote it may have counted the terminating zero or not.
     text.resize(size / sizeof(wchar_t));
     text.resize(std::min(text.find(L'\0'), text.size()));
@@ -63,9 +65,10 @@ void CMachineVariable::Set(std::optional<std::wstring> text) {
     if (!text) {
         Check(RegDeleteValueW(key.get(), m_name.c_str()), "the variable cannot be removed");
     } else {
-        if (text->size() >= kLongest)
+        if (text->size() >= kLongest) {
             throw std::length_error("the variable would have more than 32,766 characters, and "
                                     "Windows would drop it");
+        }
         const auto size = static_cast<DWORD>((text->size() + 1) * sizeof(wchar_t));
         Check(RegSetValueExW(key.get(), m_name.c_str(), 0, m_kind,
                              reinterpret_cast<const BYTE*>(text->c_str()), size),

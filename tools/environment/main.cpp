@@ -36,8 +36,9 @@ ExitCode Add(const wchar_t* name, const wchar_t* folder) {
 
 ExitCode Remove(const wchar_t* name, const wchar_t* folder) {
     CMachineVariable variable{name};
-    if (!variable.Text())
+    if (!variable.Text()) {
         return kDone;
+    }
     CFolderList list{*variable.Text()};
     list.Remove(folder);
     if (list.Text() != variable.Text()) {
@@ -51,21 +52,26 @@ ExitCode Remove(const wchar_t* name, const wchar_t* folder) {
 
 ExitCode FindLibrary(const wchar_t* folder) {
     const auto library = FindMakersLibrary(folder);
-    if (library)
+    if (library) {
         std::printf("%ls\n", library->c_str());
+    }
     return library ? kDone : kNo;
 }
 
 ExitCode Run(int count, wchar_t** words) {
     const std::wstring_view command = count > 1 ? words[1] : L"";
-    if (command == L"add" && count == 4)
+    if (command == L"add" && count == 4) {
         return Add(words[2], words[3]);
-    if (command == L"remove" && count == 4)
+    }
+    if (command == L"remove" && count == 4) {
         return Remove(words[2], words[3]);
-    if (command == L"makers-library" && count == 3)
+    }
+    if (command == L"makers-library" && count == 3) {
         return FindLibrary(words[2]);
-    if (command == L"is-simulated" && count == 3)
+    }
+    if (command == L"is-simulated" && count == 3) {
         return IsSimulated(words[2]) ? kDone : kNo;
+    }
     std::fputs(kUsage, stderr);
     return kWrongUsage;
 }
