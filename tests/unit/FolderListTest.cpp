@@ -28,8 +28,9 @@ std::wstring Removed(const std::wstring& text) {
 
 std::wstring Long(std::size_t length) {
     std::wstring text;
-    for (int i = 0; text.size() < length; ++i)
+    for (int i = 0; text.size() < length; ++i) {
         text += LR"(%ProgramFiles%\Maker )" + std::to_wstring(i) + LR"(\bin\;)";
+    }
     return text + LR"(C:\last)";
 }
 
@@ -48,8 +49,9 @@ TEST(FolderList, LeavesATextThatHasTheFolderInAnySpelling) {
     for (const std::wstring text :
          {LR"(C:\Program Files\NorvelTL\bin)", LR"(c:\PROGRAM FILES\norveltl\BIN;C:\b)",
           LR"(C:\a;C:\Program Files\NorvelTL\bin\;C:\b)", LR"("C:\Program Files\NorvelTL\bin")",
-          LR"(C:\a;"C:\Program Files\NorvelTL\bin\")", LR"(C:\"Program Files"\NorvelTL\bin)"})
+          LR"(C:\a;"C:\Program Files\NorvelTL\bin\")", LR"(C:\"Program Files"\NorvelTL\bin)"}) {
         EXPECT_EQ(Added(text), text);
+    }
 }
 
 TEST(FolderList, KnowsFoldersThatOnlyBeginOrEndAlike) {
@@ -75,9 +77,11 @@ TEST(FolderList, RemovesItHoweverOftenItStands) {
 }
 
 TEST(FolderList, LeavesATextWithoutTheFolder) {
-    for (const std::wstring text : {LR"()", LR"(;)", LR"(C:\a;;)", LR"("C:\a;C:\b)",
-                                    LR"(C:\Program Files\NorvelTL\bin2;C:\Program Files\NorvelTL)"})
+    for (const std::wstring text :
+         {LR"()", LR"(;)", LR"(C:\a;;)", LR"("C:\a;C:\b)",
+          LR"(C:\Program Files\NorvelTL\bin2;C:\Program Files\NorvelTL)"}) {
         EXPECT_EQ(Removed(text), text);
+    }
 }
 
 TEST(FolderList, DoesNotLookIntoQuotes) {
@@ -97,8 +101,9 @@ TEST(FolderList, ComesBackToWhatItWas) {
     for (const std::wstring& text :
          {std::wstring{}, std::wstring{L";"}, std::wstring{LR"(C:\a)"}, std::wstring{LR"(C:\a;)"},
           std::wstring{LR"(C:\a;;)"}, std::wstring{LR"(;C:\a)"}, Long(1024), Long(8000),
-          Long(32000)})
+          Long(32000)}) {
         EXPECT_EQ(Removed(Added(text)), text);
+    }
 }
 
 TEST(FolderList, ListsItsEntriesAsTheyStand) {

@@ -18,20 +18,23 @@ CCameraFacts::CCameraFacts(const CProducer& producer, DEV_HANDLE device) {
 void CCameraFacts::Set(const std::vector<std::string>& assignments) const {
     for (const std::string& text : assignments) {
         const auto [name, value] = ParseAssignment(text);
-        if (!m_features)
+        if (!m_features) {
             throw CToolError(name + " cannot be set: " + m_reason);
+        }
         m_features->Set(name, value);
     }
 }
 
 uint64_t CCameraFacts::PayloadSize() const {
     const std::string known = "the image size is not known: the stream does not tell it, and ";
-    if (!m_features)
+    if (!m_features) {
         throw CToolError(known + m_reason);
+    }
     try {
         const int64_t size = m_features->ReadInteger("PayloadSize");
-        if (size > 0)
+        if (size > 0) {
             return static_cast<uint64_t>(size);
+        }
         throw CToolError("PayloadSize is " + std::to_string(size));
     } catch (const CToolError& error) {
         throw CToolError(known + error.what());
@@ -40,8 +43,9 @@ uint64_t CCameraFacts::PayloadSize() const {
 
 SImageFormat CCameraFacts::Format() const {
     SImageFormat format;
-    if (!m_features)
+    if (!m_features) {
         return format;
+    }
     const auto attempt = [](auto read) {
         try {
             read();
@@ -57,22 +61,25 @@ SImageFormat CCameraFacts::Format() const {
 
 uint32_t CCameraFacts::Extent(const char* feature) const {
     const int64_t value = m_features->ReadInteger(feature);
-    if (value < 1 || value > std::numeric_limits<uint32_t>::max())
+    if (value < 1 || value > std::numeric_limits<uint32_t>::max()) {
         throw CToolError(std::string(feature) + " is " + std::to_string(value));
+    }
     return static_cast<uint32_t>(value);
 }
 
 CAcquisition::CAcquisition(CStream& stream, const CCameraFacts& camera)
     : m_stream(stream), m_camera(camera) {
     m_stream.Start();
-    if (m_camera.Has("AcquisitionStart"))
+    if (m_camera.Has("AcquisitionStart")) {
         m_camera.Execute("AcquisitionStart");
+    }
 }
 
 CAcquisition::~CAcquisition() {
     try {
-        if (m_camera.Has("AcquisitionStop"))
+        if (m_camera.Has("AcquisitionStop")) {
             m_camera.Execute("AcquisitionStop");
+        }
     } catch (const std::exception& error) {
         ReportError(error.what());
     }

@@ -71,9 +71,11 @@ void CheckPort(const CProducer& p, PORT_HANDLE port, CJudgement& judge) {
                  {GC_ERR_INVALID_PARAMETER}, "a null pointer is an invalid parameter");
     judge.Attempt("the camera's description is well-formed and its features can be read", [&] {
         const CFeatures features(p, port);
-        for (const SFeature& feature : features.All())
-            if (!feature.error.empty())
+        for (const SFeature& feature : features.All()) {
+            if (!feature.error.empty()) {
                 judge.Deviate("feature " + feature.name, "readable as described", feature.error);
+            }
+        }
     });
 }
 
@@ -94,9 +96,10 @@ void CheckDevice(const SChoice& choice, CJudgement& judge) {
         constexpr std::array<uint64_t, 3> kOpen = {DEVICE_ACCESS_STATUS_OPEN_READWRITE,
                                                    DEVICE_ACCESS_STATUS_OPEN_READONLY,
                                                    DEVICE_ACCESS_STATUS_BUSY};
-        if (!status || std::find(kOpen.begin(), kOpen.end(), *status) == kOpen.end())
+        if (!status || std::find(kOpen.begin(), kOpen.end(), *status) == kOpen.end()) {
             judge.Deviate("access status of an open camera", "open or busy",
                           status ? std::to_string(*status) : "not reported");
+        }
         CheckPort(p, RemotePort(p, device.Get()), judge);
         for (int round = 0; round < 2; ++round) {
             judge.SetSubject(choice.device->id + (round > 0 ? ", stream reopened" : ""));
@@ -112,27 +115,31 @@ void Print(const CJudgement& judge, bool all) {
     using Row = std::array<std::string, 4>;
     std::vector<std::pair<Row, std::vector<std::string>>> rows;
     for (const SFinding& finding : judge.Findings()) {
-        if (!all && finding.verdict == EVerdict::Passed)
+        if (!all && finding.verdict == EVerdict::Passed) {
             continue;
+        }
         const std::string answer = finding.answer.substr(0, finding.answer.find('\n'));
         const Row row{VerdictText(finding.verdict), finding.check, Printable(answer),
                       finding.expected};
         auto found = std::find_if(rows.begin(), rows.end(),
                                   [&](const auto& known) { return known.first == row; });
-        if (found == rows.end())
+        if (found == rows.end()) {
             found = rows.insert(rows.end(), {row, {}});
+        }
         found->second.push_back(Printable(finding.subject));
     }
     CTable table({"", "check", "where", "answer", "the standard"});
     for (const auto& [row, subjects] : rows) {
         std::string where = subjects.front();
-        if (subjects.size() > 1)
+        if (subjects.size() > 1) {
             where += " and " + std::to_string(subjects.size() - 1) + " more";
+        }
         table.Add({row[0], row[1], where, row[2], row[3]});
     }
     table.Print(std::cout);
-    for (const std::string& why : judge.Explanations())
+    for (const std::string& why : judge.Explanations()) {
         std::cout << "known       " << why << "\n";
+    }
     std::cout << judge.Count(EVerdict::Passed) << " passed, " << judge.Count(EVerdict::Deviates)
               << " deviate, " << judge.Count(EVerdict::Failed) << " failed" << std::endl;
 }
@@ -142,13 +149,14 @@ void PrintJson(const CJudgement& judge) {
               {"deviates", judge.Count(EVerdict::Deviates)},
               {"failed", judge.Count(EVerdict::Failed)},
               {"findings", Json::array()}};
-    for (const SFinding& finding : judge.Findings())
+    for (const SFinding& finding : judge.Findings()) {
         json["findings"].push_back({{"verdict", VerdictText(finding.verdict)},
                                     {"where", finding.subject},
                                     {"check", finding.check},
                                     {"answer", finding.answer},
                                     {"standard", finding.expected},
                                     {"known", finding.isKnown}});
+    }
     std::cout << ToText(json) << std::endl;
 }
 
@@ -156,16 +164,19 @@ void PrintJson(const CJudgement& judge) {
 
 EExitCode Check(const std::string& cti, const SCheckOptions& options) {
     const SSystems systems = OpenSystems(cti);
-    if (AllDevices(systems).empty())
+    if (AllDevices(systems).empty()) {
         throw CToolError("found no camera to check", kNothingFound);
+    }
     bool hasFailed = false;
     for (const auto& system : systems.open) {
         CJudgement judge(system->Info(TL_INFO_VENDOR).value_or(""));
         CheckLibrary(system->Producer(), judge);
         CheckSystem(*system, judge);
-        for (const SChoice& choice : AllDevices(systems))
-            if (choice.system == system.get() && choice.device->Accessible())
+        for (const SChoice& choice : AllDevices(systems)) {
+            if (choice.system == system.get() && choice.device->Accessible()) {
                 CheckDevice(choice, judge);
+            }
+        }
         if (options.json) {
             PrintJson(judge);
         } else {

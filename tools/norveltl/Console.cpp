@@ -74,16 +74,18 @@ CConsole::CConsole() {
 
 CConsole::~CConsole() {
     std::fflush(stdout);
-    if (g_codePage != 0)
+    if (g_codePage != 0) {
         SetConsoleOutputCP(g_codePage);
+    }
 }
 
 std::vector<std::string> CConsole::Arguments(int, char**) {
     int count = 0;
     wchar_t** words = CommandLineToArgvW(GetCommandLineW(), &count);
     std::vector<std::string> arguments;
-    for (int i = 1; words && i < count; ++i)
+    for (int i = 1; words && i < count; ++i) {
         arguments.push_back(Narrow(words[i]));
+    }
     LocalFree(words);
     return arguments;
 }
@@ -175,8 +177,9 @@ std::vector<std::filesystem::path> PathsFromEnvironment(const char* variable) {
     std::vector<std::filesystem::path> paths;
     for (size_t begin = 0; begin <= value.size();) {
         const size_t end = std::min(value.find(kPathSeparator, begin), value.size());
-        if (end > begin)
+        if (end > begin) {
             paths.emplace_back(value.substr(begin, end - begin));
+        }
         begin = end + 1;
     }
     return paths;

@@ -32,28 +32,33 @@ SLocation ParseUrl(const std::string& url) {
     std::string scheme = url.substr(0, url.find(':'));
     std::transform(scheme.begin(), scheme.end(), scheme.begin(),
                    [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-    if (scheme != "local")
+    if (scheme != "local") {
         throw fail("only descriptions in the module itself (\"Local:\") are supported");
+    }
 
     const std::string rest = url.substr(0, url.find('?'));
     const size_t last = rest.rfind(';');
     const size_t first =
         last == std::string::npos || last == 0 ? std::string::npos : rest.rfind(';', last - 1);
-    if (first == std::string::npos)
+    if (first == std::string::npos) {
         throw fail("it does not have the form Local:name;address;length");
+    }
     const std::string name = rest.substr(0, first);
-    if (name.ends_with(".zip") || name.ends_with(".ZIP"))
+    if (name.ends_with(".zip") || name.ends_with(".ZIP")) {
         throw fail("zipped descriptions are not supported");
+    }
     const auto number = [](const std::string& text) {
         const std::string trimmed = Trim(text);
         return ParseUnsigned(WithoutHexPrefix(trimmed), 16);
     };
     const auto address = number(rest.substr(first + 1, last - first - 1));
     const auto length = number(rest.substr(last + 1));
-    if (!address || !length)
+    if (!address || !length) {
         throw fail("its address or length is no hexadecimal number");
-    if (*length == 0 || *length > kMaxDescription)
+    }
+    if (*length == 0 || *length > kMaxDescription) {
         throw fail("a length of " + std::to_string(*length) + " bytes is not plausible");
+    }
     return {*address, static_cast<size_t>(*length)};
 }
 
@@ -62,8 +67,9 @@ SLocation ParseUrl(const std::string& url) {
 std::string Trim(std::string_view text) {
     constexpr const char* kBlanks = " \t\r\n";
     const size_t begin = text.find_first_not_of(kBlanks);
-    if (begin == std::string_view::npos)
+    if (begin == std::string_view::npos) {
         return "";
+    }
     return std::string(text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1));
 }
 
@@ -71,8 +77,9 @@ std::optional<uint64_t> ParseUnsigned(std::string_view text, int base) {
     uint64_t value = 0;
     const char* end = text.data() + text.size();
     const auto result = std::from_chars(text.data(), end, value, base);
-    if (result.ec != std::errc() || result.ptr != end)
+    if (result.ec != std::errc() || result.ptr != end) {
         return std::nullopt;
+    }
     return value;
 }
 
@@ -81,19 +88,22 @@ int64_t ParseInteger(const std::string& text, const std::string& where) {
     const std::string_view all = std::string_view(text).substr(negative ? 1 : 0);
     const std::string_view digits = WithoutHexPrefix(all);
     const auto value = ParseUnsigned(digits, digits.size() < all.size() ? 16 : 10);
-    if (!value)
+    if (!value) {
         throw CToolError(where + ": \"" + Printable(text) + "\" is no whole number");
+    }
     return static_cast<int64_t>(negative ? 0 - *value : *value);
 }
 
 std::string DescriptionUrl(const CProducer& producer, PORT_HANDLE port) {
     uint32_t count = 0;
     producer.Call(producer.GCGetNumPortURLs, port, &count);
-    if (count == 0)
+    if (count == 0) {
         throw CToolError("the module names no XML description");
+    }
     const auto query = CProducer::Query(producer.GCGetPortURLInfo, port, 0u, URL_INFO_URL);
-    if (const auto url = QueryText(query))
+    if (const auto url = QueryText(query)) {
         return *url;
+    }
     std::array<char, 4096> url{};
     size_t size = url.size() - 1;
     producer.Call(producer.GCGetPortURL, port, url.data(), &size);
@@ -104,9 +114,10 @@ void ReadPort(const CProducer& producer, PORT_HANDLE port, uint64_t address, voi
               size_t size) {
     size_t transferred = size;
     producer.Call(producer.GCReadPort, port, address, buffer, &transferred);
-    if (transferred != size)
+    if (transferred != size) {
         throw CToolError("GCReadPort gave " + std::to_string(transferred) + " instead of " +
                          std::to_string(size) + " bytes");
+    }
 }
 
 std::string ReadDescription(const CProducer& producer, PORT_HANDLE port) {
@@ -115,12 +126,15 @@ std::string ReadDescription(const CProducer& producer, PORT_HANDLE port) {
     // Some modules give their description only as a whole, some ports only in pieces.
     size_t size = text.size();
     if (producer.GCReadPort.call(port, location.address, text.data(), &size) != GC_ERR_SUCCESS ||
-        size != text.size())
-        for (size_t done = 0; done < text.size(); done += kReadBlock)
+        size != text.size()) {
+        for (size_t done = 0; done < text.size(); done += kReadBlock) {
             ReadPort(producer, port, location.address + done, text.data() + done,
                      std::min(kReadBlock, text.size() - done));
-    if (text.starts_with("PK\x03\x04"))
+        }
+    }
+    if (text.starts_with("PK\x03\x04")) {
         throw CToolError("the XML is zipped, which is not supported");
+    }
     return text.substr(0, text.find('\0'));
 }
 

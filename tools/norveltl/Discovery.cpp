@@ -29,14 +29,17 @@ bool IsModule(const fs::path& path) {
 }
 
 std::vector<fs::path> ModulesIn(const fs::path& place) {
-    if (IsModule(place))
+    if (IsModule(place)) {
         return {place};
+    }
     std::vector<fs::path> modules;
     std::error_code error;
     for (fs::directory_iterator entry(place, error), end; !error && entry != end;
-         entry.increment(error))
-        if (IsModule(entry->path()))
+         entry.increment(error)) {
+        if (IsModule(entry->path())) {
             modules.push_back(entry->path());
+        }
+    }
     std::sort(modules.begin(), modules.end());
     return modules;
 }
@@ -44,23 +47,29 @@ std::vector<fs::path> ModulesIn(const fs::path& place) {
 std::vector<fs::path> FindModules(const std::string& cti) {
     std::error_code error;
     if (!cti.empty()) {
-        if (!fs::is_regular_file(PathFromUtf8(cti), error))
+        if (!fs::is_regular_file(PathFromUtf8(cti), error)) {
             throw CToolError("there is no producer module at " + cti, kNothingFound);
+        }
         return {PathFromUtf8(cti)};
     }
     const fs::path own = ProgramFolder() / kOwnModule;
-    if (fs::is_regular_file(own, error))
+    if (fs::is_regular_file(own, error)) {
         return {own};
+    }
     std::vector<fs::path> modules;
-    for (const fs::path& place : PathsFromEnvironment(kSearchVariable))
-        for (const fs::path& module : ModulesIn(place))
-            if (std::find(modules.begin(), modules.end(), module) == modules.end())
+    for (const fs::path& place : PathsFromEnvironment(kSearchVariable)) {
+        for (const fs::path& module : ModulesIn(place)) {
+            if (std::find(modules.begin(), modules.end(), module) == modules.end()) {
                 modules.push_back(module);
-    if (modules.empty())
+            }
+        }
+    }
+    if (modules.empty()) {
         throw CToolError("found no producer module: there is no " + Utf8FromPath(own) +
                              " and no .cti file through " + kSearchVariable +
                              "\n  Name one with --cti PATH.",
                          kNothingFound);
+    }
     return modules;
 }
 
@@ -76,15 +85,17 @@ SDevice Describe(const CProducer& producer, IF_HANDLE handle, std::string id) {
     device.version = QueryText(query(DEVICE_INFO_VERSION));
     device.tlType = QueryText(query(DEVICE_INFO_TLTYPE));
     device.displayName = QueryText(query(DEVICE_INFO_DISPLAYNAME));
-    if (const auto status = QueryNumber(query(DEVICE_INFO_ACCESS_STATUS)))
+    if (const auto status = QueryNumber(query(DEVICE_INFO_ACCESS_STATUS))) {
         device.accessStatus = static_cast<DEVICE_ACCESS_STATUS>(*status);
+    }
     device.id = std::move(id);
     return device;
 }
 
 bool IsNamed(const SDevice& device, const std::string& name) {
-    if (name.starts_with(kSerialPrefix))
+    if (name.starts_with(kSerialPrefix)) {
         return device.serialNumber == name.substr(kSerialPrefix.size());
+    }
     return device.id == name || device.serialNumber == name || device.userName == name;
 }
 
@@ -117,8 +128,9 @@ std::string ListText(const std::vector<SChoice>& choices) {
 
 std::string Lines(const std::vector<std::string>& texts) {
     std::string lines;
-    for (const std::string& text : texts)
+    for (const std::string& text : texts) {
         lines += "\n  " + text;
+    }
     return lines;
 }
 
@@ -130,8 +142,9 @@ bool SDevice::Accessible() const {
 }
 
 std::string SDevice::AccessText() const {
-    if (!accessStatus)
+    if (!accessStatus) {
         return "access not reported";
+    }
     switch (*accessStatus) {
     case DEVICE_ACCESS_STATUS_UNKNOWN:
         return "access unknown";
@@ -184,9 +197,10 @@ void CSystem::Search(SInterface& interface_) {
         p.Call(p.IFUpdateDeviceList, handle.Get(), &changed, kSearchMilliseconds);
         uint32_t count = 0;
         p.Call(p.IFGetNumDevices, handle.Get(), &count);
-        for (uint32_t i = 0; i < count; ++i)
+        for (uint32_t i = 0; i < count; ++i) {
             interface_.devices.push_back(
                 Describe(p, handle.Get(), p.CallText(p.IFGetDeviceID, handle.Get(), i)));
+        }
         interface_.handle.emplace(std::move(handle));
     } catch (const CToolError& error) {
         interface_.devices.clear();
@@ -196,8 +210,9 @@ void CSystem::Search(SInterface& interface_) {
 
 OptionalText CSystem::Info(TL_INFO_CMD command) const {
     const CProducer& p = *m_producer;
-    if (OptionalText text = QueryText(CProducer::Query(p.TLGetInfo, m_system.Get(), command)))
+    if (OptionalText text = QueryText(CProducer::Query(p.TLGetInfo, m_system.Get(), command))) {
         return text;
+    }
     return QueryText(CProducer::Query(p.GCGetInfo, command));
 }
 
@@ -208,18 +223,22 @@ SSystems OpenSystems(const std::string& cti) {
         try {
             systems.open.push_back(std::make_unique<CSystem>(module));
         } catch (const CToolError& error) {
-            if (modules.size() == 1)
+            if (modules.size() == 1) {
                 throw;
+            }
             systems.errors.push_back(Utf8FromPath(module) + ": " + error.what());
             continue;
         }
-        for (const SInterface& interface_ : systems.open.back()->Interfaces())
-            if (!interface_.error.empty())
+        for (const SInterface& interface_ : systems.open.back()->Interfaces()) {
+            if (!interface_.error.empty()) {
                 systems.errors.push_back("interface " + Printable(interface_.id) + ": " +
                                          interface_.error);
+            }
+        }
     }
-    if (systems.open.empty())
+    if (systems.open.empty()) {
         throw CToolError("no producer module can be used:" + Lines(systems.errors));
+    }
     return systems;
 }
 
@@ -233,8 +252,9 @@ CHandle OpenDevice(const SChoice& choice) {
 CHandle OpenFirstStream(const CProducer& producer, DEV_HANDLE device) {
     uint32_t count = 0;
     producer.Call(producer.DevGetNumDataStreams, device, &count);
-    if (count == 0)
+    if (count == 0) {
         throw CToolError("the camera has no data stream");
+    }
     const std::string id = producer.CallText(producer.DevGetDataStreamID, device, 0u);
     return OpenHandle(producer, producer.DSClose, producer.DevOpenDataStream, device, id.c_str());
 }
@@ -247,38 +267,47 @@ PORT_HANDLE RemotePort(const CProducer& producer, DEV_HANDLE device) {
 
 std::vector<SChoice> AllDevices(const SSystems& systems) {
     std::vector<SChoice> choices;
-    for (const auto& system : systems.open)
-        for (const SInterface& interface_ : system->Interfaces())
-            for (const SDevice& device : interface_.devices)
+    for (const auto& system : systems.open) {
+        for (const SInterface& interface_ : system->Interfaces()) {
+            for (const SDevice& device : interface_.devices) {
                 choices.push_back({system.get(), &interface_, &device});
+            }
+        }
+    }
     return choices;
 }
 
 SChoice ChooseDevice(const SSystems& systems, const std::string& name, bool first) {
     const std::vector<SChoice> all = AllDevices(systems);
-    if (all.empty())
+    if (all.empty()) {
         throw CToolError("found no camera" + Lines(systems.errors),
                          systems.errors.empty() ? kNothingFound : kFailed);
+    }
 
     std::vector<SChoice> matching = all;
     if (!name.empty()) {
         matching = Filter(all, [&](const SDevice& device) { return IsNamed(device, name); });
-        if (matching.empty())
+        if (matching.empty()) {
             matching = Filter(all, [&](const SDevice& d) { return IsPartlyNamed(d, name); });
-        if (matching.empty())
+        }
+        if (matching.empty()) {
             throw CToolError("no camera is named \"" + name + "\"; there are:" + ListText(all),
                              kNothingFound);
-        if (matching.size() == 1)
+        }
+        if (matching.size() == 1) {
             return matching.front();
+        }
     }
 
     const std::vector<SChoice> accessible =
         Filter(matching, [](const SDevice& device) { return device.Accessible(); });
-    if (accessible.empty())
+    if (accessible.empty()) {
         throw CToolError("no camera can be opened now:" + ListText(matching));
-    if (accessible.size() > 1 && !first)
+    }
+    if (accessible.size() > 1 && !first) {
         throw CToolError("several cameras can be meant; name one of them:" + ListText(accessible),
                          kWrongUsage);
+    }
     return accessible.front();
 }
 

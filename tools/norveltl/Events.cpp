@@ -56,14 +56,16 @@ public:
         size_t size = m_data.size();
         const GC_ERROR code = m_producer.EventGetData.call(m_event, m_data.data(), &size,
                                                            static_cast<uint64_t>(timeout.count()));
-        if (code == GC_ERR_TIMEOUT || code == GC_ERR_NO_DATA)
+        if (code == GC_ERR_TIMEOUT || code == GC_ERR_NO_DATA) {
             return false;
+        }
         m_producer.Check(m_producer.EventGetData.name, code);
         // Some producers end a wait without an event in success.
         const bool isUntouched = std::all_of(m_data.begin(), m_data.end(),
                                              [](uint8_t byte) { return byte == kUntouched; });
-        if (isUntouched)
+        if (isUntouched) {
             return false;
+        }
         std::array<char, 32> time{};
         std::snprintf(time.data(), time.size(), "%10.3f s  ",
                       std::chrono::duration<double>(since).count());
@@ -84,8 +86,9 @@ private:
                           static_cast<unsigned long long>(*number));
             return text.data();
         }
-        if (const auto text = QueryText(query))
+        if (const auto text = QueryText(query)) {
             return "ID " + Printable(*text);
+        }
         return "ID not reported";
     }
 
@@ -99,8 +102,9 @@ private:
 
 // Drops the images that the stream has by now.
 void Drain(CStream& stream) {
-    while (BUFFER_HANDLE buffer = stream.Wait(std::chrono::milliseconds(0)))
+    while (BUFFER_HANDLE buffer = stream.Wait(std::chrono::milliseconds(0))) {
         stream.Queue(buffer);
+    }
 }
 
 // A module need not have events of every kind.
@@ -124,12 +128,15 @@ uint64_t Watch(const std::vector<std::unique_ptr<CSource>>& sources, CStream* st
     };
     try {
         while (!isOver()) {
-            for (const auto& source : sources)
+            for (const auto& source : sources) {
                 while (!isOver() &&
-                       source->PrintNext(kWaitSlice / sources.size(), Clock::now() - begin))
+                       source->PrintNext(kWaitSlice / sources.size(), Clock::now() - begin)) {
                     ++count;
-            if (stream)
+                }
+            }
+            if (stream) {
                 Drain(*stream);
+            }
         }
     } catch (const CToolError& error) {
         ReportError(error.what());
@@ -150,8 +157,9 @@ EExitCode Events(const std::string& cti, const SEventOptions& options) {
     std::vector<std::unique_ptr<CSource>> sources;
     AddSource(sources, producer, "camera", RemotePort(producer, device.Get()), EVENT_REMOTE_DEVICE);
     AddSource(sources, producer, "device error", device.Get(), EVENT_ERROR);
-    if (sources.empty())
+    if (sources.empty()) {
         throw CToolError("the camera has no events");
+    }
 
     std::optional<CStream> stream;
     std::optional<CAcquisition> acquisition;

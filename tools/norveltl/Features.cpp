@@ -81,8 +81,9 @@ const char* AccessText(EAccess access) {
 
 std::string Joined(const std::vector<std::string>& texts) {
     std::string joined;
-    for (const std::string& text : texts)
+    for (const std::string& text : texts) {
         joined += (joined.empty() ? "" : ", ") + text;
+    }
     return joined;
 }
 
@@ -97,43 +98,51 @@ void CheckLimits(const SNode& node, T value, std::optional<T> min, std::optional
     const auto refused = [&](const std::string& reason) {
         return Refused(node, ToText(value), reason);
     };
-    if (min && value < *min)
+    if (min && value < *min) {
         throw refused("it is at least " + ToText(*min));
-    if (max && value > *max)
+    }
+    if (max && value > *max) {
         throw refused("it is at most " + ToText(*max));
-    if constexpr (std::is_integral_v<T>)
-        if (increment && *increment > 1 && (value - min.value_or(0)) % *increment != 0)
+    }
+    if constexpr (std::is_integral_v<T>) {
+        if (increment && *increment > 1 && (value - min.value_or(0)) % *increment != 0) {
             throw refused("it goes from " + ToText(min.value_or(0)) + " in increments of " +
                           ToText(*increment));
+        }
+    }
 }
 
 } // namespace
 
 std::pair<std::string, std::string> ParseAssignment(const std::string& text) {
     const size_t equals = text.find('=');
-    if (equals == 0 || equals == std::string::npos)
+    if (equals == 0 || equals == std::string::npos) {
         throw CToolError("\"" + Printable(text) + "\" is not of the form NAME=VALUE", kWrongUsage);
+    }
     return {text.substr(0, equals), text.substr(equals + 1)};
 }
 
 const SNode& CFeatures::Known(const std::string& feature) const {
-    if (!m_nodes.Has(feature))
+    if (!m_nodes.Has(feature)) {
         throw CToolError("the camera has no feature " + Printable(feature) +
                          "; \"norveltl features\" lists what it has");
+    }
     return m_nodes.Node(feature);
 }
 
 std::vector<CFeatures::SEntry> CFeatures::Entries(const SNode& node) const {
     std::vector<SEntry> entries;
     for (const auto& [kind, child] : *node.tree) {
-        if (kind != "EnumEntry")
+        if (kind != "EnumEntry") {
             continue;
+        }
         const auto isOff = [this, &entry = child](const char* key) {
             const std::string condition = Trim(entry.get(key, ""));
             return !condition.empty() && m_nodes.Integer(condition) == 0;
         };
-        if (isOff("pIsImplemented") || isOff("pIsAvailable"))
+        if (isOff("pIsImplemented") || isOff("pIsAvailable")) {
             continue;
+        }
         const std::string name = child.get("<xmlattr>.Name", "");
         entries.push_back({Trim(child.get("Symbolic", name)),
                            ParseInteger(Trim(child.get("Value", "")), "entry " + name)});
@@ -143,16 +152,19 @@ std::vector<CFeatures::SEntry> CFeatures::Entries(const SNode& node) const {
 
 std::string CFeatures::ReadEnumeration(const std::string& feature) const {
     const int64_t value = m_nodes.Integer(feature);
-    for (const SEntry& entry : Entries(Known(feature)))
-        if (entry.value == value)
+    for (const SEntry& entry : Entries(Known(feature))) {
+        if (entry.value == value) {
             return entry.name;
+        }
+    }
     throw CToolError("feature " + feature + " has no entry for its value " + std::to_string(value));
 }
 
 void CFeatures::Execute(const std::string& command) const {
     const SNode& node = Known(command);
-    if (node.kind != "Command")
+    if (node.kind != "Command") {
         throw CToolError(command + " is no command, but of the kind " + UserKind(node.kind));
+    }
     const int64_t value = node.Has("pCommandValue")
                               ? m_nodes.Integer(node.Text("pCommandValue"))
                               : ParseInteger(node.Text("CommandValue"), "command " + command);
@@ -162,18 +174,24 @@ void CFeatures::Execute(const std::string& command) const {
 std::string CFeatures::Get(const std::string& feature) const {
     const SNode& node = Known(feature);
     const std::string kind = UserKind(node.kind);
-    if (kind == "Integer")
+    if (kind == "Integer") {
         return ToText(m_nodes.Integer(feature));
-    if (kind == "Float")
+    }
+    if (kind == "Float") {
         return ToText(m_nodes.Float(feature));
-    if (kind == "Boolean")
+    }
+    if (kind == "Boolean") {
         return m_nodes.Integer(feature) != 0 ? "true" : "false";
-    if (kind == "Enumeration")
+    }
+    if (kind == "Enumeration") {
         return ReadEnumeration(feature);
-    if (kind == "String")
+    }
+    if (kind == "String") {
         return m_nodes.Text(feature);
-    if (kind == "Register")
+    }
+    if (kind == "Register") {
         return HexText(m_nodes.Bytes(node));
+    }
     throw CToolError(feature + " is of the kind " + node.kind + ", which has no value");
 }
 
@@ -181,13 +199,15 @@ void CFeatures::Set(const std::string& feature, const std::string& value) const 
     const SNode& node = Known(feature);
     const std::string kind = UserKind(node.kind);
     const EAccess access = m_nodes.Access(feature);
-    if (access != EAccess::ReadWrite && access != EAccess::WriteOnly)
+    if (access != EAccess::ReadWrite && access != EAccess::WriteOnly) {
         throw CToolError(feature + " cannot be written now: its access is " + AccessText(access));
+    }
     if (kind == "Integer" || kind == "Float") {
         SetNumber(node, value);
     } else if (kind == "Boolean") {
-        if (value != "true" && value != "false" && value != "1" && value != "0")
+        if (value != "true" && value != "false" && value != "1" && value != "0") {
             throw Refused(node, value, "it is true or false");
+        }
         m_nodes.SetInteger(feature, value == "true" || value == "1");
     } else if (kind == "Enumeration") {
         const std::vector<SEntry> entries = Entries(node);
@@ -196,8 +216,9 @@ void CFeatures::Set(const std::string& feature, const std::string& value) const 
         if (entry == entries.end()) {
             std::vector<std::string> names;
             names.reserve(entries.size());
-            for (const SEntry& known : entries)
+            for (const SEntry& known : entries) {
                 names.push_back(known.name);
+            }
             throw Refused(node, value, "it is one of " + Joined(names));
         }
         m_nodes.SetInteger(feature, entry->value);
@@ -218,8 +239,9 @@ void CFeatures::SetNumber(const SNode& node, const std::string& value) const {
     double number = 0;
     const auto result = std::from_chars(value.data(), value.data() + value.size(), number);
     if (result.ec != std::errc() || result.ptr != value.data() + value.size() ||
-        !std::isfinite(number))
+        !std::isfinite(number)) {
         throw Refused(node, value, "it is a number");
+    }
     CheckLimits(node, number, m_nodes.FloatLimit(node, "Min"), m_nodes.FloatLimit(node, "Max"),
                 m_nodes.FloatLimit(node, "Inc"));
     m_nodes.SetFloat(node.name, number);
@@ -246,12 +268,15 @@ void CFeatures::Fill(const SNode& node, SFeature& feature) const {
     const EAccess access = m_nodes.Access(node.name);
     feature.access = AccessText(access);
     const bool isReadable = access == EAccess::ReadOnly || access == EAccess::ReadWrite;
-    if (feature.kind == "Command" || !isReadable)
+    if (feature.kind == "Command" || !isReadable) {
         return;
+    }
     feature.value = Get(node.name);
-    if (feature.kind == "Enumeration")
-        for (SEntry& entry : Entries(node))
+    if (feature.kind == "Enumeration") {
+        for (SEntry& entry : Entries(node)) {
             feature.entries.push_back(std::move(entry.name));
+        }
+    }
     if (feature.kind == "Integer") {
         feature.min = ToText(m_nodes.IntegerLimit(node, "Min"));
         feature.max = ToText(m_nodes.IntegerLimit(node, "Max"));
@@ -271,13 +296,15 @@ std::vector<SFeature> CFeatures::All() const {
 
 void CFeatures::Walk(const std::string& category, std::vector<SFeature>& features,
                      unsigned depth) const {
-    if (depth > kMaxDepth)
+    if (depth > kMaxDepth) {
         throw CToolError("category " + category + " leads back to itself");
+    }
     for (const std::string& name : m_nodes.Node(category).Texts("pFeature")) {
-        if (m_nodes.Node(name).kind == "Category")
+        if (m_nodes.Node(name).kind == "Category") {
             Walk(name, features, depth + 1);
-        else
+        } else {
             features.push_back(Describe(name, category));
+        }
     }
 }
 

@@ -25,8 +25,9 @@ constexpr bool kIsWhole = std::is_integral_v<T>;
 
 int64_t Whole(double value) {
     constexpr double kLimit = 9223372036854775808.0; // 2^63
-    if (!(value >= -kLimit && value < kLimit))
+    if (!(value >= -kLimit && value < kLimit)) {
         throw CToolError("a value of the formula is beyond 64 bits");
+    }
     return static_cast<int64_t>(value);
 }
 
@@ -37,46 +38,53 @@ int64_t Whole(int64_t value) {
 // Whole numbers wrap around like those of the descriptions' other readers.
 template <class T, class O>
 T Wrapped(T left, T right, O operation) {
-    if constexpr (kIsWhole<T>)
+    if constexpr (kIsWhole<T>) {
         return static_cast<T>(operation(static_cast<uint64_t>(left), static_cast<uint64_t>(right)));
-    else
+    } else {
         return operation(left, right);
+    }
 }
 
 template <class T>
 T Divide(T left, T right) {
-    if (right == T{0})
+    if (right == T{0}) {
         throw CToolError("the formula divides by zero");
-    if constexpr (kIsWhole<T>)
+    }
+    if constexpr (kIsWhole<T>) {
         return right == -1 ? Wrapped(T{0}, left, std::minus()) : left / right;
-    else
+    } else {
         return left / right;
+    }
 }
 
 template <class T>
 T Remainder(T left, T right) {
-    if (right == T{0})
+    if (right == T{0}) {
         throw CToolError("the formula divides by zero");
-    if constexpr (kIsWhole<T>)
+    }
+    if constexpr (kIsWhole<T>) {
         return right == -1 ? 0 : left % right;
-    else
+    } else {
         return std::fmod(left, right);
+    }
 }
 
 template <class T>
 T Power(T base, T exponent) {
     const double power = std::pow(static_cast<double>(base), static_cast<double>(exponent));
-    if constexpr (kIsWhole<T>)
+    if constexpr (kIsWhole<T>) {
         return Whole(power);
-    else
+    } else {
         return power;
+    }
 }
 
 template <class T>
 T Shift(T value, T places, bool left) {
     const int64_t count = Whole(places);
-    if (count < 0 || count > 63)
+    if (count < 0 || count > 63) {
         throw CToolError("the formula shifts by " + std::to_string(count) + " places");
+    }
     const int64_t bits = Whole(value);
     return static_cast<T>(left ? static_cast<int64_t>(static_cast<uint64_t>(bits) << count)
                                : bits >> count);
@@ -107,8 +115,9 @@ public:
     T Evaluate() {
         const T value = Conditional();
         SkipBlanks();
-        if (!m_text.empty())
+        if (!m_text.empty()) {
             Fail();
+        }
         return value;
     }
 
@@ -118,27 +127,31 @@ private:
     }
 
     void SkipBlanks() {
-        while (!m_text.empty() && std::isspace(static_cast<unsigned char>(m_text.front())) != 0)
+        while (!m_text.empty() && std::isspace(static_cast<unsigned char>(m_text.front())) != 0) {
             m_text.remove_prefix(1);
+        }
     }
 
     bool Accept(std::string_view symbol) {
         SkipBlanks();
-        if (!m_text.starts_with(symbol))
+        if (!m_text.starts_with(symbol)) {
             return false;
+        }
         m_text.remove_prefix(symbol.size());
         return true;
     }
 
     void Expect(std::string_view symbol) {
-        if (!Accept(symbol))
+        if (!Accept(symbol)) {
             Fail();
+        }
     }
 
     // Every way down leads through here.
     T Conditional() {
-        if (++m_depth > kMaxDepth)
+        if (++m_depth > kMaxDepth) {
             throw CToolError("the formula is nested too deeply");
+        }
         T value = Binary(0);
         if (Accept("?")) {
             const T yes = Conditional();
@@ -161,70 +174,90 @@ private:
         const auto found = std::find_if(level.begin(), level.end(), [&](auto symbol) {
             return longer != kLonger.end() ? symbol == *longer : m_text.starts_with(symbol);
         });
-        if (found == level.end())
+        if (found == level.end()) {
             return {};
+        }
         m_text.remove_prefix(found->size());
         return *found;
     }
 
     T Binary(size_t level) {
-        if (level == Levels().size())
+        if (level == Levels().size()) {
             return Unary();
+        }
         T value = Binary(level + 1);
         for (;;) {
             const std::string_view symbol = NextOperator(Levels()[level]);
-            if (symbol.empty())
+            if (symbol.empty()) {
                 return value;
+            }
             value = Apply(symbol, value, Binary(level + 1));
         }
     }
 
     static T Apply(std::string_view symbol, T left, T right) {
-        if (symbol == "||")
+        if (symbol == "||") {
             return T(left != T{0} || right != T{0});
-        if (symbol == "&&")
+        }
+        if (symbol == "&&") {
             return T(left != T{0} && right != T{0});
-        if (symbol == "|")
+        }
+        if (symbol == "|") {
             return static_cast<T>(Whole(left) | Whole(right));
-        if (symbol == "^")
+        }
+        if (symbol == "^") {
             return static_cast<T>(Whole(left) ^ Whole(right));
-        if (symbol == "&")
+        }
+        if (symbol == "&") {
             return static_cast<T>(Whole(left) & Whole(right));
-        if (symbol == "=")
+        }
+        if (symbol == "=") {
             return T(left == right);
-        if (symbol == "<>")
+        }
+        if (symbol == "<>") {
             return T(left != right);
-        if (symbol == "<=")
+        }
+        if (symbol == "<=") {
             return T(left <= right);
-        if (symbol == ">=")
+        }
+        if (symbol == ">=") {
             return T(left >= right);
-        if (symbol == "<")
+        }
+        if (symbol == "<") {
             return T(left < right);
-        if (symbol == ">")
+        }
+        if (symbol == ">") {
             return T(left > right);
-        if (symbol == "<<" || symbol == ">>")
+        }
+        if (symbol == "<<" || symbol == ">>") {
             return Shift(left, right, symbol == "<<");
-        if (symbol == "+")
+        }
+        if (symbol == "+") {
             return Wrapped(left, right, std::plus());
-        if (symbol == "-")
+        }
+        if (symbol == "-") {
             return Wrapped(left, right, std::minus());
-        if (symbol == "*")
+        }
+        if (symbol == "*") {
             return Wrapped(left, right, std::multiplies());
+        }
         return symbol == "/" ? Divide(left, right) : Remainder(left, right);
     }
 
     T Unary() {
-        if (++m_depth > kMaxDepth)
+        if (++m_depth > kMaxDepth) {
             throw CToolError("the formula is nested too deeply");
+        }
         T value{};
-        if (Accept("-"))
+        if (Accept("-")) {
             value = Wrapped(T{0}, Unary(), std::minus());
-        else if (Accept("+"))
+        } else if (Accept("+")) {
             value = Unary();
-        else if (Accept("~"))
+        } else if (Accept("~")) {
             value = static_cast<T>(~Whole(Unary()));
-        else
+        } else {
             value = Raised();
+        }
         --m_depth;
         return value;
     }
@@ -242,13 +275,16 @@ private:
             return value;
         }
         SkipBlanks();
-        if (m_text.empty())
+        if (m_text.empty()) {
             Fail();
+        }
         const auto first = static_cast<unsigned char>(m_text.front());
-        if (std::isdigit(first) != 0 || first == '.')
+        if (std::isdigit(first) != 0 || first == '.') {
             return Number();
-        if (std::isalpha(first) != 0 || first == '_')
+        }
+        if (std::isalpha(first) != 0 || first == '_') {
             return Named();
+        }
         Fail();
     }
 
@@ -263,8 +299,9 @@ private:
         } else {
             result = std::from_chars(m_text.data(), end, value);
         }
-        if (result.ec != std::errc())
+        if (result.ec != std::errc()) {
             Fail();
+        }
         m_text.remove_prefix(static_cast<size_t>(result.ptr - m_text.data()));
         return value;
     }
@@ -273,8 +310,9 @@ private:
         size_t length = 0;
         while (length < m_text.size() &&
                (std::isalnum(static_cast<unsigned char>(m_text[length])) != 0 ||
-                m_text[length] == '_' || m_text[length] == '.'))
+                m_text[length] == '_' || m_text[length] == '.')) {
             ++length;
+        }
         const std::string name(m_text.substr(0, length));
         m_text.remove_prefix(length);
         if (!Accept("("))
@@ -289,10 +327,12 @@ private:
 
     T Constant(const std::string& name) const {
         if constexpr (!kIsWhole<T>) {
-            if (name == "PI")
+            if (name == "PI") {
                 return std::numbers::pi;
-            if (name == "E")
+            }
+            if (name == "E") {
                 return std::numbers::e;
+            }
         }
         return m_variables(name);
     }
@@ -326,21 +366,26 @@ private:
             {"ACOS", [](double v) { return std::acos(v); }},
             {"ATAN", [](double v) { return std::atan(v); }},
         };
-        if (arguments.size() == 1)
-            for (const SKnown& known : kKnown)
-                if (name == known.name)
+        if (arguments.size() == 1) {
+            for (const SKnown& known : kKnown) {
+                if (name == known.name) {
                     return Result(known.call(x));
+                }
+            }
+        }
         throw CToolError("the formula's function " + name + " is not known with " +
                          std::to_string(arguments.size()) + " arguments");
     }
 
     static T Result(double value) {
-        if (std::isnan(value))
+        if (std::isnan(value)) {
             throw CToolError("the formula has no value");
-        if constexpr (kIsWhole<T>)
+        }
+        if constexpr (kIsWhole<T>) {
             return Whole(value);
-        else
+        } else {
             return value;
+        }
     }
 
     std::string_view m_text;

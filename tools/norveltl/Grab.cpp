@@ -52,19 +52,21 @@ void PrintTotals(const STotals& totals, const SGrabOptions& options, const CGrab
                            (options.format == "pgm" ? "PGM" : "PNG") + ", " +
                            std::to_string(writer->NumRaw()) + " raw in " + options.folder);
         print("left out", std::to_string(writer->NumLeftOut()));
-        for (const std::string& note : writer->Notes())
+        for (const std::string& note : writer->Notes()) {
             Note(note);
+        }
     }
 }
 
 void PrintStatistics(const CStatistics& statistics) {
     CTable table({"milliseconds", "min", "median", "90 %", "99 %", "99.9 %", "max", "mean"});
     const auto add = [&table](const char* name, const std::vector<double>& sample) {
-        if (const auto spread = SpreadOf(sample))
+        if (const auto spread = SpreadOf(sample)) {
             table.Add({name, Fixed(spread->min, 3), Fixed(spread->median, 3),
                        Fixed(spread->percentile90, 3), Fixed(spread->percentile99, 3),
                        Fixed(spread->percentile999, 3), Fixed(spread->max, 3),
                        Fixed(spread->mean, 3)});
+        }
     };
     const std::vector<double> intervals = statistics.Intervals();
     add("interval", intervals);
@@ -76,8 +78,9 @@ void PrintStatistics(const CStatistics& statistics) {
 
 Json SpreadJson(const std::vector<double>& sample) {
     const auto spread = SpreadOf(sample);
-    if (!spread)
+    if (!spread) {
         return nullptr;
+    }
     return {{"min", spread->min},
             {"median", spread->median},
             {"p90", spread->percentile90},
@@ -100,15 +103,17 @@ void PrintJson(const SReport& report, const SGrabOptions& options, const CGrabLo
               {"framesPerSecond", PerSecond(totals, static_cast<double>(totals.numDelivered))},
               {"interrupted", Interrupted()},
               {"failed", ErrorReported()}};
-    if (const auto& writer = loop.Writer())
+    if (const auto& writer = loop.Writer()) {
         json["files"] = {{"folder", options.folder},
                          {"pictures", writer->NumPictures()},
                          {"raw", writer->NumRaw()},
                          {"leftOut", writer->NumLeftOut()},
                          {"notes", writer->Notes()}};
-    if (const auto& statistics = loop.Statistics())
+    }
+    if (const auto& statistics = loop.Statistics()) {
         json["milliseconds"] = {{"interval", SpreadJson(statistics->Intervals())},
                                 {"delay", SpreadJson(statistics->Delays())}};
+    }
     std::cout << ToText(json) << "\n";
 }
 
@@ -124,10 +129,11 @@ void Attempt(W work) {
 
 void CheckLeftOut(const CGrabLoop& loop) {
     const auto& writer = loop.Writer();
-    if (writer && writer->NumLeftOut() > 0)
+    if (writer && writer->NumLeftOut() > 0) {
         ReportError(std::to_string(writer->NumLeftOut()) +
                     " images could not be written in time and are left out\n"
                     "  Try --format raw, a faster disk, or a lower frame rate.");
+    }
 }
 
 } // namespace
@@ -142,20 +148,23 @@ EExitCode Grab(const std::string& cti, const SGrabOptions& options) {
     CStream stream(producer, device.Get());
 
     std::optional<uint64_t> payloadSize = stream.PayloadSize();
-    if (!payloadSize)
+    if (!payloadSize) {
         payloadSize = camera.PayloadSize();
+    }
     const SReport report{choice.device->id, static_cast<size_t>(*payloadSize),
                          std::max(options.numBuffers, static_cast<size_t>(stream.MinBuffers()))};
     stream.Announce(report.payloadSize, report.numBuffers);
     if (!options.json) {
-        for (const std::string& error : systems.errors)
+        for (const std::string& error : systems.errors) {
             Note(error);
+        }
         std::cout << "camera      " << Printable(report.device) << ", "
                   << Printable(choice.device->model.value_or("model not reported")) << ", "
                   << report.numBuffers << " buffers of " << report.payloadSize << " bytes"
                   << std::endl;
-        if (!camera.Reason().empty())
+        if (!camera.Reason().empty()) {
             Note("AcquisitionStart is not sent: " + camera.Reason());
+        }
     }
 
     CGrabLoop loop(stream, camera, options);
@@ -166,19 +175,22 @@ EExitCode Grab(const std::string& cti, const SGrabOptions& options) {
     });
     Attempt([&] { loop.Finish(); });
     CheckLeftOut(loop);
-    if (Interrupted())
+    if (Interrupted()) {
         ReportError("interrupted");
-    if (!options.plot.empty())
+    }
+    if (!options.plot.empty()) {
         Attempt([&] {
             PreparePng();
             WritePng(PathFromUtf8(options.plot), PlotOf(loop.Statistics()->Intervals()));
         });
+    }
     if (options.json) {
         PrintJson(report, options, loop);
     } else {
         PrintTotals(loop.Totals(), options, loop);
-        if (options.stats)
+        if (options.stats) {
             PrintStatistics(*loop.Statistics());
+        }
     }
     std::cout << std::flush;
     return ErrorReported() ? kFailed : kDone;

@@ -37,8 +37,9 @@ std::string PixelFormatOf(const CStream& stream, BUFFER_HANDLE buffer) {
     const auto value = stream.Info(buffer, BUFFER_INFO_PIXELFORMAT);
     const uint64_t nameSpace =
         stream.Info(buffer, BUFFER_INFO_PIXELFORMAT_NAMESPACE).value_or(kPfnc32Bit);
-    if (!value || (nameSpace != kGigEVision && nameSpace != kPfnc32Bit))
+    if (!value || (nameSpace != kGigEVision && nameSpace != kPfnc32Bit)) {
         return "";
+    }
     return PixelFormatName(*value).value_or("");
 }
 
@@ -46,8 +47,9 @@ std::string PixelFormatOf(const CStream& stream, BUFFER_HANDLE buffer) {
 
 CGrabLoop::CGrabLoop(CStream& stream, const CCameraFacts& camera, const SGrabOptions& options)
     : m_stream(stream), m_options(options), m_count(CountOf(options)) {
-    if (options.stats || !options.plot.empty())
+    if (options.stats || !options.plot.empty()) {
         m_statistics.emplace(std::min<uint64_t>(m_count.value_or(kMaxStatistics), kMaxStatistics));
+    }
     if (!options.folder.empty()) {
         m_writer.emplace(PathFromUtf8(options.folder), FileFormatOf(options.format),
                          kWriteQueueBytes);
@@ -62,11 +64,13 @@ bool CGrabLoop::IsDone(Clock::duration elapsed) const {
 
 double CGrabLoop::ShareDone(const SProgress& state, Clock::duration elapsed) const {
     double share = 0;
-    if (m_count)
+    if (m_count) {
         share = static_cast<double>(state.numImages) / static_cast<double>(*m_count);
-    if (m_options.seconds)
+    }
+    if (m_options.seconds) {
         share =
             std::max(share, std::chrono::duration<double>(elapsed).count() / *m_options.seconds);
+    }
     return share;
 }
 
@@ -74,8 +78,9 @@ SProgress CGrabLoop::State() {
     SProgress state{m_totals.numDelivered, m_totals.numBytes,
                     m_stream.Info(STREAM_INFO_NUM_UNDERRUN),
                     m_stream.Info(STREAM_INFO_NUM_AWAIT_DELIVERY), std::nullopt};
-    if (m_writer)
+    if (m_writer) {
         state.numToWrite = m_writer->NumQueued();
+    }
     return state;
 }
 
@@ -102,10 +107,12 @@ void CGrabLoop::Run() {
 }
 
 void CGrabLoop::Finish() {
-    if (!m_totals.numLost)
+    if (!m_totals.numLost) {
         m_totals.numLost = m_stream.Info(STREAM_INFO_NUM_UNDERRUN);
-    if (m_writer)
+    }
+    if (m_writer) {
         m_writer->Finish();
+    }
 }
 
 // An incomplete image does not count as one of those that were asked for, and is not written.
@@ -117,20 +124,24 @@ void CGrabLoop::Take(BUFFER_HANDLE buffer, Clock::time_point arrival) {
     }
     ++m_totals.numDelivered;
     m_totals.numBytes += m_stream.NumFilled(buffer);
-    if (m_statistics)
+    if (m_statistics) {
         m_statistics->Add(arrival, m_stream.Info(buffer, BUFFER_INFO_TIMESTAMP).value_or(0));
+    }
     std::optional<SImage> image;
-    if (m_writer)
+    if (m_writer) {
         image = Copy(buffer);
+    }
     m_stream.Queue(buffer);
-    if (image)
+    if (image) {
         m_writer->Add(std::move(*image));
+    }
 }
 
 std::optional<SImage> CGrabLoop::Copy(BUFFER_HANDLE buffer) {
     const std::span<const uint8_t> bytes = m_stream.Bytes(buffer);
-    if (!m_writer->HasRoom(bytes.size()))
+    if (!m_writer->HasRoom(bytes.size())) {
         return std::nullopt;
+    }
     return SImage{m_totals.numDelivered, FormatOf(buffer), {bytes.begin(), bytes.end()}};
 }
 
@@ -142,8 +153,9 @@ SImageFormat CGrabLoop::FormatOf(BUFFER_HANDLE buffer) const {
         format.width = static_cast<uint32_t>(*width);
         format.height = static_cast<uint32_t>(*height);
     }
-    if (std::string name = PixelFormatOf(m_stream, buffer); !name.empty())
+    if (std::string name = PixelFormatOf(m_stream, buffer); !name.empty()) {
         format.pixelFormat = std::move(name);
+    }
     format.linePadding =
         static_cast<size_t>(m_stream.Info(buffer, BUFFER_INFO_XPADDING).value_or(0));
     return format;
@@ -151,8 +163,9 @@ SImageFormat CGrabLoop::FormatOf(BUFFER_HANDLE buffer) const {
 
 std::string CGrabLoop::SilenceText() const {
     std::string text = "no image came within " + FormatSeconds(m_options.timeoutSeconds);
-    if (m_stream.Info(STREAM_INFO_IS_GRABBING) == uint64_t{0})
+    if (m_stream.Info(STREAM_INFO_IS_GRABBING) == uint64_t{0}) {
         text += ", and the stream has stopped by itself";
+    }
     return text +
            "\n  Check that the camera is not waiting for a trigger; --timeout sets the time.";
 }

@@ -23,8 +23,9 @@ public:
     CHandle& operator=(const CHandle&) = delete;
     CHandle& operator=(CHandle&&) = delete;
     ~CHandle() {
-        if (m_handle)
+        if (m_handle) {
             m_producer->CallOrReport(*m_close, m_handle);
+        }
     }
 
     void* Get() const { return m_handle; }
@@ -41,8 +42,9 @@ CHandle OpenHandle(const CProducer& producer, const CHandle::Close& close,
                    const SFunction<P>& function, A... arguments) {
     void* handle = nullptr;
     producer.Call(function, arguments..., &handle);
-    if (!handle)
+    if (!handle) {
         throw CToolError(std::string(function.name) + " succeeded without giving a handle");
+    }
     return CHandle(producer, close, handle);
 }
 

@@ -66,10 +66,11 @@ public:
           m_stride(m_lineSize + format.linePadding) {
         const bool fits = format.width > 0 && format.height > 0 && m_lineSize <= bytes.size() &&
                           (bytes.size() - m_lineSize) / m_stride >= format.height - 1;
-        if (!fits)
+        if (!fits) {
             throw CToolError("an image of " + std::to_string(bytes.size()) + " bytes cannot hold " +
                              std::to_string(format.width) + " x " + std::to_string(format.height) +
                              " pixels of " + format.pixelFormat);
+        }
     }
 
     std::span<const uint8_t> operator[](size_t y) const {
@@ -106,17 +107,20 @@ void ConvertColor(const CLines& lines, bool blueFirst, SPicture& picture) {
         const auto begin = out;
         const std::span<const uint8_t> line = lines[y];
         out = std::copy(line.begin(), line.end(), out);
-        for (auto pixel = begin; blueFirst && pixel != out; pixel += 3)
+        for (auto pixel = begin; blueFirst && pixel != out; pixel += 3) {
             std::swap(pixel[0], pixel[2]);
+        }
     }
 }
 
 // Mirrors at the border without repeating the border pixel, which keeps the colour pattern.
 size_t Mirror(size_t i, int offset, size_t size) {
-    if (offset < 0)
+    if (offset < 0) {
         return i > 0 ? i - 1 : 1;
-    if (offset > 0)
+    }
+    if (offset > 0) {
         return i + 1 < size ? i + 1 : size - 2;
+    }
     return i;
 }
 
@@ -151,8 +155,9 @@ void ConvertBayer(const CLines& lines, unsigned red, SPicture& picture) {
 }
 
 void AppendNumber(std::vector<uint8_t>& bytes, uint32_t number) {
-    for (const unsigned shift : {24U, 16U, 8U, 0U})
+    for (const unsigned shift : {24U, 16U, 8U, 0U}) {
         bytes.push_back(static_cast<uint8_t>(number >> shift));
+    }
 }
 
 // The checksum of PNG chunks (ISO 3309).
@@ -160,8 +165,9 @@ uint32_t Crc(std::span<const uint8_t> bytes) {
     uint32_t crc = 0xFFFFFFFF;
     for (const uint8_t byte : bytes) {
         crc ^= byte;
-        for (int bit = 0; bit < 8; ++bit)
+        for (int bit = 0; bit < 8; ++bit) {
             crc = (crc >> 1) ^ ((crc & 1) != 0 ? 0xEDB88320U : 0U);
+        }
     }
     return ~crc;
 }
@@ -183,16 +189,18 @@ std::vector<uint8_t> EncodeDeepPng(const SPicture& picture) {
     for (size_t y = 0; y < picture.height; ++y) {
         const uint8_t* const line = picture.pixels.data() + y * lineSize;
         lines.push_back(1);
-        for (size_t i = 0; i < lineSize; ++i)
+        for (size_t i = 0; i < lineSize; ++i) {
             lines.push_back(
                 static_cast<uint8_t>(line[i] - (i < distance ? 0 : line[i - distance])));
+        }
     }
     int size = 0;
     const std::unique_ptr<unsigned char, void (*)(void*)> packed(
         stbi_zlib_compress(lines.data(), static_cast<int>(lines.size()), &size, kCompression),
         std::free);
-    if (!packed)
+    if (!packed) {
         throw CToolError("no memory to encode an image");
+    }
     std::vector<uint8_t> header;
     AppendNumber(header, picture.width);
     AppendNumber(header, picture.height);
@@ -224,12 +232,14 @@ std::optional<SPicture> Convert(std::span<const uint8_t> bytes, const SImageForm
         [&](const SKnownFormat& candidate) { return candidate.name == format.pixelFormat; });
     // The smallest colour pattern is 2 x 2, and the PNG encoder counts in int.
     if (!known || (known->kind == EKind::kBayer && (format.width < 2 || format.height < 2)) ||
-        uint64_t{format.width} * format.height > std::numeric_limits<int>::max() / 8)
+        uint64_t{format.width} * format.height > std::numeric_limits<int>::max() / 8) {
         return std::nullopt;
+    }
     const CLines lines(bytes, format, *known);
     SPicture picture{format.width, format.height, known->kind == EKind::kMono ? 1u : 3u, {}};
-    if (known->kind == EKind::kMono && known->bytesPerPixel == 2)
+    if (known->kind == EKind::kMono && known->bytesPerPixel == 2) {
         picture.bitsPerChannel = 16;
+    }
     picture.pixels.resize(size_t{format.width} * format.height * picture.numChannels *
                           (picture.bitsPerChannel / 8));
     switch (known->kind) {
@@ -254,16 +264,18 @@ void PreparePng() {
 }
 
 void WritePng(const std::filesystem::path& path, const SPicture& picture) {
-    if (picture.bitsPerChannel == 16)
+    if (picture.bitsPerChannel == 16) {
         return WriteRaw(path, EncodeDeepPng(picture));
+    }
     std::vector<uint8_t> file;
     const int width = static_cast<int>(picture.width);
     const int channels = static_cast<int>(picture.numChannels);
     const int done =
         stbi_write_png_to_func(AppendBytes, &file, width, static_cast<int>(picture.height),
                                channels, picture.pixels.data(), width * channels);
-    if (done == 0)
+    if (done == 0) {
         throw CToolError("cannot encode " + Utf8FromPath(path));
+    }
     WriteRaw(path, file);
 }
 
@@ -282,8 +294,9 @@ void WriteRaw(const std::filesystem::path& path, std::span<const uint8_t> bytes)
     file.write(reinterpret_cast<const char*>(bytes.data()),
                static_cast<std::streamsize>(bytes.size()));
     file.close();
-    if (!file)
+    if (!file) {
         throw CToolError("cannot write " + Utf8FromPath(path));
+    }
 }
 
 } // namespace norveltl

@@ -92,8 +92,9 @@ constexpr std::array<const char*, 15> kTypes = {
 constexpr INFO_DATATYPE kUntouched = -1;
 
 std::string TypeName(INFO_DATATYPE type) {
-    if (type == kUntouched)
+    if (type == kUntouched) {
         return "";
+    }
     return type >= 0 && static_cast<size_t>(type) < kTypes.size()
                ? kTypes[static_cast<size_t>(type)]
                : std::to_string(type);
@@ -158,10 +159,12 @@ Json SAnswer::Value() const {
 }
 
 std::string SAnswer::Text() const {
-    if (code != GC_ERR_SUCCESS)
+    if (code != GC_ERR_SUCCESS) {
         return CodeText(code);
-    if (type == kUntouched)
+    }
+    if (type == kUntouched) {
         return "no answer";
+    }
     const Json value = Value();
     return value.is_string() ? "\"" + Printable(value.get<std::string>()) + "\"" : value.dump();
 }
@@ -170,8 +173,9 @@ SAnswer Ask(const InfoQuery& query, const SCommand& command) {
     SAnswer answer{&command, GC_ERR_SUCCESS, kUntouched, {}};
     size_t size = 0;
     answer.code = query(&answer.type, nullptr, &size);
-    if (answer.code != GC_ERR_SUCCESS || answer.type == kUntouched)
+    if (answer.code != GC_ERR_SUCCESS || answer.type == kUntouched) {
         return answer;
+    }
     const size_t promised = std::min<size_t>(size, 1 << 20);
     answer.bytes.resize(promised + kSpareBytes);
     size = answer.bytes.size();
@@ -189,8 +193,9 @@ struct SGroup {
 template <class Q>
 SGroup AskAll(std::string title, std::span<const SCommand> commands, Q queryOf) {
     SGroup group{std::move(title), {}};
-    for (const SCommand& command : commands)
+    for (const SCommand& command : commands) {
         group.answers.push_back(Ask(queryOf(command.number), command));
+    }
     return group;
 }
 
@@ -217,31 +222,35 @@ SGroup AskModule(const CProducer& p, const SModule& module) {
 
 std::vector<SGroup> AskEverything(const CProducer& p, const SModule& module) {
     std::vector<SGroup> groups;
-    if (module.module != EModule::Port)
+    if (module.module != EModule::Port) {
         groups.push_back(AskModule(p, module));
+    }
     groups.push_back(AskAll("port", kPort, [&](int32_t number) {
         return CProducer::Query(p.GCGetPortInfo, module.handle, number);
     }));
     uint32_t numUrls = 0;
-    if (p.GCGetNumPortURLs.call(module.handle, &numUrls) != GC_ERR_SUCCESS)
+    if (p.GCGetNumPortURLs.call(module.handle, &numUrls) != GC_ERR_SUCCESS) {
         numUrls = 1;
-    for (uint32_t i = 0; i < numUrls; ++i)
+    }
+    for (uint32_t i = 0; i < numUrls; ++i) {
         groups.push_back(AskAll("url " + std::to_string(i), kUrl, [&](int32_t number) {
             return CProducer::Query(p.GCGetPortURLInfo, module.handle, i, number);
         }));
+    }
     return groups;
 }
 
 void Print(const SModule& module, const std::vector<SGroup>& groups) {
     std::cout << module.Name() << (module.id.empty() ? "" : " " + Printable(module.id)) << "\n";
     CTable table({"", "number", "type", "size", "answer"});
-    for (const SGroup& group : groups)
+    for (const SGroup& group : groups) {
         for (const SAnswer& answer : group.answers) {
             const bool isGiven = answer.code == GC_ERR_SUCCESS;
             table.Add({answer.command->name, std::to_string(answer.command->number),
                        isGiven ? TypeName(answer.type) : "",
                        isGiven ? std::to_string(answer.bytes.size()) : "", answer.Text()});
         }
+    }
     table.Print(std::cout, "  ");
 }
 
@@ -273,16 +282,19 @@ EExitCode Info(const std::string& cti, const SInfoOptions& options) {
                                                            : ParseModuleName(options.target));
     Json json = Json::array();
     for (const SModule& module : path.Modules()) {
-        if (!options.target.empty() && &module != &path.Target())
+        if (!options.target.empty() && &module != &path.Target()) {
             continue;
+        }
         const std::vector<SGroup> groups = AskEverything(path.Producer(), module);
-        if (options.json)
+        if (options.json) {
             json.push_back(ToJson(module, groups));
-        else
+        } else {
             Print(module, groups);
+        }
     }
-    if (options.json)
+    if (options.json) {
         std::cout << ToText(json) << "\n";
+    }
     std::cout << std::flush;
     return kDone;
 }

@@ -45,23 +45,27 @@ const char* VerdictText(EVerdict verdict) {
 
 void CJudgement::Expect(const std::string& check, GC_ERROR code,
                         const std::vector<GC_ERROR>& expected, const std::string& rule) {
-    if (std::find(expected.begin(), expected.end(), code) != expected.end())
+    if (std::find(expected.begin(), expected.end(), code) != expected.end()) {
         return Require(check, true, CodeText(code));
+    }
     std::string codes;
-    for (const GC_ERROR known : expected)
+    for (const GC_ERROR known : expected) {
         codes += (codes.empty() ? "" : " or ") + CodeText(known);
+    }
     Deviate(check, codes + ": " + rule, CodeText(code));
 }
 
 void CJudgement::Deviate(const std::string& check, const std::string& expected,
                          const std::string& answer) {
     SFinding finding{EVerdict::Deviates, m_subject, check, answer, expected};
-    if (m_vendor == kVendor)
-        for (const SKnown& known : kKnown)
+    if (m_vendor == kVendor) {
+        for (const SKnown& known : kKnown) {
             if (check == known.check) {
                 finding.isKnown = true;
                 m_explanations.insert(known.why);
             }
+        }
+    }
     m_findings.push_back(std::move(finding));
 }
 

@@ -34,12 +34,14 @@ void PrintInterface(const SInterface& interface_, bool last) {
     std::cout << (last ? "└─ " : "├─ ") << Printable(interface_.id) << "  "
               << Shown(interface_.displayName) << ", TL type " << Shown(interface_.tlType) << "\n";
     const std::string indent = last ? "   " : "│  ";
-    if (!interface_.error.empty())
+    if (!interface_.error.empty()) {
         std::cout << indent << "could not be searched\n";
-    else if (interface_.devices.empty())
+    } else if (interface_.devices.empty()) {
         std::cout << indent << "no camera\n";
-    for (const SDevice& device : interface_.devices)
+    }
+    for (const SDevice& device : interface_.devices) {
         PrintDevice(device, &device == &interface_.devices.back(), indent);
+    }
 }
 
 void PrintSystem(const CSystem& system) {
@@ -49,10 +51,12 @@ void PrintSystem(const CSystem& system) {
               << Shown(system.Info(TL_INFO_MODEL)) << ", version "
               << Shown(system.Info(TL_INFO_VERSION)) << ", TL type "
               << Shown(system.Info(TL_INFO_TLTYPE)) << "\n";
-    if (system.Interfaces().empty())
+    if (system.Interfaces().empty()) {
         std::cout << "no interface\n";
-    for (const SInterface& interface_ : system.Interfaces())
+    }
+    for (const SInterface& interface_ : system.Interfaces()) {
         PrintInterface(interface_, &interface_ == &system.Interfaces().back());
+    }
     std::cout << std::flush;
 }
 
@@ -78,11 +82,13 @@ Json ToJson(const SInterface& interface_) {
     Json json{{"id", interface_.id}};
     json["displayName"] = ToJson(interface_.displayName);
     json["tlType"] = ToJson(interface_.tlType);
-    if (!interface_.error.empty())
+    if (!interface_.error.empty()) {
         json["error"] = interface_.error;
+    }
     json["devices"] = Json::array();
-    for (const SDevice& device : interface_.devices)
+    for (const SDevice& device : interface_.devices) {
         json["devices"].push_back(ToJson(device));
+    }
     return json;
 }
 
@@ -94,15 +100,17 @@ Json ToJson(const CSystem& system) {
     json["version"] = ToJson(system.Info(TL_INFO_VERSION));
     json["tlType"] = ToJson(system.Info(TL_INFO_TLTYPE));
     json["interfaces"] = Json::array();
-    for (const SInterface& interface_ : system.Interfaces())
+    for (const SInterface& interface_ : system.Interfaces()) {
         json["interfaces"].push_back(ToJson(interface_));
+    }
     return json;
 }
 
 void PrintJson(const SSystems& systems) {
     Json json{{"producers", Json::array()}, {"errors", systems.errors}};
-    for (const auto& system : systems.open)
+    for (const auto& system : systems.open) {
         json["producers"].push_back(ToJson(*system));
+    }
     std::cout << ToText(json) << std::endl;
 }
 
@@ -110,17 +118,22 @@ void PrintJson(const SSystems& systems) {
 
 EExitCode List(const std::string& cti, bool json) {
     const SSystems systems = OpenSystems(cti);
-    if (json)
+    if (json) {
         PrintJson(systems);
-    else
-        for (const auto& system : systems.open)
+    } else {
+        for (const auto& system : systems.open) {
             PrintSystem(*system);
-    for (const std::string& error : systems.errors)
+        }
+    }
+    for (const std::string& error : systems.errors) {
         ReportError(error);
-    if (!systems.errors.empty())
+    }
+    if (!systems.errors.empty()) {
         return kFailed;
-    if (!AllDevices(systems).empty())
+    }
+    if (!AllDevices(systems).empty()) {
         return kDone;
+    }
     ReportError("found no camera");
     return kNothingFound;
 }

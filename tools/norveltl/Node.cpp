@@ -6,10 +6,12 @@ namespace norveltl {
 
 const SNode::Tree* SNode::Child(const char* key) const {
     const auto own = tree->find(key);
-    if (own != tree->not_found())
+    if (own != tree->not_found()) {
         return &own->second;
-    if (!parent)
+    }
+    if (!parent) {
         return nullptr;
+    }
     const auto inherited = parent->find(key);
     return inherited != parent->not_found() ? &inherited->second : nullptr;
 }
@@ -21,9 +23,11 @@ std::string SNode::Text(const char* key) const {
 
 std::vector<std::string> SNode::Texts(const char* key) const {
     std::vector<std::string> texts;
-    for (const auto& [childKind, child] : *tree)
-        if (childKind == key)
+    for (const auto& [childKind, child] : *tree) {
+        if (childKind == key) {
             texts.push_back(Trim(child.data()));
+        }
+    }
     return texts;
 }
 

@@ -30,18 +30,20 @@ uint64_t Mask(unsigned numBits) {
 double ParseFloat(const std::string& text, const std::string& where) {
     double value = 0;
     const auto result = std::from_chars(text.data(), text.data() + text.size(), value);
-    if (result.ec != std::errc() || result.ptr != text.data() + text.size())
+    if (result.ec != std::errc() || result.ptr != text.data() + text.size()) {
         throw CToolError(where + ": \"" + Printable(text) + "\" is no number");
+    }
     return value;
 }
 
 template <class T>
 T Parse(const std::string& text, const std::string& where) {
-    if constexpr (std::is_integral_v<T>)
+    if constexpr (std::is_integral_v<T>) {
         return ParseInteger(text, where);
-    else
+    } else {
         return text.starts_with("0x") ? static_cast<double>(ParseInteger(text, where))
                                       : ParseFloat(text, where);
+    }
 }
 
 [[noreturn]] void ThrowUnknownKind(const SNode& node) {
@@ -68,24 +70,28 @@ CNodeMap::CNodeMap(const CProducer& producer, PORT_HANDLE port)
 void CNodeMap::AddNodes(const Tree& tree, const Tree* structure) {
     for (const auto& [kind, child] : tree) {
         if (kind == "EnumEntry" || kind == "<xmlattr>" || kind == "pVariable" ||
-            kind == "Constant" || kind == "Expression")
+            kind == "Constant" || kind == "Expression") {
             continue;
-        if (const auto name = child.get_optional<std::string>("<xmlattr>.Name"))
+        }
+        if (const auto name = child.get_optional<std::string>("<xmlattr>.Name")) {
             m_nodes.try_emplace(*name, SNode{*name, kind, &child, structure});
+        }
         AddNodes(child, kind == "StructReg" ? &child : nullptr);
     }
 }
 
 const SNode& CNodeMap::Node(const std::string& name) const {
     const auto found = m_nodes.find(name);
-    if (found == m_nodes.end())
+    if (found == m_nodes.end()) {
         throw CToolError("the camera's XML has no node " + Printable(name));
+    }
     return found->second;
 }
 
 const SNode& CNodeMap::Enter(const std::string& name, unsigned depth) const {
-    if (depth > kMaxDepth)
+    if (depth > kMaxDepth) {
         throw CToolError("node " + Printable(name) + " leads back to itself");
+    }
     return Node(name);
 }
 
@@ -96,15 +102,19 @@ bool CNodeMap::IsFloat(const SNode& node) const {
 
 // The node that a reference means; a selector may choose it. Empty when it holds a value itself.
 std::string CNodeMap::ValueNode(const SNode& node, unsigned depth) const {
-    if (!node.Has("pIndex"))
+    if (!node.Has("pIndex")) {
         return node.Text("pValue");
+    }
     const int64_t index = Integer(node.Text("pIndex"), depth + 1);
-    for (const auto& [kind, child] : *node.tree)
+    for (const auto& [kind, child] : *node.tree) {
         if (kind == "pValueIndexed" &&
-            ParseInteger(child.get("<xmlattr>.Index", ""), "node " + node.name) == index)
+            ParseInteger(child.get("<xmlattr>.Index", ""), "node " + node.name) == index) {
             return Trim(child.data());
-    if (node.Has("pValueDefault"))
+        }
+    }
+    if (node.Has("pValueDefault")) {
         return node.Text("pValueDefault");
+    }
     throw CToolError("node " + node.name + " has no value node for the index " +
                      std::to_string(index));
 }
@@ -120,8 +130,9 @@ double CNodeMap::Float(const std::string& name, unsigned depth) const {
 // As Number, from a node of the other kind of number.
 static int64_t RoundedWhole(double value, const SNode& node) {
     const double rounded = std::round(value);
-    if (!(std::abs(rounded) < 9.2e18))
+    if (!(std::abs(rounded) < 9.2e18)) {
         throw CToolError("node " + node.name + " is beyond 64 bits");
+    }
     return static_cast<int64_t>(rounded);
 }
 
@@ -129,15 +140,17 @@ template <class T>
 T CNodeMap::Number(const std::string& name, unsigned depth) const {
     const SNode& node = Enter(name, depth);
     if constexpr (std::is_integral_v<T>) {
-        if (IsFloat(node))
+        if (IsFloat(node)) {
             return RoundedWhole(Number<double>(name, depth + 1), node);
+        }
     } else if (!IsFloat(node)) {
         return static_cast<double>(Number<int64_t>(name, depth + 1));
     }
     if (IsReference(node)) {
         const std::string target = ValueNode(node, depth);
-        if (target.empty() && !node.Has("Value"))
+        if (target.empty() && !node.Has("Value")) {
             throw CToolError("node " + name + " has neither a Value nor a pValue");
+        }
         if (node.kind == "Boolean") {
             const int64_t value = target.empty()
                                       ? node.Text("Value") == "true" || node.Text("Value") == "1"
@@ -149,11 +162,13 @@ T CNodeMap::Number(const std::string& name, unsigned depth) const {
         return target.empty() ? Parse<T>(node.Text("Value"), "node " + name)
                               : Number<T>(target, depth + 1);
     }
-    if (IsKnife(node))
+    if (IsKnife(node)) {
         return Evaluate<T>(node, *node.tree, node.Text("Formula"), nullptr, T{}, depth);
-    if (IsConverter(node))
+    }
+    if (IsConverter(node)) {
         return Evaluate<T>(node, *node.tree, node.Text("FormulaFrom"), "TO",
                            Number<T>(node.Text("pValue"), depth + 1), depth);
+    }
     const SPlace place = Place(node, depth);
     const uint64_t raw = ReadRegister(node, place);
     if constexpr (std::is_integral_v<T>) {
@@ -176,10 +191,11 @@ T CNodeMap::Evaluate(const SNode& node, const Tree& definitions, const std::stri
         return Variable<T>(definitions, name, argument, value, depth + 1);
     };
     try {
-        if constexpr (std::is_integral_v<T>)
+        if constexpr (std::is_integral_v<T>) {
             return EvaluateInteger(formula, variables);
-        else
+        } else {
             return EvaluateFloat(formula, variables);
+        }
     } catch (const CToolError& error) {
         throw CToolError("node " + node.name + ": " + error.what());
     }
@@ -188,27 +204,35 @@ T CNodeMap::Evaluate(const SNode& node, const Tree& definitions, const std::stri
 template <class T>
 T CNodeMap::Variable(const Tree& definitions, const std::string& name, const char* argument,
                      T value, unsigned depth) const {
-    if (depth > kMaxDepth)
+    if (depth > kMaxDepth) {
         throw CToolError("the variable " + name + " leads back to itself");
-    if (argument != nullptr && name == argument)
+    }
+    if (argument != nullptr && name == argument) {
         return value;
+    }
     for (const auto& [kind, part] : definitions) {
-        if (part.get("<xmlattr>.Name", "") != name)
+        if (part.get("<xmlattr>.Name", "") != name) {
             continue;
+        }
         const std::string text = Trim(part.data());
-        if (kind == "Constant")
+        if (kind == "Constant") {
             return Parse<T>(text, "the constant " + name);
+        }
         if (kind == "pVariable" || kind == "Expression") {
-            if (kind == "Expression")
+            if (kind == "Expression") {
                 return Evaluate<T>(SNode{name, kind, &definitions, nullptr}, definitions, text,
                                    argument, value, depth + 1);
+            }
             const size_t dot = name.find('.');
             const std::string property = dot == std::string::npos ? "Value" : name.substr(dot + 1);
-            if (property == "Value")
+            if (property == "Value") {
                 return Number<T>(text, depth + 1);
-            if (property == "Min" || property == "Max" || property == "Inc")
-                if (const auto limit = Limit<T>(Node(text), property, depth + 1))
+            }
+            if (property == "Min" || property == "Max" || property == "Inc") {
+                if (const auto limit = Limit<T>(Node(text), property, depth + 1)) {
                     return *limit;
+                }
+            }
             throw CToolError("the variable " + name + " cannot be resolved");
         }
     }
@@ -217,10 +241,12 @@ T CNodeMap::Variable(const Tree& definitions, const std::string& name, const cha
 
 template <class T>
 std::optional<T> CNodeMap::Limit(const SNode& node, const std::string& key, unsigned depth) const {
-    if (node.Has(key.c_str()))
+    if (node.Has(key.c_str())) {
         return Parse<T>(node.Text(key.c_str()), "node " + node.name);
-    if (const std::string reference = "p" + key; node.Has(reference.c_str()))
+    }
+    if (const std::string reference = "p" + key; node.Has(reference.c_str())) {
         return Number<T>(node.Text(reference.c_str()), depth + 1);
+    }
     return std::nullopt;
 }
 
@@ -234,23 +260,27 @@ std::optional<double> CNodeMap::FloatLimit(const SNode& node, const char* key) c
 
 void CNodeMap::SetInteger(const std::string& name, int64_t value, unsigned depth) const {
     const SNode& node = Enter(name, depth);
-    if (node.kind == "IntConverter")
+    if (node.kind == "IntConverter") {
         return SetInteger(
             node.Text("pValue"),
             Evaluate<int64_t>(node, *node.tree, node.Text("FormulaTo"), "FROM", value, depth),
             depth + 1);
-    if (IsFloat(node))
+    }
+    if (IsFloat(node)) {
         return SetFloat(name, static_cast<double>(value), depth + 1);
+    }
     if (IsReference(node)) {
         const std::string target = ValueNode(node, depth);
-        if (target.empty())
+        if (target.empty()) {
             throw CToolError("node " + name + " has a fixed value");
+        }
         if (node.kind == "Boolean") {
             const char* const key = value != 0 ? "OnValue" : "OffValue";
             value = node.Has(key) ? ParseInteger(node.Text(key), "node " + name) : value != 0;
         }
-        for (const std::string& copy : node.Texts("pValueCopy"))
+        for (const std::string& copy : node.Texts("pValueCopy")) {
             SetInteger(copy, value, depth + 1);
+        }
         return SetInteger(target, value, depth + 1);
     }
     const SPlace place = Place(node, depth);
@@ -262,31 +292,37 @@ void CNodeMap::SetInteger(const std::string& name, int64_t value, unsigned depth
         bits.count == 64 || (isSigned ? value >= -(int64_t{1} << (bits.count - 1)) &&
                                             value < int64_t{1} << (bits.count - 1)
                                       : value >= 0 && static_cast<uint64_t>(value) <= mask);
-    if (!fits)
+    if (!fits) {
         throw CToolError(std::to_string(value) + " does not fit into the " +
                          std::to_string(bits.count) + " bits of " + name);
-    if (bits.count < 8 * place.length)
+    }
+    if (bits.count < 8 * place.length) {
         raw = (ReadRegister(node, place) & ~(mask << bits.low)) | (raw << bits.low);
+    }
     WriteRegister(node, place, raw);
 }
 
 void CNodeMap::SetFloat(const std::string& name, double value, unsigned depth) const {
     const SNode& node = Enter(name, depth);
-    if (!IsFloat(node))
+    if (!IsFloat(node)) {
         return SetInteger(name, RoundedWhole(value, node), depth + 1);
-    if (node.kind == "Converter")
+    }
+    if (node.kind == "Converter") {
         return SetFloat(
             node.Text("pValue"),
             Evaluate<double>(node, *node.tree, node.Text("FormulaTo"), "FROM", value, depth),
             depth + 1);
+    }
     if (node.kind == "Float") {
         const std::string target = ValueNode(node, depth);
-        if (target.empty())
+        if (target.empty()) {
             throw CToolError("node " + name + " has a fixed value");
+        }
         return SetFloat(target, value, depth + 1);
     }
-    if (node.kind != "FloatReg")
+    if (node.kind != "FloatReg") {
         throw CToolError("node " + name + " cannot be written");
+    }
     const SPlace place = Place(node, depth);
     WriteRegister(node, place,
                   place.length == 4 ? std::bit_cast<uint32_t>(static_cast<float>(value))
@@ -295,23 +331,28 @@ void CNodeMap::SetFloat(const std::string& name, double value, unsigned depth) c
 
 std::string CNodeMap::Text(const std::string& name, unsigned depth) const {
     const SNode& node = Enter(name, depth);
-    if (node.kind == "String")
+    if (node.kind == "String") {
         return node.Has("pValue") ? Text(node.Text("pValue"), depth + 1) : node.Text("Value");
-    if (node.kind != "StringReg")
+    }
+    if (node.kind != "StringReg") {
         ThrowUnknownKind(node);
+    }
     const std::vector<uint8_t> bytes = Bytes(node);
     return {bytes.begin(), std::find(bytes.begin(), bytes.end(), 0)};
 }
 
 void CNodeMap::SetText(const std::string& name, const std::string& text, unsigned depth) const {
     const SNode& node = Enter(name, depth);
-    if (node.kind == "String" && node.Has("pValue"))
+    if (node.kind == "String" && node.Has("pValue")) {
         return SetText(node.Text("pValue"), text, depth + 1);
-    if (node.kind != "StringReg")
+    }
+    if (node.kind != "StringReg") {
         throw CToolError("node " + name + " has a fixed value");
+    }
     const SPlace place = Place(node, depth);
-    if (text.size() > place.length)
+    if (text.size() > place.length) {
         throw CToolError(name + " takes at most " + std::to_string(place.length) + " characters");
+    }
     std::string bytes = text;
     bytes.resize(place.length);
     size_t size = bytes.size();
@@ -327,37 +368,45 @@ std::vector<uint8_t> CNodeMap::Bytes(const SNode& node) const {
 
 EAccess CNodeMap::Access(const std::string& name, unsigned depth) const {
     const SNode& node = Enter(name, depth);
-    if (node.Has("pIsImplemented") && Integer(node.Text("pIsImplemented"), depth + 1) == 0)
+    if (node.Has("pIsImplemented") && Integer(node.Text("pIsImplemented"), depth + 1) == 0) {
         return EAccess::NotImplemented;
-    if (node.Has("pIsAvailable") && Integer(node.Text("pIsAvailable"), depth + 1) == 0)
+    }
+    if (node.Has("pIsAvailable") && Integer(node.Text("pIsAvailable"), depth + 1) == 0) {
         return EAccess::NotAvailable;
+    }
     EAccess access = EAccess::ReadWrite;
     const auto limit = [&access](const std::string& mode) {
         const EAccess most = mode == "RO"   ? EAccess::ReadOnly
                              : mode == "WO" ? EAccess::WriteOnly
                                             : EAccess::ReadWrite;
-        if (most != EAccess::ReadWrite && access != most)
+        if (most != EAccess::ReadWrite && access != most) {
             access = access == EAccess::ReadWrite ? most : EAccess::NotAvailable;
+        }
     };
     // What neither is a register nor leads to one can only be read.
     const std::string target = IsConverter(node)   ? node.Text("pValue")
                                : IsReference(node) ? ValueNode(node, depth)
                                                    : "";
-    if (!target.empty())
+    if (!target.empty()) {
         access = Access(target, depth + 1);
-    else
+    } else {
         limit(IsRegister(node) && node.Has("AccessMode") ? node.Text("AccessMode") : "RO");
-    if (access != EAccess::ReadWrite && access != EAccess::ReadOnly && access != EAccess::WriteOnly)
+    }
+    if (access != EAccess::ReadWrite && access != EAccess::ReadOnly &&
+        access != EAccess::WriteOnly) {
         return access;
+    }
     limit(node.Has("ImposedAccessMode") ? node.Text("ImposedAccessMode") : "RW");
-    if (node.Has("pIsLocked") && Integer(node.Text("pIsLocked"), depth + 1) != 0)
+    if (node.Has("pIsLocked") && Integer(node.Text("pIsLocked"), depth + 1) != 0) {
         limit("RO");
+    }
     return access;
 }
 
 CNodeMap::SPlace CNodeMap::Place(const SNode& node, unsigned depth) const {
-    if (!IsRegister(node))
+    if (!IsRegister(node)) {
         ThrowUnknownKind(node);
+    }
     CheckPort(node);
     const std::string where = "node " + node.name;
     SPlace result{};
@@ -376,8 +425,9 @@ CNodeMap::SPlace CNodeMap::Place(const SNode& node, unsigned depth) const {
         } else if (kind == "pIndex") {
             const auto offset = part.get_optional<std::string>("<xmlattr>.Offset");
             const auto reference = part.get_optional<std::string>("<xmlattr>.pOffset");
-            if (!offset && !reference)
+            if (!offset && !reference) {
                 throw CToolError(where + " has an index without an offset");
+            }
             summand = Integer(text, depth + 1) *
                       (offset ? ParseInteger(*offset, where) : Integer(*reference, depth + 1));
         } else {
@@ -386,23 +436,26 @@ CNodeMap::SPlace CNodeMap::Place(const SNode& node, unsigned depth) const {
         hasAddress = true;
         result.address += static_cast<uint64_t>(summand);
     }
-    if (!hasAddress)
+    if (!hasAddress) {
         throw CToolError(where + " has no address");
+    }
     const int64_t length = node.Has("pLength") ? Integer(node.Text("pLength"), depth + 1)
                                                : ParseInteger(node.Text("Length"), where);
     const bool isNumber = IsNumberRegister(node) || node.kind == "FloatReg";
     if (length < 1 || length > (isNumber ? 8 : kMaxRegister) ||
-        (node.kind == "FloatReg" && length != 4 && length != 8))
+        (node.kind == "FloatReg" && length != 4 && length != 8)) {
         throw CToolError(where + ": a length of " + std::to_string(length) +
                          " bytes cannot be resolved");
+    }
     result.length = static_cast<size_t>(length);
     return result;
 }
 
 // In a big-endian register bit 0 is the most significant one.
 CNodeMap::SBits CNodeMap::Bits(const SNode& node, size_t length) const {
-    if (node.kind == "IntReg")
+    if (node.kind == "IntReg") {
         return {0, static_cast<unsigned>(8 * length)};
+    }
     const bool single = node.Has("Bit");
     const std::string where = "node " + node.name;
     int64_t low = ParseInteger(node.Text(single ? "Bit" : "LSB"), where);
@@ -412,29 +465,35 @@ CNodeMap::SBits CNodeMap::Bits(const SNode& node, size_t length) const {
         low = top - low;
         high = top - high;
     }
-    if (low > high)
+    if (low > high) {
         std::swap(low, high);
-    if (low < 0 || high > top)
+    }
+    if (low < 0 || high > top) {
         throw CToolError(where + ": its bits lie outside its register");
+    }
     return {static_cast<unsigned>(low), static_cast<unsigned>(high - low + 1)};
 }
 
 // Registers of chunks and events lie in buffers and messages, not behind the camera's port.
 void CNodeMap::CheckPort(const SNode& node) const {
     const std::string name = node.Text("pPort");
-    if (name.empty())
+    if (name.empty()) {
         return;
+    }
     const SNode& port = Node(name);
-    for (const char* key : {"ChunkID", "pChunkID", "EventID"})
-        if (port.Has(key))
+    for (const char* key : {"ChunkID", "pChunkID", "EventID"}) {
+        if (port.Has(key)) {
             throw CToolError("node " + node.name + " does not lie in the camera's registers");
+        }
+    }
 }
 
 uint64_t CNodeMap::ReadRegister(const SNode& node, const SPlace& place) const {
     std::array<uint8_t, 8> bytes{};
     ReadPort(m_producer, m_port, place.address, bytes.data(), place.length);
-    if (node.Text("Endianess") == "BigEndian")
+    if (node.Text("Endianess") == "BigEndian") {
         std::reverse(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(place.length));
+    }
     uint64_t bits = 0;
     std::memcpy(&bits, bytes.data(), bytes.size());
     return bits;
@@ -443,8 +502,9 @@ uint64_t CNodeMap::ReadRegister(const SNode& node, const SPlace& place) const {
 void CNodeMap::WriteRegister(const SNode& node, const SPlace& place, uint64_t bits) const {
     std::array<uint8_t, 8> bytes{};
     std::memcpy(bytes.data(), &bits, bytes.size());
-    if (node.Text("Endianess") == "BigEndian")
+    if (node.Text("Endianess") == "BigEndian") {
         std::reverse(bytes.begin(), bytes.begin() + static_cast<std::ptrdiff_t>(place.length));
+    }
     size_t size = place.length;
     m_producer.Call(m_producer.GCWritePort, m_port, place.address, bytes.data(), &size);
 }

@@ -29,10 +29,12 @@ public:
     }
 
     void Fill(uint32_t x, uint32_t y, uint32_t width, uint32_t height, Colour colour) {
-        for (uint32_t row = y; row < std::min(y + height, kHeight); ++row)
-            for (uint32_t column = x; column < std::min(x + width, kWidth); ++column)
+        for (uint32_t row = y; row < std::min(y + height, kHeight); ++row) {
+            for (uint32_t column = x; column < std::min(x + width, kWidth); ++column) {
                 std::copy(colour.begin(), colour.end(),
                           m_picture.pixels.data() + (size_t{row} * kWidth + column) * 3);
+            }
+        }
     }
 
     // Ends at x; digits and points only.
@@ -41,9 +43,11 @@ public:
         uint32_t left = x - advance * static_cast<uint32_t>(text.size());
         for (const char c : text) {
             const uint16_t bits = kDigits[c == '.' ? 10 : static_cast<size_t>(c - '0')];
-            for (uint32_t i = 0; i < 15; ++i)
-                if ((bits >> (14 - i) & 1) != 0)
+            for (uint32_t i = 0; i < 15; ++i) {
+                if ((bits >> (14 - i) & 1) != 0) {
                     Fill(left + i % 3 * kScale, y + i / 3 * kScale, kScale, kScale, kInk);
+                }
+            }
             left += advance;
         }
     }
@@ -57,9 +61,11 @@ private:
 // The distance of the labelled lines: 1, 2 or 5 times a power of ten.
 double StepFor(double most) {
     double step = std::pow(10, std::floor(std::log10(most / kMaxLines)));
-    for (const double factor : {1.0, 2.0, 5.0, 10.0})
-        if (most / (step * factor) <= kMaxLines)
+    for (const double factor : {1.0, 2.0, 5.0, 10.0}) {
+        if (most / (step * factor) <= kMaxLines) {
             return step * factor;
+        }
+    }
     return step * 10;
 }
 

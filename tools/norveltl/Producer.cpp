@@ -27,8 +27,9 @@ std::string SystemError() {
         FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0,
                        text.data(), static_cast<DWORD>(text.size()), nullptr);
     std::wstring line(text.data(), length);
-    while (!line.empty() && (line.back() == L'\n' || line.back() == L'\r'))
+    while (!line.empty() && (line.back() == L'\n' || line.back() == L'\r')) {
         line.pop_back();
+    }
     return Utf8FromPath(std::filesystem::path(line)) + " (" + std::to_string(code) + ")";
 }
 
@@ -134,12 +135,14 @@ std::string CodeText(GC_ERROR code) {
 std::optional<std::string> QueryText(const InfoQuery& query) {
     INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
     size_t size = 0;
-    if (query(&type, nullptr, &size) != GC_ERR_SUCCESS || type != INFO_DATATYPE_STRING)
+    if (query(&type, nullptr, &size) != GC_ERR_SUCCESS || type != INFO_DATATYPE_STRING) {
         return std::nullopt;
+    }
     std::string text(std::max<size_t>(size, 1), '\0');
     size = text.size();
-    if (query(&type, text.data(), &size) != GC_ERR_SUCCESS)
+    if (query(&type, text.data(), &size) != GC_ERR_SUCCESS) {
         return std::nullopt;
+    }
     return text.substr(0, text.find('\0'));
 }
 
@@ -148,8 +151,9 @@ std::optional<SNumber> QueryTypedNumber(const InfoQuery& query) {
     uint64_t value = 0;
     size_t size = sizeof(value);
     if (query(&type, &value, &size) != GC_ERR_SUCCESS || !IsNumber(type) || size == 0 ||
-        size > sizeof(value))
+        size > sizeof(value)) {
         return std::nullopt;
+    }
     const unsigned unusedBits = static_cast<unsigned>(8 * (sizeof(value) - size));
     value <<= unusedBits;
     value = IsSigned(type) ? static_cast<uint64_t>(static_cast<int64_t>(value) >> unusedBits)
@@ -164,8 +168,9 @@ std::optional<uint64_t> QueryNumber(const InfoQuery& query) {
 
 CProducer::CProducer(const std::filesystem::path& module)
     : m_path(std::filesystem::absolute(module)), m_library(Load(m_path), Unload) {
-    if (!m_library)
+    if (!m_library) {
         throw CToolError("cannot load " + Utf8FromPath(m_path) + ": " + SystemError());
+    }
     ResolveAll();
     Call(GCInitLib);
 }
@@ -191,14 +196,16 @@ void CProducer::ResolveAll() {
 template <class P>
 void CProducer::Resolve(SFunction<P>& function) {
     function.call = reinterpret_cast<P>(Find(m_library.get(), function.name));
-    if (!function.call)
+    if (!function.call) {
         throw CToolError(Utf8FromPath(m_path) + " is no usable producer: it does not export " +
                          function.name);
+    }
 }
 
 void CProducer::Check(const char* function, GC_ERROR code) const {
-    if (code == GC_ERR_SUCCESS)
+    if (code == GC_ERR_SUCCESS) {
         return;
+    }
     throw CCallError(std::string(function) + " failed: " + CodeText(code) + LastError(code) +
                          Advice(code),
                      code);
@@ -209,8 +216,9 @@ std::string CProducer::LastError(GC_ERROR code) const {
     std::array<char, 1024> text{};
     size_t size = text.size() - 1;
     GC_ERROR recorded = GC_ERR_SUCCESS;
-    if (GCGetLastError.call(&recorded, text.data(), &size) != GC_ERR_SUCCESS || text[0] == '\0')
+    if (GCGetLastError.call(&recorded, text.data(), &size) != GC_ERR_SUCCESS || text[0] == '\0') {
         return "";
+    }
     const std::string quoted = ": \"" + Printable(text.data()) + "\"";
     return recorded == code ? quoted
                             : "; the last recorded error is " + CodeText(recorded) + quoted;

@@ -23,13 +23,15 @@ CProgress::CProgress(std::function<double(const SProgress&, Clock::duration)> do
       m_rateTime(m_begin) {}
 
 CProgress::~CProgress() {
-    if (m_lineOpen)
+    if (m_lineOpen) {
         std::fputs("\n", stdout);
+    }
 }
 
 void CProgress::Finish() {
-    if (m_lineOpen)
+    if (m_lineOpen) {
         Draw(Clock::now());
+    }
 }
 
 void CProgress::Draw(Clock::time_point now) {
@@ -53,8 +55,9 @@ void CProgress::Draw(Clock::time_point now) {
                   m_byteRate / 1e6);
     std::string line = std::to_string(state.numImages) + rates.data();
     const auto add = [&line](const char* name, const std::optional<uint64_t>& value) {
-        if (value)
+        if (value) {
             line += std::string("  ") + name + " " + std::to_string(*value);
+        }
     };
     add("lost", state.numLost);
     add("waiting", state.numAwaiting);

@@ -32,8 +32,9 @@ public:
 
     // Cheap; draws only when it is time to.
     void Update(Clock::time_point now) {
-        if (now >= m_nextDraw)
+        if (now >= m_nextDraw) {
             Draw(now);
+        }
     }
     // Draws the last state.
     void Finish();

@@ -35,15 +35,17 @@ CToolError WrongUsage(const std::string& text, const std::string& reason) {
 uint64_t ParseAddress(const std::string& text) {
     const bool isHex = text.starts_with("0x") || text.starts_with("0X");
     const auto number = ParseUnsigned(isHex ? text.substr(2) : text, isHex ? 16 : 10);
-    if (!number)
+    if (!number) {
         throw WrongUsage(text, "is no address or length");
+    }
     return *number;
 }
 
 // The width of a number's type; 0 for texts and bytes.
 size_t WidthOf(const std::string& type) {
-    if (type == "u32" || type == "i32" || type == "f32")
+    if (type == "u32" || type == "i32" || type == "f32") {
         return 4;
+    }
     return type == "u64" || type == "i64" || type == "f64" ? 8 : 0;
 }
 
@@ -61,12 +63,14 @@ Bytes BytesOfNumber(const std::string& text) {
     const char* const begin = text.data() + (isHex ? 2 : 0);
     const char* const end = text.data() + text.size();
     std::from_chars_result result{};
-    if constexpr (std::is_integral_v<T>)
+    if constexpr (std::is_integral_v<T>) {
         result = std::from_chars(begin, end, value, isHex ? 16 : 10);
-    else
+    } else {
         result = std::from_chars(begin, end, value);
-    if (result.ec != std::errc() || result.ptr != end)
+    }
+    if (result.ec != std::errc() || result.ptr != end) {
         throw WrongUsage(text, "is no value of that type");
+    }
     Bytes bytes(sizeof(value));
     std::memcpy(bytes.data(), &value, sizeof(value));
     return bytes;
@@ -76,28 +80,36 @@ Bytes BytesOfHex(const std::string& text) {
     Bytes bytes;
     for (size_t i = 0; i + 1 < text.size(); i += 2) {
         const auto byte = ParseUnsigned(text.substr(i, 2), 16);
-        if (!byte)
+        if (!byte) {
             break;
+        }
         bytes.push_back(static_cast<uint8_t>(*byte));
     }
-    if (text.empty() || 2 * bytes.size() != text.size())
+    if (text.empty() || 2 * bytes.size() != text.size()) {
         throw WrongUsage(text, "is no sequence of bytes, two hexadecimal digits each");
+    }
     return bytes;
 }
 
 Bytes BytesOf(const std::string& type, const std::string& text) {
-    if (type == "u32")
+    if (type == "u32") {
         return BytesOfNumber<uint32_t>(text);
-    if (type == "i32")
+    }
+    if (type == "i32") {
         return BytesOfNumber<int32_t>(text);
-    if (type == "u64")
+    }
+    if (type == "u64") {
         return BytesOfNumber<uint64_t>(text);
-    if (type == "i64")
+    }
+    if (type == "i64") {
         return BytesOfNumber<int64_t>(text);
-    if (type == "f32")
+    }
+    if (type == "f32") {
         return BytesOfNumber<float>(text);
-    if (type == "f64")
+    }
+    if (type == "f64") {
         return BytesOfNumber<double>(text);
+    }
     if (type == "string") {
         Bytes bytes(text.begin(), text.end());
         bytes.push_back(0);
@@ -114,16 +126,21 @@ std::string FloatText(T value) {
 }
 
 std::string TextOf(const std::string& type, const Bytes& bytes) {
-    if (type == "u32")
+    if (type == "u32") {
         return std::to_string(NumberIn<uint32_t>(bytes));
-    if (type == "i32")
+    }
+    if (type == "i32") {
         return std::to_string(NumberIn<int32_t>(bytes));
-    if (type == "u64")
+    }
+    if (type == "u64") {
         return std::to_string(NumberIn<uint64_t>(bytes));
-    if (type == "i64")
+    }
+    if (type == "i64") {
         return std::to_string(NumberIn<int64_t>(bytes));
-    if (type == "string")
+    }
+    if (type == "string") {
         return Printable({bytes.begin(), std::find(bytes.begin(), bytes.end(), 0)});
+    }
     return type == "f32" ? FloatText(NumberIn<float>(bytes)) : FloatText(NumberIn<double>(bytes));
 }
 
@@ -156,8 +173,9 @@ std::vector<SRegister> PlacesToRead(const SRegisterOptions& options) {
         uint64_t length = width != 0 ? width : options.type == "string" ? kDefaultText : 4;
         if (colon != std::string::npos) {
             length = ParseAddress(place.substr(colon + 1));
-            if (length == 0 || length > kMaxLength || (width != 0 && length != width))
+            if (length == 0 || length > kMaxLength || (width != 0 && length != width)) {
                 throw WrongUsage(place, "names a length that does not suit");
+            }
         }
         places.push_back(
             {ParseAddress(place.substr(0, colon)), Bytes(static_cast<size_t>(length))});
@@ -169,8 +187,9 @@ std::vector<SRegister> PlacesToWrite(const SRegisterOptions& options) {
     std::vector<SRegister> places;
     for (const std::string& place : options.places) {
         const size_t equals = place.find('=');
-        if (equals == std::string::npos)
+        if (equals == std::string::npos) {
             throw WrongUsage(place, "is not of the form ADDRESS=VALUE");
+        }
         places.push_back({ParseAddress(place.substr(0, equals)),
                           BytesOf(options.type, place.substr(equals + 1))});
     }
@@ -186,19 +205,22 @@ void Access(const CModulePath& path, std::vector<SRegister>& places, const F& si
     if (places.size() == 1) {
         size_t size = places[0].bytes.size();
         p.Call(single, port, places[0].address, places[0].bytes.data(), &size);
-        if (size < places[0].bytes.size())
+        if (size < places[0].bytes.size()) {
             places[0].bytes.resize(size);
+        }
         return;
     }
     std::vector<PORT_REGISTER_STACK_ENTRY> entries;
     entries.reserve(places.size());
-    for (SRegister& place : places)
+    for (SRegister& place : places) {
         entries.push_back({place.address, place.bytes.data(), place.bytes.size()});
+    }
     size_t count = entries.size();
     const GC_ERROR code = stacked.call(port, entries.data(), &count);
-    if (code != GC_ERR_SUCCESS)
+    if (code != GC_ERR_SUCCESS) {
         Note(std::to_string(count) + " of " + std::to_string(entries.size()) +
              " registers were accessed before the call failed");
+    }
     p.Check(stacked.name, code);
 }
 
@@ -212,12 +234,13 @@ EExitCode ReadRegisters(const std::string& cti, const SRegisterOptions& options)
     const CProducer& p = path.Producer();
     Access(path, places, p.GCReadPort, p.GCReadPortStacked);
     for (const SRegister& place : places) {
-        if (options.type.empty())
+        if (options.type.empty()) {
             Dump(place);
-        else if (place.bytes.size() < WidthOf(options.type))
+        } else if (place.bytes.size() < WidthOf(options.type)) {
             throw CToolError("the port gave only " + std::to_string(place.bytes.size()) + " bytes");
-        else
+        } else {
             std::cout << TextOf(options.type, place.bytes) << "\n";
+        }
     }
     std::cout << std::flush;
     return kDone;
@@ -238,11 +261,12 @@ EExitCode ShowXml(const std::string& cti, const SXmlOptions& options) {
     const SSystems systems = OpenSystems(cti);
     const CModulePath path(systems, name);
     const std::string xml = ReadDescription(path.Producer(), path.Target().handle);
-    if (options.file.empty())
+    if (options.file.empty()) {
         std::cout << xml << std::flush;
-    else
+    } else {
         WriteRaw(PathFromUtf8(options.file),
                  {reinterpret_cast<const uint8_t*>(xml.data()), xml.size()});
+    }
     return kDone;
 }
 

@@ -22,8 +22,9 @@ double Milliseconds(CStatistics::Clock::duration duration) {
 } // namespace
 
 std::optional<SSpread> SpreadOf(std::vector<double> sample) {
-    if (sample.empty())
+    if (sample.empty()) {
         return std::nullopt;
+    }
     std::sort(sample.begin(), sample.end());
     const auto percentile = [&](double share) {
         const double index = share * static_cast<double>(sample.size() - 1);
@@ -41,19 +42,22 @@ std::optional<SSpread> SpreadOf(std::vector<double> sample) {
 
 std::vector<double> CStatistics::Intervals() const {
     std::vector<double> intervals;
-    for (size_t i = 1; i < m_images.size(); ++i)
+    for (size_t i = 1; i < m_images.size(); ++i) {
         intervals.push_back(Milliseconds(m_images[i].arrival - m_images[i - 1].arrival));
+    }
     return intervals;
 }
 
 std::vector<double> CStatistics::Delays() const {
-    if (m_images.size() < 2)
+    if (m_images.size() < 2) {
         return {};
+    }
     const SImage& first = m_images.front();
     const SImage& last = m_images.back();
     const double elapsed = Milliseconds(last.arrival - first.arrival);
-    if (first.timestamp == 0 || last.timestamp <= first.timestamp || elapsed <= 0)
+    if (first.timestamp == 0 || last.timestamp <= first.timestamp || elapsed <= 0) {
         return {};
+    }
     const double perTick = elapsed / static_cast<double>(last.timestamp - first.timestamp);
     std::vector<double> delays;
     for (const SImage& image : m_images) {
@@ -62,19 +66,22 @@ std::vector<double> CStatistics::Delays() const {
         delays.push_back(Milliseconds(image.arrival - first.arrival) - ticks * perTick);
     }
     const double least = *std::min_element(delays.begin(), delays.end());
-    for (double& delay : delays)
+    for (double& delay : delays) {
         delay -= least;
+    }
     return delays;
 }
 
 void PrintHistogram(std::ostream& out, const std::vector<double>& sample) {
-    if (sample.empty())
+    if (sample.empty()) {
         return;
+    }
     const auto [least, most] = std::minmax_element(sample.begin(), sample.end());
     const double width = std::max((*most - *least) / kNumBars, 1e-6);
     std::array<size_t, kNumBars> counts{};
-    for (const double value : sample)
+    for (const double value : sample) {
         ++counts[std::min(static_cast<size_t>((value - *least) / width), kNumBars - 1)];
+    }
     const double highest = static_cast<double>(*std::max_element(counts.begin(), counts.end()));
     for (size_t i = 0; i < kNumBars; ++i) {
         std::array<char, 64> label{};

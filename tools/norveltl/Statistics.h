@@ -26,8 +26,9 @@ public:
 
     // timestamp: the producer's, in ticks of a clock of its own; 0 when it gives none.
     void Add(Clock::time_point arrival, uint64_t timestamp) {
-        if (m_images.size() < m_images.capacity())
+        if (m_images.size() < m_images.capacity()) {
             m_images.push_back({arrival, timestamp});
+        }
     }
 
     // Between successive arrivals, in milliseconds.

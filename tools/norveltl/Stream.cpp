@@ -13,10 +13,12 @@ CStream::~CStream() {
     Stop();
     const CProducer& p = m_producer;
     // Without the flush the buffers still count as queued, and cannot be revoked.
-    if (!m_buffers.empty())
+    if (!m_buffers.empty()) {
         p.CallOrReport(p.DSFlushQueue, m_stream.Get(), ACQ_QUEUE_ALL_DISCARD);
-    for (BUFFER_HANDLE buffer : m_buffers)
+    }
+    for (BUFFER_HANDLE buffer : m_buffers) {
         p.CallOrReport(p.DSRevokeBuffer, m_stream.Get(), buffer, nullptr, nullptr);
+    }
     p.CallOrReport(p.GCUnregisterEvent, m_stream.Get(), EVENT_NEW_BUFFER);
 }
 
@@ -25,12 +27,15 @@ CStream::~CStream() {
 std::optional<uint64_t> CStream::PayloadSize() const {
     const auto defines = QueryTypedNumber(
         CProducer::Query(m_producer.DSGetInfo, m_stream.Get(), STREAM_INFO_DEFINES_PAYLOADSIZE));
-    if (!defines || defines->value == 0)
+    if (!defines || defines->value == 0) {
         return std::nullopt;
-    if (const auto size = Info(STREAM_INFO_PAYLOAD_SIZE); size && *size > 0)
+    }
+    if (const auto size = Info(STREAM_INFO_PAYLOAD_SIZE); size && *size > 0) {
         return size;
-    if (defines->type != INFO_DATATYPE_BOOL8 && defines->value > 1)
+    }
+    if (defines->type != INFO_DATATYPE_BOOL8 && defines->value > 1) {
         return defines->value;
+    }
     return std::nullopt;
 }
 
@@ -56,9 +61,10 @@ void CStream::Start() {
 }
 
 void CStream::Stop() noexcept {
-    if (std::exchange(m_started, false))
+    if (std::exchange(m_started, false)) {
         m_producer.CallOrReport(m_producer.DSStopAcquisition, m_stream.Get(),
                                 ACQ_STOP_FLAGS_DEFAULT);
+    }
 }
 
 // A wait may also end in success without an image, which leaves the handle null.
@@ -67,8 +73,9 @@ BUFFER_HANDLE CStream::Wait(std::chrono::milliseconds timeout) {
     size_t size = sizeof(data);
     const GC_ERROR code = m_producer.EventGetData.call(m_newBuffer, &data, &size,
                                                        static_cast<uint64_t>(timeout.count()));
-    if (code == GC_ERR_TIMEOUT || code == GC_ERR_NO_DATA)
+    if (code == GC_ERR_TIMEOUT || code == GC_ERR_NO_DATA) {
         return nullptr;
+    }
     m_producer.Check(m_producer.EventGetData.name, code);
     return data.BufferHandle;
 }
@@ -79,8 +86,9 @@ void CStream::Queue(BUFFER_HANDLE buffer) {
 
 // A refusal can cost a producer more than the image itself, so that it is asked for only once.
 bool CStream::IsIncomplete(BUFFER_HANDLE buffer) {
-    if (!m_tellsIncomplete)
+    if (!m_tellsIncomplete) {
         return false;
+    }
     INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
     bool8_t value = 0;
     size_t size = sizeof(value);
@@ -111,8 +119,9 @@ std::optional<uint64_t> CStream::Info(BUFFER_HANDLE buffer, BUFFER_INFO_CMD comm
 std::span<const uint8_t> CStream::Bytes(BUFFER_HANDLE buffer) const {
     const auto base = Info(buffer, BUFFER_INFO_BASE);
     const auto announced = Info(buffer, BUFFER_INFO_SIZE);
-    if (!base || *base == 0 || !announced)
+    if (!base || *base == 0 || !announced) {
         throw CToolError("the producer does not tell where a buffer's bytes are");
+    }
     const uint64_t filled =
         std::min(Info(buffer, BUFFER_INFO_SIZE_FILLED).value_or(*announced), *announced);
     const uint64_t offset = std::min(Info(buffer, BUFFER_INFO_IMAGEOFFSET).value_or(0), filled);

@@ -23,11 +23,13 @@ size_t CheckPayload(const CProducer& p, const CStream& stream, const CCameraFact
     const auto defines = QueryTypedNumber(
         CProducer::Query(p.DSGetInfo, stream.Handle(), STREAM_INFO_DEFINES_PAYLOADSIZE));
     judge.Require("STREAM_INFO_DEFINES_PAYLOADSIZE is answered", defines.has_value());
-    if (defines && defines->type != INFO_DATATYPE_BOOL8)
+    if (defines && defines->type != INFO_DATATYPE_BOOL8) {
         judge.Deviate("STREAM_INFO_DEFINES_PAYLOADSIZE is a flag", "BOOL8", "a number");
+    }
     const auto size = stream.Info(STREAM_INFO_PAYLOAD_SIZE);
-    if (defines && defines->value != 0 && !size)
+    if (defines && defines->value != 0 && !size) {
         judge.Deviate("STREAM_INFO_PAYLOAD_SIZE", "answered if the stream defines it", "refused");
+    }
     const auto known = stream.PayloadSize();
     return static_cast<size_t>(known ? *known : camera.PayloadSize());
 }
@@ -42,15 +44,18 @@ void Acquire(CStream& stream, const CCameraFacts& camera, const std::string& whi
         std::set<BUFFER_HANDLE> buffers;
         size_t count = 0;
         while (count < kImages) {
-            if (Clock::now() > end)
+            if (Clock::now() > end) {
                 throw CToolError("only " + std::to_string(count) + " images came");
+            }
             auto* const buffer = stream.Wait(100ms);
-            if (!buffer)
+            if (!buffer) {
                 continue;
+            }
             ++count;
             buffers.insert(buffer);
-            if (stream.Bytes(buffer).empty())
+            if (stream.Bytes(buffer).empty()) {
                 throw CToolError("a delivered buffer is empty");
+            }
             stream.Queue(buffer);
         }
         judge.Require(which + " uses every buffer", buffers.size() == kBuffers,

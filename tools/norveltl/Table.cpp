@@ -18,16 +18,20 @@ size_t Width(const std::string& text) {
 
 void CTable::Print(std::ostream& out, const std::string& indent) const {
     std::vector<size_t> widths(m_rows.front().size());
-    for (const auto& row : m_rows)
-        for (size_t i = 0; i < widths.size(); ++i)
+    for (const auto& row : m_rows) {
+        for (size_t i = 0; i < widths.size(); ++i) {
             widths[i] = std::max(widths[i], Width(row[i]));
+        }
+    }
     for (const auto& row : m_rows) {
         std::string line = indent;
-        for (size_t i = 0; i < row.size(); ++i)
+        for (size_t i = 0; i < row.size(); ++i) {
             line += row[i] + std::string(widths[i] - Width(row[i]) + 2, ' ');
+        }
         line.erase(line.find_last_not_of(' ') + 1);
-        if (!line.empty())
+        if (!line.empty()) {
             out << line << "\n";
+        }
     }
 }
 

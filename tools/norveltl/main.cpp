@@ -88,9 +88,10 @@ void AddTypes(CLI::App* command, std::string& type) {
         {"f64", "Values are floating-point numbers of 64 bits"},
         {"string", "Values are texts, up to a zero"},
     };
-    for (const auto& [name, help] : kTypes)
+    for (const auto& [name, help] : kTypes) {
         command->add_flag_callback(
             std::string("--") + name, [&type, name = name] { type = name; }, help);
+    }
 }
 
 void AddRegisterCommands(CLI::App& app, SCommandLine& line) {
@@ -216,8 +217,9 @@ int Run(int argc, char** argv) {
         std::vector<std::string> arguments = CConsole::Arguments(argc, argv);
         std::reverse(arguments.begin(), arguments.end());
         app.parse(std::move(arguments));
-        if (!line.run)
+        if (!line.run) {
             throw CLI::RequiredError("A command");
+        }
     } catch (const CLI::ParseError& error) {
         return app.exit(error) == 0 ? kDone : kWrongUsage;
     }
