@@ -8,11 +8,13 @@ cd "$root"
 
 preset=windows
 tool=(scripts/wine.sh build/windows/bin/norveltl.exe)
+setup=()
 case ${1-} in
   '') ;;
   --linux)
     preset=linux
     tool=(build/linux/bin/norveltl)
+    setup=(--linux)
     ;;
   -h | --help) sed -n '2,3s/^# //p' "${BASH_SOURCE[0]}"; exit ;;
   *) echo "demo: unknown argument $1" >&2; exit 2 ;;
@@ -20,9 +22,9 @@ esac
 
 images() { find out -maxdepth 1 -type f -regextype posix-extended -iregex '.*\.(png|bmp|jpg|tga|p[gpn]m|tiff?|raw)' "$@"; }
 
-scripts/setup.sh
+scripts/setup.sh "${setup[@]}"
 echo "Building for $preset ..."
-scripts/build.sh "$preset"
+scripts/build.sh --target product "$preset"
 
 mkdir -p out
 images -delete

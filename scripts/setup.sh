@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what the builds and tests need on Debian 12 and makes .cache/: Windows libraries, a Wine prefix.
-# Call it from anywhere, as root or as a user with sudo, as often as you like: scripts/setup.sh
+# Call it from anywhere, as root or as a user with sudo, as often as you like: scripts/setup.sh [--linux]
+# With --linux it leaves out what only the Windows build needs.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
@@ -10,11 +11,11 @@ wine_prefix=${WINEPREFIX:-$cache/wine}
 
 packages=(
   binutils ca-certificates cmake git ninja-build python3 python3-jsonschema xz-utils
-  gcc g++ clang clang-format clang-tidy libclang-rt-14-dev llvm-14
-  g++-mingw-w64-x86-64-posix wine64 nsis dpkg-dev file pkg-config
+  gcc g++ clang clang-format clang-tidy libclang-rt-14-dev llvm-14 dpkg-dev file pkg-config
   libboost1.81-dev libboost-thread1.81-dev nlohmann-json3-dev libcli11-dev libstb-dev
   googletest libbenchmark-dev libxml2-utils
 )
+windows_packages=(g++-mingw-w64-x86-64-posix wine64 nsis)
 header_folders=(boost nlohmann CLI stb benchmark)
 
 keyring=/usr/share/keyrings/debian-archive-keyring.gpg
@@ -81,11 +82,10 @@ install_packages() {
     mapfile -t missing < <(missing_packages)
     [ "${#missing[@]}" -eq 0 ] || die "still missing: ${missing[*]}"
   fi
-  local needed
-  for needed in /usr/lib/wine/wine64 "/usr/bin/$compiler" /usr/src/googletest/CMakeLists.txt; do
-    [ -e "$needed" ] || die "$needed is not there although its package is installed"
-  done
+  require_file /usr/src/googletest/CMakeLists.txt
 }
+
+require_file() { [ -e "$1" ] || die "$1 is not there although its package is installed"; }
 
 # The Debian mirrors to ask for source packages: the system's own first.
 mirrors() {
@@ -227,14 +227,20 @@ warm_wine() {
   wine "$prefix/probe.exe" || { cat "$cache/wine.log" >&2; die "Boost.Thread fails under Wine"; }
 }
 
+windows=yes
 case ${1-} in
-  -h | --help) sed -n '2,3s/^# //p' "${BASH_SOURCE[0]}"; exit ;;
-  ?*) die "takes no arguments" ;;
+  '') packages+=("${windows_packages[@]}") ;;
+  --linux) windows= ;;
+  -h | --help) sed -n '2,4s/^# //p' "${BASH_SOURCE[0]}"; exit ;;
+  *) die "unknown argument $1" ;;
 esac
 
 mkdir -p "$cache"
 exec 9>"$cache/setup.lock"
 flock 9
 install_packages
+[ "$windows" ] || exit 0
+require_file /usr/lib/wine/wine64
+require_file "/usr/bin/$compiler"
 make_windows_libraries
 warm_wine
