@@ -47,6 +47,9 @@ VIAddVersionKey ProductVersion "${VERSION}"
 !insertmacro MUI_PAGE_DIRECTORY
 !insertmacro MUI_PAGE_COMPONENTS
 !insertmacro MUI_PAGE_INSTFILES
+!define MUI_FINISHPAGE_TEXT "NorvelTL ${VERSION} has been installed on your computer.$\r$\n$\r$\nPrograms that run \
+already find its cameras after they are started again. Documentation is in $INSTDIR\docs.$\r$\n$\r$\nClick Finish to \
+close Setup."
 !insertmacro MUI_PAGE_FINISH
 !insertmacro MUI_UNPAGE_CONFIRM
 !insertmacro MUI_UNPAGE_INSTFILES
@@ -143,7 +146,8 @@ Section "-Preparation"
   ${EndIf}
 SectionEnd
 
-Section "-NorvelTL"
+Section "NorvelTL" product
+  SectionIn RO
   !insertmacro InstallProduct
 SectionEnd
 
@@ -193,6 +197,7 @@ Section "-Registration"
 SectionEnd
 
 !insertmacro MUI_FUNCTION_DESCRIPTION_BEGIN
+  !insertmacro MUI_DESCRIPTION_TEXT ${product} "The producer, its command line, examples and documentation."
   !insertmacro MUI_DESCRIPTION_TEXT ${simulator} "Cameras to try NorvelTL with. Leave it out where the maker's Optivo40.dll is installed."
 !insertmacro MUI_FUNCTION_DESCRIPTION_END
 
