@@ -315,12 +315,13 @@ private:
         }
         const std::string name(m_text.substr(0, length));
         m_text.remove_prefix(length);
-        if (!Accept("("))
+        if (!Accept("(")) {
             return Constant(name);
+        }
         std::vector<double> arguments;
-        do
+        do {
             arguments.push_back(static_cast<double>(Conditional()));
-        while (Accept(","));
+        } while (Accept(","));
         Expect(")");
         return Function(name, arguments);
     }
