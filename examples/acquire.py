@@ -40,13 +40,13 @@ class Producer:
 
     def __init__(self, path):
         # On Windows the whole path makes the module find the camera library beside itself.
-        self.library = c.CDLL(str(path.resolve()))
+        self.module = c.CDLL(str(path.resolve()))
 
     def __call__(self, function, *arguments):
-        code = self.library[function](*arguments)
+        code = self.module[function](*arguments)
         if code != 0:
             text = c.create_string_buffer(1024)
-            self.library.GCGetLastError(None, text, c.byref(c.c_size_t(len(text))))
+            self.module.GCGetLastError(None, text, c.byref(c.c_size_t(len(text))))
             raise Failure(f"{function}: {code}, {text.value.decode(errors='replace')}")
 
     def handle(self, function, *arguments):

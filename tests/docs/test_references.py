@@ -161,7 +161,7 @@ def buffer_answers(commands):
     answers = {}
     for name, number in commands.items():
         kind, value, size = ctypes.c_int32(), ctypes.c_uint64(), ctypes.c_size_t(8)
-        code = gentl.library.DSGetBufferInfo(stream, buffer, number, ctypes.byref(kind), ctypes.byref(value),
+        code = gentl.module.DSGetBufferInfo(stream, buffer, number, ctypes.byref(kind), ctypes.byref(value),
                                              ctypes.byref(size))
         answers[name] = code, kind.value
     gentl("TLClose", system)
