@@ -4,6 +4,9 @@ namespace OptivoSim {
 
 void CEventSlot::Install(const void* owner, Optivo::DeviceEventCallback callback, void* context) {
     std::unique_lock<std::mutex> lock(m_lock);
+    if (callback == nullptr && context != m_context) {
+        return;
+    }
     m_owner = callback != nullptr ? owner : nullptr;
     m_callback = callback;
     m_context = context;

@@ -14,8 +14,9 @@ namespace OptivoSim {
 // Thread-safe. No lock is held while a callback runs, so it may call into the library.
 class CEventSlot {
 public:
-    // Replaces the callback; null removes it. Returns when the replaced one is not running any
-    // more, unless called from within it. The owner is who may remove it later.
+    // Replaces the callback; null removes it if the context is the one it was installed with.
+    // Returns when the replaced one is not running any more, unless called from within it. The
+    // owner is who may remove it later.
     void Install(const void* owner, Optivo::DeviceEventCallback callback, void* context);
     // Removes the callback in the same way if the owner is the one who installed it.
     void Remove(const void* owner);

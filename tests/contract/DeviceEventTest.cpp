@@ -316,9 +316,11 @@ TEST_F(RemoteEventInfoTest, TellsFourBytesWhenTheRoomIsTooSmall) {
             SCOPED_TRACE(row.command);
             std::string bytes(16, '\x5A');
             size_t size = offered;
+            INFO_DATATYPE type = 99;
             EXPECT_FAILS(-1001, UNSPECIFIED,
-                         gentl.EventGetInfo(event, row.command, nullptr, bytes.data(), &size));
+                         gentl.EventGetInfo(event, row.command, &type, bytes.data(), &size));
             EXPECT_EQ(size, 4U);
+            EXPECT_EQ(type, 99);
             EXPECT_EQ(bytes, std::string(16, '\x5A'));
         }
     }

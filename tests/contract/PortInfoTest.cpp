@@ -207,8 +207,11 @@ TEST_F(PortTest, UrlOfADeviceLosesItsLastCharacter) {
     EXPECT_STREQ(buffer, "Local:TLDevRegs.xml;500;");
     EXPECT_EQ(size, 26U);
     size = 25;
+    buffer[0] = '#';
     EXPECT_FAILS(-1001, UNSPECIFIED, gentl.GCGetPortURL(device, buffer, &size));
+    EXPECT_EQ(size, 25U);
     EXPECT_FAILS(-1001, UNSPECIFIED, gentl.GCGetPortURL(device, buffer, nullptr));
+    EXPECT_EQ(buffer[0], '#');
 }
 
 TEST_F(PortTest, UrlsOfAStreamAndABuffer) {

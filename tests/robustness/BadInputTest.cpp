@@ -117,12 +117,12 @@ TEST_F(UnknownCommandTest, OfPorts) {
                    {"buffer", PortInfo(m_buffer)}});
     ExpectRefused(-1009, "Invalid port info command #", none, {{"remote", PortInfo(remote)}});
     ExpectIgnored(none, {{"stream", PortInfo(stream)}});
-    ExpectIgnored({6, 99, 1000, MOST}, {{"system", UrlInfo(tl)},
-                                        {"interface", UrlInfo(iface)},
-                                        {"device", UrlInfo(device)},
-                                        {"remote", UrlInfo(remote)},
-                                        {"stream", UrlInfo(stream)},
-                                        {"buffer", UrlInfo(m_buffer)}});
+    ExpectIgnored({6, 99, 1000, MOST, -1, LEAST}, {{"system", UrlInfo(tl)},
+                                                   {"interface", UrlInfo(iface)},
+                                                   {"device", UrlInfo(device)},
+                                                   {"remote", UrlInfo(remote)},
+                                                   {"stream", UrlInfo(stream)},
+                                                   {"buffer", UrlInfo(m_buffer)}});
 }
 
 TEST_F(UnknownCommandTest, OfEvents) {
@@ -204,9 +204,11 @@ TEST_F(UnknownCommandTest, OfIndexes) {
             EXPECT_FAILS(-1001, UNSPECIFIED,
                          gentl.GCGetPortURLInfo(port, index, 0, nullptr, bytes, &size));
         }
-        EXPECT_CODE(-1009, gentl.GCGetPortURLInfo(remote, index, 0, nullptr, bytes, &size));
+        const std::string number = std::to_string(static_cast<int32_t>(index));
+        EXPECT_FAILS(-1009, "URL Index " + number + " is out of range",
+                     gentl.GCGetPortURLInfo(remote, index, 0, nullptr, bytes, &size));
         BUFFER_HANDLE found = this;
-        EXPECT_FAILS(-1001, "Invalid Buffer Index " + std::to_string(static_cast<int32_t>(index)),
+        EXPECT_FAILS(-1001, "Invalid Buffer Index " + number,
                      gentl.DSGetBufferID(stream, index, &found));
         EXPECT_EQ(found, this);
         EXPECT_EQ(size, sizeof bytes);
