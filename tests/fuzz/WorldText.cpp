@@ -1,0 +1,196 @@
+#include "WorldText.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+#include <array>
+#include <set>
+
+using namespace OptivoSim;
+
+namespace {
+
+using Json = nlohmann::json;
+
+// In the order of OptivoOperation.
+constexpr std::array<const char*, 26> OPERATIONS = {"GetSystem",
+                                                    "SystemUpdateInterfaceList",
+                                                    "SystemGetInterfaceName",
+                                                    "SystemGetInterface",
+                                                    "SystemOpenInterface",
+                                                    "SystemClose",
+                                                    "InterfaceUpdateDeviceList",
+                                                    "InterfaceGetDeviceName",
+                                                    "InterfaceGetDevice",
+                                                    "InterfaceOpenDevice",
+                                                    "InterfaceWritePort",
+                                                    "InterfaceReadPort",
+                                                    "InterfaceClose",
+                                                    "DeviceGetNumDataStreams",
+                                                    "DeviceOpenDataStream",
+                                                    "DeviceWritePort",
+                                                    "DeviceReadPort",
+                                                    "DeviceGetInfo",
+                                                    "DeviceRegisterEventCallback",
+                                                    "DeviceClose",
+                                                    "StreamStartAcquisition",
+                                                    "StreamStopAcquisition",
+                                                    "StreamGrabImage",
+                                                    "StreamSetStreamParameter",
+                                                    "StreamGetStreamInfo",
+                                                    "StreamClose"};
+// In the order of OptivoFaultKind.
+constexpr std::array<const char*, 11> FAULT_KINDS = {"result",
+                                                     "resultAfter",
+                                                     "nullObject",
+                                                     "genericException",
+                                                     "foreignException",
+                                                     "unterminatedText",
+                                                     "overlongSize",
+                                                     "delay",
+                                                     "hang",
+                                                     "emptyText",
+                                                     "notText"};
+// In the order of OptivoImageFaultKind.
+constexpr std::array<const char*, 3> IMAGE_FAULT_KINDS = {"lost", "late", "repeated"};
+// In the order of ETestPattern.
+constexpr std::array<const char*, 6> TEST_PATTERNS = {
+    "Black",   "White", "GreyHorizontalRamp", "GreyVerticalRampMoving", "GreyDiagonalRampMoving",
+    "ColorBar"};
+
+const char* NameOf(EPixelFormat format) {
+    switch (format) {
+    case EPixelFormat::Mono8:
+        return "Mono8";
+    case EPixelFormat::Mono16:
+        return "Mono16";
+    case EPixelFormat::BayerRG8:
+        return "BayerRG8";
+    default:
+        return "RGB8";
+    }
+}
+
+Json JsonOf(const OptivoImageFault& fault) {
+    return {{"kind", IMAGE_FAULT_KINDS.at(fault.kind)},
+            {"delayMs", fault.delayMs},
+            {"skip", fault.skip},
+            {"count", fault.count},
+            {"probability", fault.probability},
+            {"seed", fault.seed}};
+}
+
+Json JsonOf(const EventBurst& burst) {
+    return {{"eventId", burst.eventId},
+            {"value", burst.value},
+            {"count", burst.count},
+            {"afterImages", burst.afterImages}};
+}
+
+Json JsonOf(const CameraPlan& plan);
+Json JsonOf(const InterfacePlan& plan);
+Json JsonOf(const FaultPlan& plan);
+
+template <typename Elements>
+Json ListOf(const Elements& elements) {
+    Json list = Json::array();
+    for (const auto& element : elements) {
+        list.push_back(JsonOf(element));
+    }
+    return list;
+}
+
+// An empty one cannot be written.
+void AddDiscovery(const Discovery& discovery, Json& json) {
+    if (!discovery.empty()) {
+        json["discovery"] = discovery;
+    }
+}
+
+Json JsonOf(const CameraPlan& plan) {
+    const CameraModel& model = plan.model;
+    Json json = {{"name", model.name},
+                 {"vendor", model.vendor},
+                 {"model", model.model},
+                 {"version", model.version},
+                 {"serialNumber", model.serialNumber},
+                 {"userDefinedName", model.userDefinedName},
+                 {"tlType", model.tlType},
+                 {"custom14", model.custom14},
+                 {"custom15", model.custom15},
+                 {"status", model.status},
+                 {"numStreams", model.numStreams},
+                 {"pixelFormat", NameOf(model.format.pixelFormat)},
+                 {"width", model.format.width},
+                 {"height", model.format.height},
+                 {"testPattern", TEST_PATTERNS.at(static_cast<std::size_t>(model.pattern))},
+                 {"frameRate", model.frameRate},
+                 {"imageFaults", ListOf(model.imageFaults)},
+                 {"eventBursts", ListOf(model.eventBursts)},
+                 {"unplugAfterImages", model.unplugAfterImages}};
+    AddDiscovery(plan.discovery, json);
+    return json;
+}
+
+Json JsonOf(const InterfacePlan& plan) {
+    Json json = {{"name", plan.name},
+                 {"prefix", plan.prefix},
+                 {"tlType", plan.tlType},
+                 {"cameras", ListOf(plan.cameras)}};
+    AddDiscovery(plan.discovery, json);
+    return json;
+}
+
+Json JsonOf(const FaultPlan& plan) {
+    const OptivoFault& fault = plan.fault;
+    Json json = {{"operation", OPERATIONS.at(fault.operation)},
+                 {"kind", FAULT_KINDS.at(fault.kind)},
+                 {"result", fault.result},
+                 {"selector", fault.selector},
+                 {"skip", fault.skip},
+                 {"count", fault.count},
+                 {"probability", plan.probability},
+                 {"seed", plan.seed}};
+    if (!plan.object.empty()) {
+        json["object"] = plan.object;
+    }
+    return json;
+}
+
+} // namespace
+
+std::string TextOf(const WorldPlan& plan) {
+    return Json{{"interfaces", ListOf(plan.interfaces)}, {"faults", ListOf(plan.faults)}}.dump();
+}
+
+std::size_t NumCameras(const WorldPlan& plan) {
+    std::size_t numCameras = 0;
+    for (const InterfacePlan& interface : plan.interfaces) {
+        numCameras += interface.cameras.size();
+    }
+    return numCameras;
+}
+
+WorldPlan FirstOf(const WorldPlan& plan, std::size_t numCameras) {
+    WorldPlan first;
+    std::set<std::string> names = {""};
+    for (const InterfacePlan& whole : plan.interfaces) {
+        InterfacePlan& interface = first.interfaces.emplace_back();
+        interface.name = whole.name;
+        interface.prefix = whole.prefix;
+        interface.tlType = whole.tlType;
+        interface.discovery = whole.discovery;
+        names.insert(whole.name);
+        for (const CameraPlan& camera : whole.cameras) {
+            if (numCameras == 0) {
+                break;
+            }
+            --numCameras;
+            interface.cameras.push_back(camera);
+            names.insert(camera.model.name);
+        }
+    }
+    std::copy_if(plan.faults.begin(), plan.faults.end(), std::back_inserter(first.faults),
+                 [&](const FaultPlan& fault) { return names.contains(fault.object); });
+    return first;
+}

@@ -1,0 +1,13 @@
+// Writes a plan of a world as a text that describes it, every member named.
+#pragma once
+
+#include "WorldFile.h"
+
+#include <string>
+
+// No name, once it is put together, may be longer than a text of a world can be.
+std::string TextOf(const OptivoSim::WorldPlan& plan);
+
+std::size_t NumCameras(const OptivoSim::WorldPlan& plan);
+// The plan with its first cameras alone, without the faults of the others.
+OptivoSim::WorldPlan FirstOf(const OptivoSim::WorldPlan& plan, std::size_t numCameras);
