@@ -1,7 +1,6 @@
 #include "core/LiveObjects.h"
 
 #include <memory>
-#include <thread>
 
 namespace GenICam::Client {
 namespace {
@@ -20,8 +19,8 @@ constinit CLiveObjects s_events(s_eventSlots);
 class CChange {
 public:
     explicit CChange(std::atomic_flag& flag) noexcept : m_flag(flag) {
-        while (m_flag.test_and_set(std::memory_order_acquire)) {
-            std::this_thread::yield();
+        for (CPatience patience; m_flag.test_and_set(std::memory_order_acquire);) {
+            patience.Pause();
         }
     }
     ~CChange() { m_flag.clear(std::memory_order_release); }

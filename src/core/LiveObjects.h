@@ -3,6 +3,8 @@
 // This file knows no class of object.
 #pragma once
 
+#include "core/Patience.h"
+
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -29,7 +31,7 @@ public:
     // Does nothing for what is not there.
     void Remove(const void* object) noexcept;
     bool Contains(const void* object) const noexcept {
-        for (;;) {
+        for (CPatience patience;; patience.Pause()) {
             const std::uint64_t version = m_version.load(std::memory_order_acquire);
             if (Search(reinterpret_cast<std::uintptr_t>(object))) {
                 return true;

@@ -2,6 +2,8 @@
 // This file knows nothing of what they wait for.
 #pragma once
 
+#include "core/Patience.h"
+
 #include <boost/date_time/posix_time/posix_time_types.hpp>
 #include <boost/smart_ptr/detail/sp_thread_pause.hpp>
 #include <boost/thread/lock_types.hpp>
@@ -11,7 +13,6 @@
 #include <chrono>
 #include <cstdint>
 #include <limits>
-#include <thread>
 
 namespace GenICam::Client {
 
@@ -186,16 +187,16 @@ public:
 
     // Returns when no call is inside.
     void Drain() const noexcept {
-        while (IsInside()) {
-            std::this_thread::yield();
+        for (CPatience patience; IsInside();) {
+            patience.Pause();
         }
     }
 
     // The same, but after that time at the latest.
     void DrainFor(std::chrono::microseconds time) const noexcept {
         const auto end = std::chrono::steady_clock::now() + time;
-        while (IsInside() && std::chrono::steady_clock::now() < end) {
-            std::this_thread::yield();
+        for (CPatience patience; IsInside() && std::chrono::steady_clock::now() < end;) {
+            patience.Pause();
         }
     }
 

@@ -2,15 +2,14 @@
 #include "modules/DataStream.h"
 
 #include "core/Errors.h"
+#include "core/Patience.h"
 #include "modules/BufferInfo.h"
 #include "modules/StreamRegistry.h"
 
 #include <boost/thread/lock_guard.hpp>
 
 #include <algorithm>
-#include <chrono>
 #include <stdexcept>
-#include <thread>
 
 namespace GenICam::Client {
 namespace {
@@ -112,8 +111,8 @@ void CDataStream::DropBuffer(const CBufferInfo& buffer) {
             m_fillDropped = true;
         }
     }
-    while (m_filling.load(std::memory_order_acquire) == &buffer) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    for (CPatience patience; m_filling.load(std::memory_order_acquire) == &buffer;) {
+        patience.Pause();
     }
 }
 
