@@ -60,8 +60,11 @@ public:
             int users = slot->m_users.load(std::memory_order_relaxed);
             if (users >= 0 &&
                 slot->m_users.compare_exchange_weak(users, users + 1, std::memory_order_acquire)) {
-                m_slot = slot;
-                return;
+                if (slot == record.m_current.load(std::memory_order_acquire)) {
+                    m_slot = slot;
+                    return;
+                }
+                slot->m_users.fetch_sub(1, std::memory_order_release);
             }
         }
     }
