@@ -307,13 +307,14 @@ GC_ERROR CDataStream::WaitNewBuffer(void* buffer, size_t* size, std::uint64_t ti
     }
     CBufferInfo* filled = m_output.PopFront();
     filled->SetState(false, true, false);
+    // Read here: without the lock another thread may revoke the buffer.
+    const EVENT_NEW_BUFFER_DATA data{HandleOf(filled), filled->PrivateData()};
     output.unlock();
 
     if (size == nullptr) {
         throw std::invalid_argument("Invalid Size");
     }
     if (buffer != nullptr) {
-        const EVENT_NEW_BUFFER_DATA data{HandleOf(filled), filled->PrivateData()};
         if (*size != 0 && *size < sizeof data) {
             throw std::invalid_argument("Invalid Buffer Size");
         }

@@ -118,6 +118,36 @@ TEST_F(StormTest, OfStartsFetchesFlushesAndQuestions) {
     ExpectWorksOn();
 }
 
+// A discard leaves every buffer to be fetched, and free to be revoked.
+TEST_F(StormTest, OfFetchesAndRevocationsOfTheSameBuffers) {
+    ASSERT_OK(gentl.DSStopAcquisition(stream, 0));
+    for (int round = 0; round < 100; ++round) {
+        ASSERT_OK(gentl.DSFlushQueue(stream, 4));
+        const auto fetch = [this]() -> int32_t {
+            int32_t code = 0;
+            while (code == 0) {
+                EVENT_NEW_BUFFER_DATA data = {};
+                size_t size = sizeof data;
+                code = gentl.EventGetData(newBuffer, &data, &size, 0);
+            }
+            return code;
+        };
+        const auto revoke = [this]() -> int32_t {
+            int32_t worst = 0;
+            for (BUFFER_HANDLE buffer : buffers) {
+                worst = std::min<int32_t>(worst,
+                                          gentl.DSRevokeBuffer(stream, buffer, nullptr, nullptr));
+            }
+            return worst;
+        };
+        const std::vector<int32_t> expected = {-1011, 0};
+        ASSERT_EQ(RunTogether({fetch, revoke}), expected);
+        ASSERT_EQ(NumAnnounced(), 0U);
+        buffers.clear();
+        AnnounceBuffers(NUM_BUFFERS);
+    }
+}
+
 // The buffers that come and go are queued by no thread.
 TEST_F(StormTest, OfAnnouncementsAndRevocations) {
     const auto comeAndGo = UntilDone([this] {
