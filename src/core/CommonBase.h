@@ -68,7 +68,10 @@ public:
     void RetireHandle() noexcept { CLiveObjects::Modules().Remove(this); }
 
 protected:
-    ICommonBase() { CLiveObjects::Modules().Add(this); }
+    ICommonBase() = default;
+    // Ends the construction of every module: no call finds an object that is half made, even with
+    // the handle of one that was closed at the same address.
+    void PublishHandle() { CLiveObjects::Modules().Add(this); }
 };
 
 // Whether the handle is that of a module object which exists.

@@ -32,7 +32,10 @@ void CopyEntry(const DevEventEntry& entry, void* buffer, size_t* size);
 // All failures are GenICam::InvalidArgumentException.
 class CEventDevice final : public CEventQueue<boost::shared_ptr<DevEventEntry>> {
 public:
+    CEventDevice() { PublishHandle(); }
     ~CEventDevice() override { EndWaits(); }
+    CEventDevice(const CEventDevice&) = delete;
+    CEventDevice& operator=(const CEventDevice&) = delete;
 
     void GetInfo(EVENT_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size) override;
     void GetDataInfo(const void* inBuffer, size_t inSize, EVENT_DATA_INFO_CMD command,

@@ -23,7 +23,10 @@ void CopyEntry(const ErrorEventEntry& entry, void* buffer, size_t* size);
 
 class CEventError final : public CEventQueue<boost::shared_ptr<ErrorEventEntry>> {
 public:
+    CEventError() { PublishHandle(); }
     ~CEventError() override { EndWaits(); }
+    CEventError(const CEventError&) = delete;
+    CEventError& operator=(const CEventError&) = delete;
 
     // Answers EVENT_NUM_IN_QUEUE and writes nothing for every other command.
     void GetInfo(EVENT_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size) override;

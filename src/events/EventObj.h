@@ -25,8 +25,7 @@ protected:
 
 class CEventObj {
 public:
-    CEventObj() { CLiveObjects::Events().Add(this); }
-    virtual ~CEventObj() { CLiveObjects::Events().Remove(this); }
+    virtual ~CEventObj() { RetireHandle(); }
     CEventObj(const CEventObj&) = delete;
     CEventObj& operator=(const CEventObj&) = delete;
 
@@ -46,6 +45,14 @@ public:
     virtual void Push(const boost::shared_ptr<EventEntry>& /*entry*/) {}
     virtual void Register() {}
     virtual void Unregister() {}
+
+    // From here on the handle means nothing. A destruction begins with it.
+    void RetireHandle() noexcept { CLiveObjects::Events().Remove(this); }
+
+protected:
+    CEventObj() = default;
+    // Ends the construction of every event.
+    void PublishHandle() { CLiveObjects::Events().Add(this); }
 };
 
 } // namespace GenICam::Client

@@ -85,8 +85,9 @@ public:
 protected:
     CEventQueue() = default;
 
-    // Ends all waits with abort_error and returns after the waiters have left.
+    // Retires the handle, ends all waits with abort_error and returns after the waiters have left.
     void EndWaits() {
+        RetireHandle();
         {
             const boost::unique_lock<boost::mutex> lock(m_mutex);
             m_arrival.Close();

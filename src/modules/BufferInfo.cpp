@@ -23,7 +23,9 @@ CBufferInfo::CBufferInfo(void* memory, size_t size, void* privateData)
     : m_memory(memory == nullptr ? Platform::AllocateMemory(size) : memory),
       m_size(size),
       m_private(privateData),
-      m_ownsMemory(memory == nullptr) {}
+      m_ownsMemory(memory == nullptr) {
+    PublishHandle();
+}
 
 CBufferInfo::~CBufferInfo() {
     RetireHandle();

@@ -70,11 +70,14 @@ CDataStream::CDataStream(const char* id, CDevice* device)
     if (result < 0 || !m_camera) {
         throw std::runtime_error("Unable to open Stream");
     }
+    PublishHandle();
     CStreamRegistry::Instance().Add(this);
 }
 
 CDataStream::~CDataStream() {
     RetireHandle();
+    m_newBufferEvent->RetireHandle();
+    m_errorEvent->RetireHandle();
     const boost::this_thread::disable_interruption uninterrupted;
     {
         const OutputLock output(m_outputLock);

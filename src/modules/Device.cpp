@@ -37,7 +37,9 @@ CDevice::CDevice(CInterface* owner, std::string id, boost::shared_ptr<CDeviceInf
       m_info(std::move(info)),
       m_camera(std::move(camera)),
       m_cameraIndex(cameraIndex),
-      m_errorEvent(std::make_unique<CEventError>()) {}
+      m_errorEvent(std::make_unique<CEventError>()) {
+    PublishHandle();
+}
 
 CDevice::~CDevice() {
     StopUse();

@@ -40,7 +40,9 @@ void RequireRemoteDeviceEvent(EVENT_TYPE type) {
 } // namespace
 
 CDevicePort::CDevicePort(CDevice* device)
-    : m_device(device), m_event(boost::make_shared<CEventDevice>()) {}
+    : m_device(device), m_event(boost::make_shared<CEventDevice>()) {
+    PublishHandle();
+}
 
 // The camera is closed by now: no further event begins, but one may still be under way.
 CDevicePort::~CDevicePort() {

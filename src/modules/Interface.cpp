@@ -91,7 +91,9 @@ void AnswerDeviceInfo(const CDeviceInfo& info, DEVICE_INFO_CMD command, const In
 
 CInterface::CInterface(boost::shared_ptr<CInterfaceInfo> info, CTL* owner,
                        CamPtr<Optivo::ICamInterface> camera)
-    : m_info(std::move(info)), m_owner(owner), m_camera(std::move(camera)) {}
+    : m_info(std::move(info)), m_owner(owner), m_camera(std::move(camera)) {
+    PublishHandle();
+}
 
 CInterface::~CInterface() {
     RetireHandle();

@@ -45,6 +45,7 @@ CTL::CTL() : m_registers(kNumReservedRegisters) {
     DefineRegisters();
     m_registers.WriteRegister(kInterfaceSelector, 0);
     DefineXml();
+    PublishHandle();
 }
 
 CTL::~CTL() {
@@ -57,6 +58,7 @@ CTL::~CTL() {
 }
 
 void CTL::Close() {
+    RetireHandle();
     CamPtr<Optivo::ICamSystem> system = std::move(m_system);
     delete this;
     GiveBack(std::move(system));

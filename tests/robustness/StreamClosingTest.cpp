@@ -107,6 +107,26 @@ TEST_F(StreamClosingTest, TwoClosesDestroyItOnce) {
     EXPECT_EQ(NumCalls(OPTIVO_STREAM_CLOSE), 1U);
 }
 
+// A thread that fetches in a loop comes again while the stream is being closed.
+TEST_F(StreamClosingTest, ItsEventsMeanNothingAsSoonAsItBegins) {
+    StartWith(2);
+    EVENT_HANDLE error = nullptr;
+    ASSERT_OK(gentl.GCRegisterEvent(stream, 0, &error));
+    const auto closing = HangIn(OPTIVO_STREAM_STOP_ACQUISITION, Close(stream));
+    for (EVENT_HANDLE event : {newBuffer, error}) {
+        char data[64] = {};
+        size_t size = sizeof data;
+        EXPECT_CODE(-1006, gentl.EventGetData(event, data, &size, LONG_WAIT));
+        EXPECT_CODE(-1006, gentl.EventGetInfo(event, EVENT_NUM_IN_QUEUE, nullptr, data, &size));
+        EXPECT_CODE(-1006, gentl.EventFlush(event));
+        EXPECT_CODE(-1006, gentl.EventKill(event));
+        EXPECT_EQ(size, sizeof data);
+    }
+    OptivoSim_Release();
+    EXPECT_OK(closing->Finish());
+    stream = nullptr;
+}
+
 TEST_F(StreamClosingTest, ADeviceThatClosesMeanwhileDoesNotDestroyItAgain) {
     StartWith(2);
     const auto closing = HangIn(OPTIVO_STREAM_STOP_ACQUISITION, Close(stream));

@@ -14,9 +14,13 @@ using namespace GenICam::Client;
 // A module that takes every default.
 class CPlainModule final : public ICommonBase {
 public:
+    CPlainModule() : m_knownTooSoon(IsModule(HandleOf(this))) { PublishHandle(); }
+
     void GetPortURL(char*, size_t*) override {}
     void GetPortInfo(PORT_INFO_CMD, INFO_DATATYPE*, void*, size_t*) override {}
     void GetPortURLInfo(uint32_t, URL_INFO_CMD, INFO_DATATYPE*, void*, size_t*) override {}
+
+    const bool m_knownTooSoon;
 };
 
 class COtherModule final : public ICommonBase {
@@ -92,6 +96,15 @@ TEST(CommonBaseTest, AHandleIsCastToItsOwnClassAlone) {
     EXPECT_EQ(HandleCast<CTL>(handle), nullptr);
     EXPECT_EQ(HandleCast<CBufferInfo>(handle), nullptr);
     EXPECT_EQ(HandleCast<CPlainModule>(nullptr), nullptr);
+}
+
+TEST(CommonBaseTest, AHandleMeansSomethingFromTheEndOfTheConstructionUntilItIsRetired) {
+    CPlainModule module;
+    EXPECT_FALSE(module.m_knownTooSoon);
+    EXPECT_TRUE(IsModule(HandleOf(&module)));
+    module.RetireHandle();
+    EXPECT_FALSE(IsModule(HandleOf(&module)));
+    EXPECT_EQ(HandleCast<CPlainModule>(HandleOf(&module)), nullptr);
 }
 
 TEST_F(ModuleTest, TheSystemReadsASingleRegister) {
