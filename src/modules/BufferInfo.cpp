@@ -97,9 +97,9 @@ void CBufferInfo::GetInfo(BUFFER_INFO_CMD command, INFO_DATATYPE* type, void* bu
 }
 
 void CBufferInfo::SetState(bool queued, bool newData, bool delivered) {
-    m_isQueued.store(queued, std::memory_order_relaxed);
     m_newData.store(newData, std::memory_order_relaxed);
     m_isDelivered.store(delivered, std::memory_order_relaxed);
+    m_isQueued.store(queued, std::memory_order_release);
 }
 
 } // namespace GenICam::Client

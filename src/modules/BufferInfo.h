@@ -36,8 +36,9 @@ public:
     void* PrivateData() const { return m_private; }
 
     // In the stream's input queue or being filled.
-    bool IsQueued() const { return m_isQueued.load(std::memory_order_relaxed); }
-    // In the stream's output queue.
+    bool IsQueued() const { return m_isQueued.load(std::memory_order_acquire); }
+    // In the stream's output queue. To be asked after IsQueued: a buffer that is delivered
+    // meanwhile then answers yes to one of the two.
     bool IsDelivered() const { return m_isDelivered.load(std::memory_order_relaxed); }
     // The three state bytes at once: queued, new data, delivered.
     void SetState(bool queued, bool newData, bool delivered);
