@@ -32,7 +32,7 @@ if(WIN32)
 endif()
 
 # The programs' own licence, the texts of what they contain, and all that is written for users.
-install(FILES LICENSE README.md CHANGELOG.md SECURITY.md DESTINATION ${document_dir} COMPONENT product)
+install(FILES LICENSE README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md DESTINATION ${document_dir} COMPONENT product)
 install(DIRECTORY licences DESTINATION ${document_dir} COMPONENT product)
 foreach(folder docs examples)
   if(EXISTS ${PROJECT_SOURCE_DIR}/${folder})

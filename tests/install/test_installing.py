@@ -20,8 +20,8 @@ class Installing(CommandTest):
         files = files_in(self.installed())
         documents = [name for name in files if name.startswith("share/doc/norveltl/")]
         self.assertEqual([name for name in files if name not in documents], EXPECTED)
-        for name in ("LICENSE", "copyright", "README.md", "CHANGELOG.md", "SECURITY.md", "licences/Boost.txt",
-                     "docs/norveltl.md", "docs/worlds/small.json"):
+        for name in ("LICENSE", "copyright", "README.md", "CHANGELOG.md", "CONTRIBUTING.md", "SECURITY.md",
+                     "licences/Boost.txt", "docs/norveltl.md", "docs/worlds/small.json"):
             self.assertIn("share/doc/norveltl/" + name, documents)
 
     def test_the_tool_finds_the_module(self):
