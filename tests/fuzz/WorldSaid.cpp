@@ -108,8 +108,9 @@ private:
             serialNumber.insert(0, 1, '0');
         }
         camera["serialNumber"] = serialNumber;
-        if (camera["userDefinedName"] != "") {
-            camera["userDefinedName"] = camera["userDefinedName"].get<std::string>() + serialNumber;
+        const std::string userDefinedName = camera["userDefinedName"];
+        if (!userDefinedName.empty()) {
+            camera["userDefinedName"] = userDefinedName + serialNumber;
         }
         return Named(std::move(camera));
     }
