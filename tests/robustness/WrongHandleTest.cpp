@@ -1,8 +1,11 @@
 // Handles that mean nothing: closed ones, foreign and random values, those of another kind. Every
 // function answers them like a null handle.
+#include "ExportList.h"
 #include "Streams.h"
 
 #include <array>
+#include <set>
+#include <string>
 
 namespace {
 
@@ -98,7 +101,17 @@ protected:
              -1001},
             {"DSGetBufferID", [&](void* h) { return gentl.DSGetBufferID(h, 0, &m_opened); }, -1001},
             {"DSClose", [&](void* h) { return gentl.DSClose(h); }, -1001},
-            {"DSGetParentDev", [&](void* h) { return gentl.DSGetParentDev(h, &m_opened); }, -1001}};
+            {"DSGetParentDev", [&](void* h) { return gentl.DSGetParentDev(h, &m_opened); }, -1001},
+            {"DSGetBufferChunkData",
+             [&](void* h) { return gentl.DSGetBufferChunkData(h, buffers[0], &m_chunk, &m_size); },
+             -1001},
+            {"DSGetNumBufferParts",
+             [&](void* h) { return gentl.DSGetNumBufferParts(h, buffers[0], &m_number); }, -1001},
+            {"DSGetBufferPartInfo",
+             [&](void* h) {
+                 return gentl.DSGetBufferPartInfo(h, buffers[0], 0, 0, &m_type, m_bytes, &m_size);
+             },
+             -1001}};
     }
 
     std::vector<Function> BufferFunctions() {
@@ -109,7 +122,18 @@ protected:
                  [&](void* h) {
                      return gentl.DSGetBufferInfo(stream, h, 0, &m_type, m_bytes, &m_size);
                  },
-                 -1001}};
+                 -1001},
+                // What is not there is so for every buffer.
+                {"DSGetBufferChunkData",
+                 [&](void* h) { return gentl.DSGetBufferChunkData(stream, h, &m_chunk, &m_size); },
+                 -1003},
+                {"DSGetNumBufferParts",
+                 [&](void* h) { return gentl.DSGetNumBufferParts(stream, h, &m_number); }, -1003},
+                {"DSGetBufferPartInfo",
+                 [&](void* h) {
+                     return gentl.DSGetBufferPartInfo(stream, h, 0, 0, &m_type, m_bytes, &m_size);
+                 },
+                 -1003}};
     }
 
     std::vector<Function> PortFunctions() {
@@ -151,19 +175,32 @@ protected:
                 {"EventKill", [&](void* h) { return gentl.EventKill(h); }, -1006}};
     }
 
+    // Every function that takes a handle, by its first one.
+    std::vector<std::vector<Function>> AllFunctions() {
+        return {SystemFunctions(), InterfaceFunctions(), DeviceFunctions(),
+                StreamFunctions(), PortFunctions(),      EventFunctions()};
+    }
+
+    // What the call records; where that is nothing, the error that was recorded before it.
+    ErrorRecord RecordedBy(const Function& function, void* value) {
+        Fill();
+        EXPECT_TRUE(RecordOtherError());
+        EXPECT_EQ(function.call(value), function.code);
+        EXPECT_TRUE(IsUntouched());
+        return LastError();
+    }
+
     // Every value is answered by code and text as null is, and no output is touched.
     void ExpectLikeNull(const std::vector<Function>& functions, const std::vector<void*>& values) {
+        ASSERT_TRUE(RecordOtherError());
+        const ErrorRecord other = LastError();
         for (const Function& function : functions) {
             SCOPED_TRACE(function.name);
-            Fill();
-            EXPECT_EQ(function.call(nullptr), function.code);
-            const ErrorRecord expected = LastError();
+            const ErrorRecord expected = RecordedBy(function, nullptr);
+            EXPECT_EQ(expected == other, std::string(function.name) == "DevClose");
             for (void* value : values) {
                 SCOPED_TRACE(value);
-                Fill();
-                EXPECT_EQ(function.call(value), function.code);
-                EXPECT_EQ(LastError(), expected);
-                EXPECT_TRUE(IsUntouched());
+                EXPECT_EQ(RecordedBy(function, value), expected);
             }
         }
     }
@@ -188,10 +225,12 @@ protected:
         m_number = 77;
         m_type = 77;
         m_opened = this;
+        m_chunk.ChunkID = 77;
     }
 
     bool IsUntouched() const {
         return m_size == sizeof m_bytes && m_number == 77 && m_type == 77 && m_opened == this &&
+               m_chunk.ChunkID == 77 &&
                std::all_of(std::begin(m_bytes), std::end(m_bytes), [](char c) { return c == '#'; });
     }
 
@@ -200,18 +239,29 @@ protected:
     uint32_t m_number = 0;
     INFO_DATATYPE m_type = 0;
     void* m_opened = nullptr;
+    SINGLE_CHUNK_DATA m_chunk{};
     Trap m_trap;
     PORT_REGISTER_STACK_ENTRY m_entry = {4, m_bytes, 4};
 };
 
+TEST_F(WrongHandleTest, OfEveryFunctionThatTakesOne) {
+    std::set<std::string> known = {"GCInitLib", "GCCloseLib", "GCGetInfo", "GCGetLastError",
+                                   "TLOpen"};
+    for (const auto& functions : AllFunctions()) {
+        for (const Function& function : functions) {
+            known.insert(function.name);
+        }
+    }
+    EXPECT_EQ(known, ExportedFunctions());
+}
+
 TEST_F(WrongHandleTest, ForeignValues) {
     AnnounceBuffers(1);
     const std::vector<void*> values = ForeignValues();
-    for (const auto& functions :
-         {SystemFunctions(), InterfaceFunctions(), DeviceFunctions(), StreamFunctions(),
-          BufferFunctions(), PortFunctions(), EventFunctions()}) {
+    for (const auto& functions : AllFunctions()) {
         ExpectLikeNull(functions, values);
     }
+    ExpectLikeNull(BufferFunctions(), values);
 }
 
 TEST_F(WrongHandleTest, OfAnotherKind) {
