@@ -1,5 +1,9 @@
 #include "Streams.h"
 
+#include <array>
+#include <functional>
+#include <vector>
+
 namespace {
 
 // Two parts of a program each open a system of their own.
@@ -34,7 +38,7 @@ protected:
 };
 
 TEST_F(TwoSystemsTest, HaveInterfacesOfTheirOwn) {
-    const IF_HANDLE own = OpenInSecond("GEV::eth0");
+    auto* const own = OpenInSecond("GEV::eth0");
     EXPECT_NE(own, iface);
     EXPECT_EQ(alive.Systems(), 2U);
     EXPECT_EQ(alive.Interfaces(), 2U);
@@ -43,7 +47,7 @@ TEST_F(TwoSystemsTest, HaveInterfacesOfTheirOwn) {
 }
 
 TEST_F(TwoSystemsTest, ShareTheCameras) {
-    const IF_HANDLE own = OpenInSecond("GEV::eth0");
+    auto* const own = OpenInSecond("GEV::eth0");
     DEV_HANDLE opened = this;
     EXPECT_FAILS(-1001, "already opened device.(Norvel-G1300C-10002).",
                  gentl.IFOpenDevice(own, camera.c_str(), 4, &opened));
@@ -70,7 +74,7 @@ TEST_F(TwoSystemsTest, DoNotEndTogether) {
 }
 
 TEST_F(TwoSystemsTest, TheFirstMayEndFirst) {
-    const IF_HANDLE own = OpenInSecond("U3V::usb0");
+    auto* const own = OpenInSecond("U3V::usb0");
     DEV_HANDLE opened = nullptr;
     ASSERT_OK(gentl.IFOpenDevice(own, "Norvel-U320C-20001", 4, &opened));
     CloseSystem();
@@ -114,6 +118,44 @@ TEST_F(TwoSystemsTest, AcquireAtTheSameTime) {
                            [&] { return acquire("U3V::usb0", "Norvel-U320C-20001"); }}),
               (std::vector<int32_t>{0, 0}));
     EXPECT_EQ(alive.Systems(), 2U);
+}
+
+// No system is open.
+class FirstSystemsTest : public LibraryTest {
+protected:
+    static constexpr size_t NUM_SYSTEMS = 2;
+
+    std::vector<int32_t> ForEachTogether(const std::function<int32_t(TL_HANDLE&)>& call) {
+        std::vector<std::function<int32_t()>> calls;
+        calls.reserve(NUM_SYSTEMS);
+        for (TL_HANDLE& system : m_systems) {
+            calls.emplace_back([&] { return call(system); });
+        }
+        return RunTogether(calls);
+    }
+
+    std::array<TL_HANDLE, NUM_SYSTEMS> m_systems{};
+    AliveCount m_alive;
+};
+
+TEST_F(FirstSystemsTest, OpenAndCloseAtTheSameTime) {
+    const std::vector<int32_t> allSucceed(NUM_SYSTEMS, 0);
+    for (int round = 0; round < 50; ++round) {
+        SCOPED_TRACE(round);
+        m_systems.fill(nullptr);
+        ASSERT_EQ(ForEachTogether([this](TL_HANDLE& system) { return gentl.TLOpen(&system); }),
+                  allSucceed);
+        EXPECT_EQ(m_alive.Systems(), NUM_SYSTEMS);
+        EXPECT_NE(m_systems[0], m_systems[1]);
+        for (auto* const system : m_systems) {
+            uint32_t count = 0;
+            EXPECT_OK(gentl.TLGetNumInterfaces(system, &count));
+            EXPECT_EQ(count, 2U);
+        }
+        ASSERT_EQ(ForEachTogether([this](TL_HANDLE& system) { return gentl.TLClose(system); }),
+                  allSucceed);
+        EXPECT_EQ(m_alive.Systems(), 0U);
+    }
 }
 
 } // namespace
