@@ -230,11 +230,12 @@ Fetched Model::Fetch(size_t stream, bool hasArea, std::optional<size_t> size) {
     }
     const size_t buffer = fetching.output.front();
     fetching.output.pop_front();
+    const bool isNew = buffers[buffer].isDelivered && buffers[buffer].hasNewData;
     buffers[buffer].Set(false, true, false);
     if (!size || (hasArea && *size > 0 && *size < 16)) {
         return {UNSPECIFIED, {}, false};
     }
-    return {DONE, buffer, true};
+    return {DONE, buffer, true, isNew};
 }
 
 } // namespace Walk

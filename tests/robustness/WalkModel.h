@@ -68,6 +68,7 @@ struct Fetched {
     Answer answer;
     std::optional<size_t> buffer; // that is handed out
     bool isSizeSet = false;
+    bool isNew = false; // filled since it was fetched or discarded last
 };
 
 struct Model {

@@ -100,6 +100,7 @@ void Runner::ExpectFetched(const Fetched& fetched, bool hasArea, const void* are
     if (fetched.buffer) {
         ExpectImage(*fetched.buffer);
     }
+    m_numImages += fetched.isNew ? 1 : 0;
 }
 
 // It holds as much of its image as it has room for, and nothing is written behind it.
@@ -112,7 +113,6 @@ void Runner::ExpectImage(size_t number) {
         const int isSound = OptivoImage_Read(announced.memory, filled, &stamp);
         ExpectSame("image is sound", filled == m_around.payload ? 1 : 0, isSound);
         ExpectSame("number of the image", *buffer.image, stamp.number);
-        ++m_numImages;
     }
     if (announced.isConsumers) {
         const unsigned char* behind = announced.memory + (buffer.image ? filled : 0);

@@ -124,7 +124,7 @@ private:
     std::string m_lastCall;
     std::optional<int32_t> m_code; // of the operation's first call
     uint64_t m_numCalls = 0;
-    uint64_t m_numImages = 0; // that waits gave and that were looked at
+    uint64_t m_numImages = 0; // that waits gave, each once
     unsigned char m_foreign[64]{};
 };
 
