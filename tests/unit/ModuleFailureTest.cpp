@@ -2,8 +2,12 @@
 #include "ModuleFixture.h"
 #include "Thrown.h"
 #include "api/HandleChecks.h"
+#include "core/Errors.h"
+#include "modules/BufferInfo.h"
 
+#include <initializer_list>
 #include <stdexcept>
+#include <string>
 
 namespace {
 
@@ -16,10 +20,33 @@ protected:
                       module.GetPortInfo(13, nullptr, nullptr, &size));
         EXPECT_THROWS(std::invalid_argument, "Invalid port info command -1",
                       module.GetPortInfo(-1, nullptr, nullptr, &size));
+    }
+
+    void ExpectSecondUrlIsRefused(ICommonBase& module) {
         EXPECT_THROWS(std::invalid_argument, "URL Index 1 is out of range",
                       module.GetPortURLInfo(1, 0, nullptr, nullptr, &size));
         EXPECT_THROWS(std::invalid_argument, "URL Index -1 is out of range",
                       module.GetPortURLInfo(0xFFFFFFFF, 0, nullptr, nullptr, &size));
+    }
+
+    // Into too little room nothing is copied, and the size that the URL needs is told.
+    template <typename Error>
+    void ExpectUrlNeeds(size_t needed, ICommonBase& module) {
+        EXPECT_THROWS(Error, "Invalid Buffer Size", module.GetPortURL(text, nullptr));
+        EXPECT_THROWS(Error, "Invalid Buffer Size", module.GetPortURL(nullptr, nullptr));
+        for (const size_t offered : {size_t{0}, size_t{1}, needed - 1}) {
+            size = offered;
+            EXPECT_THROWS(Error, "Invalid Buffer Size", module.GetPortURL(text, &size));
+            EXPECT_EQ(size, needed);
+        }
+        EXPECT_STREQ(text, "");
+        EXPECT_EQ(FailureOf([&] { module.GetPortURL(text, &size); }), Failure());
+    }
+
+    CBufferInfo& Buffer() {
+        BUFFER_HANDLE handle = nullptr;
+        stream->AnnounceBuffer(nullptr, 16, nullptr, &handle);
+        return *HandleCast<CBufferInfo>(handle);
     }
 
     static constexpr const char* kDevice = "Norvel-G640M-10001";
@@ -99,10 +126,47 @@ TEST_F(ModuleFailureTest, OfADevicesAccessStatus) {
     EXPECT_EQ(size, 3U);
 }
 
+// A size of 0 stands for enough.
+TEST_F(ModuleFailureTest, OfADevicesUrl) {
+    EXPECT_THROWS(std::invalid_argument, "Invalid Size", device->GetPortURL(text, nullptr));
+    EXPECT_THROWS(std::invalid_argument, "Invalid Size", device->GetPortURL(nullptr, nullptr));
+    for (const size_t offered : {size_t{1}, size_t{25}}) {
+        size = offered;
+        EXPECT_THROWS(std::invalid_argument, "Invalid Buffer Size",
+                      device->GetPortURL(text, &size));
+        EXPECT_STREQ(text, "");
+    }
+    size = 0;
+    EXPECT_EQ(FailureOf([&] { device->GetPortURL(text, &size); }), Failure());
+    EXPECT_EQ(size, 26U);
+    EXPECT_STREQ(text, "Local:TLDevRegs.xml;500;");
+}
+
+TEST_F(ModuleFailureTest, OfAStreamsUrl) {
+    ExpectUrlNeeds<std::invalid_argument>(33, *stream);
+    EXPECT_STREQ(text, "Local:TLDataStreamRegs.xml;200;0");
+}
+
+TEST_F(ModuleFailureTest, OfABuffersUrl) {
+    ExpectUrlNeeds<invalid_buffer_error>(29, Buffer());
+    EXPECT_STREQ(text, "Local:TLBufferRegs.xml;100;0");
+}
+
 TEST_F(ModuleFailureTest, OfEveryPort) {
-    ExpectPortInfoIsRefused(*tl);
-    ExpectPortInfoIsRefused(*interface);
-    ExpectPortInfoIsRefused(*device);
+    CBufferInfo& buffer = Buffer();
+    for (ICommonBase* module :
+         std::initializer_list<ICommonBase*>{tl.get(), interface, device, stream, &buffer}) {
+        ExpectSecondUrlIsRefused(*module);
+    }
+    // A stream's port answers nothing to a command that it does not know.
+    for (ICommonBase* module :
+         std::initializer_list<ICommonBase*>{tl.get(), interface, device, &buffer}) {
+        ExpectPortInfoIsRefused(*module);
+    }
+    for (const PORT_INFO_CMD command : {5, 6, 11}) {
+        EXPECT_THROWS(std::invalid_argument, "Invalid port info command " + std::to_string(command),
+                      buffer.GetPortInfo(command, nullptr, text, &size));
+    }
 }
 
 TEST_F(ModuleFailureTest, OfHandles) {
