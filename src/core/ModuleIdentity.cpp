@@ -3,6 +3,8 @@
 #include "core/Errors.h"
 #include "platform/Platform.h"
 
+#include <stdexcept>
+
 namespace GenICam::Client {
 namespace {
 
@@ -21,6 +23,14 @@ bool FileNameOf(const std::string& path, std::string& name) {
     }
     name = path.substr(separator + 1);
     return true;
+}
+
+std::string RequireFileName(const std::string& path) {
+    std::string name;
+    if (!FileNameOf(path, name)) {
+        throw std::runtime_error("Invalid Module Name");
+    }
+    return name;
 }
 
 std::string VersionText(std::uint64_t version) {

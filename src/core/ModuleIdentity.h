@@ -18,6 +18,8 @@ std::string ModulePath();
 // The file name in a path: what follows the last separator. False, leaving name alone, when the
 // path is empty or has no separator.
 bool FileNameOf(const std::string& path, std::string& name);
+// The same. Throws std::runtime_error "Invalid Module Name" instead.
+std::string RequireFileName(const std::string& path);
 
 // Four 16-bit fields, most significant first, as decimal numbers joined by points.
 std::string VersionText(std::uint64_t version);

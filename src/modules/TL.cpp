@@ -25,14 +25,6 @@ constexpr std::uint64_t kInterfaceId = 0x740;
 constexpr std::size_t kInterfaceIdLength = 256;
 constexpr std::uint64_t kXml = 0x940;
 
-std::string ModuleFileName() {
-    std::string name;
-    if (!FileNameOf(ModulePath(), name)) {
-        throw std::runtime_error("Invalid Module Name");
-    }
-    return name;
-}
-
 } // namespace
 
 CTL::CTL() : m_registers(kNumReservedRegisters) {
@@ -91,7 +83,7 @@ void CTL::DefineRegisters() {
     defineText(0x600, "Norvel GenTL", 256);
     defineNumber(0xD8, 3);
     defineNumber(0xDC, 0);
-    defineText(0x100, ModuleFileName().c_str(), 256);
+    defineText(0x100, RequireFileName(ModulePath()).c_str(), 256);
     defineText(0x200, path.c_str(), 1024);
     // The shorter text replaces the first registers of the block and leaves the others.
     defineText(0x600, "ZT TL Simulator ", 64);
@@ -253,7 +245,7 @@ void CTL::GetInfo(TL_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t
         out.String(kTLType);
         break;
     case TL_INFO_NAME:
-        out.String(ModuleFileName());
+        out.String(RequireFileName(ModulePath()));
         break;
     case TL_INFO_PATHNAME:
         out.String(ModulePath());

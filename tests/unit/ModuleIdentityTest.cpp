@@ -1,4 +1,5 @@
 #include "core/ModuleIdentity.h"
+#include "Thrown.h"
 #include "modules/TL.h"
 #include "platform/Platform.h"
 
@@ -36,6 +37,8 @@ TEST(ModuleIdentityTest, APathWithoutSeparatorHasNoFileName) {
     EXPECT_FALSE(FileNameOf("", name));
     EXPECT_FALSE(FileNameOf("name", name));
     EXPECT_EQ(name, "before");
+    EXPECT_THROWS(std::runtime_error, "Invalid Module Name", RequireFileName(""));
+    EXPECT_THROWS(std::runtime_error, "Invalid Module Name", RequireFileName("name"));
 }
 
 // The description of the system module happens to need only one of the two.
