@@ -382,6 +382,15 @@ void CCamera::Produce(std::uint64_t count) {
     }
 }
 
+std::uint64_t CCamera::NumUntaken() const {
+    const std::lock_guard lock(m_lock);
+    std::uint64_t count = 0;
+    for (const CImageQueue* queue : m_queues) {
+        count += queue->NumUntaken();
+    }
+    return count;
+}
+
 bool CCamera::SetImageSize(UInt32 width, UInt32 height) {
     const std::lock_guard lock(m_lock);
     if (IsStarted() || width == 0 || height == 0 || width > kMaxExtent || height > kMaxExtent) {

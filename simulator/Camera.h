@@ -63,6 +63,8 @@ public:
     // As OptivoSim_SetFrameRate.
     bool SetFrameRate(double rate);
     void Produce(std::uint64_t count);
+    // Of all streams, since they started.
+    std::uint64_t NumUntaken() const;
     // An edge on the trigger line.
     void PulseLine(ETriggerActivation edge);
     // False while a stream is started, or for a size that is 0 or beyond 16384.

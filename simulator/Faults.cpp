@@ -54,6 +54,7 @@ void CFaults::Replace(const std::vector<FaultPlan>& plans) {
     }
     const std::lock_guard lock(m_lock);
     m_planned.swap(planned);
+    m_numSpoilt.clear();
     std::copy(numPlanned.begin(), numPlanned.end(), m_numPlanned.begin());
 }
 
@@ -89,6 +90,9 @@ std::optional<FaultVerdict> CFaults::Take(const CallShape& call) {
         }
         const bool isDrawn = IsDrawn(*planned);
         const FaultVerdict verdict{fault.kind, fault.result, m_numReleases + 1};
+        if (isDrawn) {
+            ++m_numSpoilt[{fault.operation, fault.result, planned->plan.object}];
+        }
         if (fault.count != OPTIVO_FOREVER && --fault.count == 0) {
             m_planned.erase(planned);
             --m_numPlanned[call.operation];
@@ -98,6 +102,13 @@ std::optional<FaultVerdict> CFaults::Take(const CallShape& call) {
         }
     }
     return std::nullopt;
+}
+
+std::uint64_t CFaults::NumSpoilt(OptivoOperation operation, std::int32_t result,
+                                 const std::string& object) const {
+    const std::lock_guard lock(m_lock);
+    const auto found = m_numSpoilt.find({operation, result, object});
+    return found != m_numSpoilt.end() ? found->second : 0;
 }
 
 void CFaults::WaitForRelease(const FaultVerdict& verdict) {

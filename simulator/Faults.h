@@ -9,9 +9,11 @@
 #include <atomic>
 #include <cstdint>
 #include <list>
+#include <map>
 #include <optional>
 #include <random>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace OptivoSim {
@@ -42,6 +44,11 @@ public:
     // is not drawn to spare it decides; those behind it do not count the call.
     std::optional<FaultVerdict> Take(const CallShape& call);
 
+    // The calls that were spoilt with this result by faults of exactly that object, since faults
+    // were last cleared or replaced.
+    std::uint64_t NumSpoilt(OptivoOperation operation, std::int32_t result,
+                            const std::string& object) const;
+
     void WaitForRelease(const FaultVerdict& verdict);
     void Release();
 
@@ -51,13 +58,16 @@ private:
         std::mt19937_64 generator;
     };
 
+    using Spoiling = std::tuple<OptivoOperation, std::int32_t, std::string>;
+
     static bool Matches(const FaultPlan& plan, const CallShape& call);
     static bool IsDrawn(Planned& planned);
 
     std::array<std::atomic<std::uint32_t>, OPTIVO_NUM_OPERATIONS> m_numPlanned{};
-    CMutex m_lock;
+    mutable CMutex m_lock;
     CCondition m_released;
     std::list<Planned> m_planned;
+    std::map<Spoiling, std::uint64_t> m_numSpoilt;
     std::uint64_t m_numReleases = 0;
 };
 

@@ -33,6 +33,7 @@ void CImageQueue::Start(UInt32 count, const ImageMaking& making,
     m_next = 0;
     m_pending = 0;
     m_lost = 0;
+    m_untaken = 0;
     m_numBatches = 0;
     m_isJudged = false;
     m_hasLast = false;
@@ -52,6 +53,7 @@ void CImageQueue::DropPending() {
     AdvanceClock(Clock::now());
     m_isStarted = false;
     m_next += m_pending;
+    m_untaken += m_pending;
     m_pending = 0;
     m_numBatches = 0;
     m_isJudged = false;
@@ -151,6 +153,11 @@ std::uint64_t CImageQueue::NumLost() {
     const std::lock_guard lock(m_lock);
     AdvanceClock(Clock::now());
     return m_lost;
+}
+
+std::uint64_t CImageQueue::NumUntaken() const {
+    const std::lock_guard lock(m_lock);
+    return m_untaken;
 }
 
 void CImageQueue::RestartClock() {

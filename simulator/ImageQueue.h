@@ -82,6 +82,8 @@ public:
     // Images made since the start, lost ones included.
     std::uint64_t NumStarted();
     std::uint64_t NumLost();
+    // Images that waited to be grabbed when the stream stopped or the camera went.
+    std::uint64_t NumUntaken() const;
 
 private:
     static constexpr std::size_t kNumBatches = 32;
@@ -125,6 +127,7 @@ private:
     std::uint64_t m_next = 0;        // number of the image that is grabbed next
     std::uint64_t m_pending = 0;
     std::uint64_t m_lost = 0;
+    std::uint64_t m_untaken = 0;
     // When the pending images were made, a ring that begins at m_firstBatch.
     std::array<ImageBatch, kNumBatches> m_batches;
     std::size_t m_firstBatch = 0;

@@ -74,6 +74,10 @@ void OptivoSim_ClearFaults(void) {
     CLibrary::Get().Faults().Clear();
 }
 
+uint64_t OptivoSim_NumSpoilt(OptivoOperation operation, int32_t result, const char* object) {
+    return CLibrary::Get().Faults().NumSpoilt(operation, result, TextOf(object));
+}
+
 void OptivoSim_Release(void) {
     CLibrary::Get().Faults().Release();
 }
@@ -148,6 +152,11 @@ int OptivoSim_ProduceImages(const char* camera, uint64_t count) {
         found->Produce(count);
     }
     return found != nullptr;
+}
+
+uint64_t OptivoSim_NumUntaken(const char* camera) {
+    const auto found = FindCamera(camera);
+    return found != nullptr ? found->NumUntaken() : 0;
 }
 
 int OptivoSim_SetImageSize(const char* camera, uint32_t width, uint32_t height) {

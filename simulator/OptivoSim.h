@@ -116,6 +116,10 @@ OPTIVO_SIM_API void OptivoSim_AddFault(const OptivoFault* fault);
 OPTIVO_SIM_API void OptivoSim_AddFaultWhere(const OptivoFault* fault,
                                             const OptivoFaultCondition* condition);
 OPTIVO_SIM_API void OptivoSim_ClearFaults(void);
+/* How many calls of an operation have got this result from faults whose condition names the object
+   (null or empty: none), since faults were last cleared or replaced. */
+OPTIVO_SIM_API uint64_t OptivoSim_NumSpoilt(OptivoOperation operation, int32_t result,
+                                            const char* object);
 /* Ends every hang that is under way. */
 OPTIVO_SIM_API void OptivoSim_Release(void);
 
@@ -149,6 +153,9 @@ OPTIVO_SIM_API int OptivoSim_SetNumStreams(const char* camera, uint32_t count);
    carries the stamp that OptivoImage.h reads. */
 OPTIVO_SIM_API int OptivoSim_SetFrameRate(const char* camera, double framesPerSecond);
 OPTIVO_SIM_API int OptivoSim_ProduceImages(const char* camera, uint64_t count);
+/* Of the images since the start of its streams, those that nobody had taken when they stopped or
+   the plug was pulled: they are made, and neither delivered nor lost. Closed streams count none. */
+OPTIVO_SIM_API uint64_t OptivoSim_NumUntaken(const char* camera);
 /* Width and height of the sensor in pixels, all of it in the image; the payload size follows.
    Refused (0) while the camera is started. */
 OPTIVO_SIM_API int OptivoSim_SetImageSize(const char* camera, uint32_t width, uint32_t height);

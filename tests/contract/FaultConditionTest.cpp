@@ -133,6 +133,23 @@ TEST_F(FaultConditionTest, NoConditionIsNone) {
     EXPECT_EQ(Failures(3), "111");
 }
 
+TEST_F(FaultConditionTest, SpoiltCallsAreCountedByResultAndName) {
+    const auto numSpoilt = [](int32_t result, const char* name) {
+        return OptivoSim_NumSpoilt(OPTIVO_INTERFACE_WRITE_PORT, result, name);
+    };
+    AddWhere({.operation = OPTIVO_INTERFACE_WRITE_PORT, .result = -1001, .count = 2},
+             {"eth0", 0, 0});
+    AddWhere({.operation = OPTIVO_INTERFACE_WRITE_PORT, .result = -1010, .count = 1},
+             {nullptr, 0, 0});
+    EXPECT_EQ(Failures(4), "1110");
+    EXPECT_EQ(numSpoilt(-1001, "eth0"), 2U);
+    EXPECT_EQ(numSpoilt(-1010, "eth0"), 0U);
+    EXPECT_EQ(numSpoilt(-1010, nullptr), 1U);
+    EXPECT_EQ(OptivoSim_NumSpoilt(OPTIVO_INTERFACE_READ_PORT, -1001, "eth0"), 0U);
+    OptivoSim_ClearFaults();
+    EXPECT_EQ(numSpoilt(-1001, "eth0"), 0U);
+}
+
 TEST_F(FaultConditionTest, CertainFaultsHitEveryCall) {
     for (const double probability : {0.0, 1.0, -3.0, 7.0}) {
         AddWhere({.operation = OPTIVO_INTERFACE_WRITE_PORT, .result = -1001},

@@ -128,6 +128,21 @@ TEST_F(ImageFaultTest, StopEndsTheWaitForALateImage) {
     EXPECT_TRUE(HoldsImage(Memory(WaitBuffer().handle), 0));
 }
 
+TEST_F(ImageFaultTest, StopLeavesWhatNobodyTook) {
+    Plan({OPTIVO_IMAGE_LATE, 3600000, 1, 1, 0, 0});
+    StartWith(3);
+    Produce(3);
+    EXPECT_TRUE(Eventually([&] { return NumDelivered() == 1; }));
+    EXPECT_EQ(OptivoSim_NumUntaken(camera.c_str()), 0U);
+    Stop();
+    EXPECT_EQ(OptivoSim_NumUntaken(camera.c_str()), 2U);
+    EXPECT_EQ(StreamNumber(6), 3U);
+    EXPECT_EQ(NumUnderrun(), 0U);
+    EXPECT_EQ(OptivoSim_NumUntaken("nobody"), 0U);
+    Start();
+    EXPECT_EQ(OptivoSim_NumUntaken(camera.c_str()), 0U);
+}
+
 TEST_F(ImageFaultTest, FirstFaultThatAppliesDecides) {
     Plan({OPTIVO_IMAGE_LOST, 0, 2, 1, 0, 0});
     Plan({OPTIVO_IMAGE_REPEATED, 0, 4, 1, 0, 0});
