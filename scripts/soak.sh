@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Streams from four simulated cameras with random faults, restarts and pulled plugs, checks every image and watches
-# memory, threads and handles. Call it from anywhere: scripts/soak.sh [--windows] [MINUTES] [SEED]
+# Streams from four simulated cameras with random faults, restarts and pulled plugs, accounts for every image and event,
+# and watches memory, threads and handles. Call it from anywhere: scripts/soak.sh [--windows] [MINUTES] [SEED]
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)

@@ -1,6 +1,7 @@
 #include "Camera.h"
 
 #include "OptivoImage.h"
+#include "OptivoSim.h"
 
 #include <array>
 #include <chrono>
@@ -8,8 +9,7 @@
 namespace {
 
 constexpr size_t BUFFERS = 6;
-// The library keeps as many images for a stream, and one may be under way.
-constexpr uint64_t MOST_PENDING = 17;
+constexpr int32_t LOST_IMAGE = -3;
 
 uint64_t Milliseconds(std::chrono::milliseconds time) {
     return static_cast<uint64_t>(time.count());
@@ -17,19 +17,14 @@ uint64_t Milliseconds(std::chrono::milliseconds time) {
 
 } // namespace
 
-void Tally::Complain(const std::string& text) {
-    const std::lock_guard lock(m_lock);
-    m_complaints.push_back(text);
-}
-
-std::vector<std::string> Tally::Complaints() {
-    const std::lock_guard lock(m_lock);
-    return m_complaints;
-}
-
-SoakCamera::SoakCamera(Producer& gentl, IF_HANDLE iface, std::string id, Tally& tally,
+SoakCamera::SoakCamera(Producer& gentl, SoakInterface& iface, EventSource& source, Tally& tally,
                        unsigned seed)
-    : m_gentl(gentl), m_iface(iface), m_id(std::move(id)), m_tally(tally), m_chance(seed) {
+    : m_gentl(gentl),
+      m_iface(iface),
+      m_id(source.Camera()),
+      m_tally(tally),
+      m_chance(seed),
+      m_events(gentl, source, tally, seed) {
     m_thread = std::thread([this] { Run(); });
 }
 
@@ -38,18 +33,26 @@ SoakCamera::~SoakCamera() {
     m_thread.join();
 }
 
-// A camera that is unplugged, or whose opening fails, is tried again a little later.
+// A camera that is unplugged or not listed, or whose opening fails, is tried again a little later.
 void SoakCamera::Run() {
     while (!m_stop) {
         DEV_HANDLE device = nullptr;
-        if (m_gentl.IFOpenDevice(m_iface, m_id.c_str(), DEVICE_ACCESS_CONTROL, &device) != 0) {
+        if (!Open(&device)) {
             ++m_tally.numRefused;
             std::this_thread::sleep_for(std::chrono::milliseconds(20));
             continue;
         }
+        m_events.Register(device);
         UseDevice(device);
+        m_events.Unregister();
         m_gentl.DevClose(device);
+        m_events.AfterClose();
     }
+}
+
+bool SoakCamera::Open(DEV_HANDLE* device) {
+    const std::lock_guard lock(m_iface.listLock);
+    return m_gentl.IFOpenDevice(m_iface.handle, m_id.c_str(), DEVICE_ACCESS_CONTROL, device) == 0;
 }
 
 void SoakCamera::UseDevice(DEV_HANDLE device) {
@@ -64,7 +67,7 @@ void SoakCamera::UseDevice(DEV_HANDLE device) {
         if (m_gentl.GCRegisterEvent(stream, EVENT_NEW_BUFFER, &event) == 0) {
             UseStream(stream, event);
         } else {
-            m_tally.Complain(m_id + ": no new-buffer event");
+            Complain("no new-buffer event");
         }
         // Sometimes the device's close must do it.
         if (m_chance.Below(4) == 0) {
@@ -87,28 +90,38 @@ void SoakCamera::UseStream(DS_HANDLE stream, EVENT_HANDLE event) {
     for (BUFFER_HANDLE& buffer : buffers) {
         if (m_gentl.DSAllocAndAnnounceBuffer(stream, payload, nullptr, &buffer) != 0 ||
             m_gentl.DSQueueBuffer(stream, buffer) != 0) {
-            m_tally.Complain(m_id + ": a buffer cannot be announced and queued");
+            Complain("a buffer cannot be announced and queued");
         }
     }
     for (int round = 0; round < 2 && !m_stop; ++round) {
+        m_account = {NumSpoilt()};
         if (m_gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE) != 0) {
             ++m_tally.numRefused;
             break;
         }
         ++m_tally.numAcquisitions;
-        m_hasImage = false;
-        TakeImages(stream, event, 1 + m_chance.Below(300));
-        m_gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT);
-        CheckCounters(stream);
-        m_gentl.DSFlushQueue(stream, ACQ_QUEUE_ALL_TO_INPUT);
+        Acquire(stream, event);
     }
     // A stream that is closed with queued buffers does not free them.
     m_gentl.DSFlushQueue(stream, ACQ_QUEUE_ALL_DISCARD);
     for (BUFFER_HANDLE buffer : buffers) {
         if (m_gentl.DSRevokeBuffer(stream, buffer, nullptr, nullptr) != 0) {
-            m_tally.Complain(m_id + ": a discarded buffer cannot be revoked");
+            Complain("a discarded buffer cannot be revoked");
         }
     }
+}
+
+void SoakCamera::Acquire(DS_HANDLE stream, EVENT_HANDLE event) {
+    TakeImages(stream, event, 1 + m_chance.Below(300));
+    if (m_gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT) != 0) {
+        Complain("an acquisition does not stop");
+    }
+    // What is not fetched now goes back unseen.
+    if (m_chance.Below(2) == 0) {
+        TakeImages(stream, event, Number(stream, STREAM_INFO_NUM_AWAIT_DELIVERY));
+    }
+    CheckAccount(stream);
+    m_gentl.DSFlushQueue(stream, ACQ_QUEUE_ALL_TO_INPUT);
 }
 
 void SoakCamera::TakeImages(DS_HANDLE stream, EVENT_HANDLE event, uint64_t count) {
@@ -129,12 +142,13 @@ void SoakCamera::TakeImages(DS_HANDLE stream, EVENT_HANDLE event, uint64_t count
             return;
         }
         if (code != 0) {
-            m_tally.Complain(m_id + ": EventGetData answers " + std::to_string(code));
+            Complain("EventGetData answers " + std::to_string(code));
             return;
         }
         CheckImage(stream, data.BufferHandle);
+        m_events.Look();
         if (m_gentl.DSQueueBuffer(stream, data.BufferHandle) != 0) {
-            m_tally.Complain(m_id + ": a delivered buffer cannot be queued");
+            Complain("a delivered buffer cannot be queued");
         }
         --count;
     }
@@ -158,29 +172,47 @@ void SoakCamera::CheckImage(DS_HANDLE stream, BUFFER_HANDLE buffer) {
     m_gentl.DSGetBufferInfo(stream, buffer, BUFFER_INFO_SIZE_FILLED, &type, &filled, &size);
     OptivoImageStamp stamp{};
     if (base == nullptr || OptivoImage_Read(base, filled, &stamp) != 1) {
-        m_tally.Complain(m_id + ": a torn image");
+        Complain("a torn image");
         return;
     }
-    if (m_hasImage && stamp.number <= m_lastNumber) {
-        m_tally.Complain(m_id + ": image " + std::to_string(stamp.number) + " after image " +
-                         std::to_string(m_lastNumber));
+    if (stamp.number < m_account.next) {
+        Complain("image " + std::to_string(stamp.number) + " after image " +
+                 std::to_string(m_account.next - 1));
+    } else {
+        m_account.numMissing += stamp.number - m_account.next;
     }
-    m_hasImage = true;
-    m_lastNumber = stamp.number;
+    m_account.next = stamp.number + 1;
+    ++m_account.numFetched;
     ++m_tally.numImages;
     m_tally.numBytes += filled;
 }
 
-// What the camera made was delivered, lost, or still waits. Grabs that were made to fail lose
-// images that no camera made.
-void SoakCamera::CheckCounters(DS_HANDLE stream) {
+uint64_t SoakCamera::NumSpoilt() const {
+    return OptivoSim_NumSpoilt(OPTIVO_STREAM_GRAB_IMAGE, LOST_IMAGE, m_id.c_str());
+}
+
+// Exact, as nothing moves after the stop. Every image that the camera made was delivered, was lost,
+// or waited in the camera, which threw it away; what was delivered was fetched or waits. Grabs that
+// were made to fail count as lost without an image. The images that are missing between the fetched
+// ones were lost, and the other lost ones are behind the last, which is where the waiting ones are.
+void SoakCamera::CheckAccount(DS_HANDLE stream) {
     const uint64_t delivered = Number(stream, STREAM_INFO_NUM_DELIVERED);
-    const uint64_t lost = Number(stream, STREAM_INFO_NUM_UNDERRUN);
+    const uint64_t underrun = Number(stream, STREAM_INFO_NUM_UNDERRUN);
     const uint64_t made = Number(stream, STREAM_INFO_NUM_STARTED);
-    m_tally.numLost += lost;
-    if (made != 0 && (delivered > made || made - delivered > lost + MOST_PENDING)) {
-        m_tally.Complain(m_id + ": made " + std::to_string(made) + ", delivered " +
-                         std::to_string(delivered) + ", lost " + std::to_string(lost));
+    const uint64_t waiting = Number(stream, STREAM_INFO_NUM_AWAIT_DELIVERY);
+    const uint64_t untaken = OptivoSim_NumUntaken(m_id.c_str());
+    const uint64_t spoilt = NumSpoilt() - m_account.numSpoiltBefore;
+    const uint64_t lost = underrun - spoilt;
+    m_tally.numLost += underrun;
+    if (underrun < spoilt || delivered != m_account.numFetched + waiting ||
+        delivered + lost + untaken != made || m_account.numMissing > lost ||
+        m_account.next + (lost - m_account.numMissing) + untaken + waiting != made) {
+        Complain("made " + std::to_string(made) + ", delivered " + std::to_string(delivered) +
+                 ", fetched " + std::to_string(m_account.numFetched) + " up to number " +
+                 std::to_string(m_account.next) + " with " + std::to_string(m_account.numMissing) +
+                 " missing, waiting " + std::to_string(waiting) + ", lost " +
+                 std::to_string(underrun) + " of which " + std::to_string(spoilt) +
+                 " without an image, left in the camera " + std::to_string(untaken));
     }
 }
 
@@ -188,5 +220,8 @@ uint64_t SoakCamera::Number(DS_HANDLE stream, STREAM_INFO_CMD command) {
     uint64_t value = 0;
     size_t size = sizeof value;
     INFO_DATATYPE type = 0;
-    return m_gentl.DSGetInfo(stream, command, &type, &value, &size) == 0 ? value : 0;
+    if (m_gentl.DSGetInfo(stream, command, &type, &value, &size) != 0) {
+        Complain("a stream does not answer");
+    }
+    return value;
 }

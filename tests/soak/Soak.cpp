@@ -1,6 +1,7 @@
 // A long run: cameras stream with random faults, restarts and pulled plugs, while every image is
 // checked and the process is watched. norveltl_soak SECONDS [SEED]; exit code 1 for any complaint.
 #include "Camera.h"
+#include "Lists.h"
 #include "OptivoSim.h"
 #include "Process.h"
 #include "Trouble.h"
@@ -19,18 +20,37 @@ constexpr char WORLD[] = R"({"interfaces": [
     {"name": "usb0", "tlType": "U3V", "cameras": [
         {"name": "Paced-3", "width": 128, "height": 64, "frameRate": 1000},
         {"name": "Unpaced", "width": 320, "height": 240, "frameRate": 0}]}]})";
-const std::vector<std::string> CAMERAS = {"Paced-1", "Paced-2", "Paced-3", "Unpaced"};
 
-// Memory and handles may settle for this share of a run; then they must not grow by more than this.
+// Memory, threads and handles may settle for this share of a run; then they must not grow by more
+// than this.
 constexpr double SETTLING = 0.3;
-constexpr double MOST_KIBIBYTES_PER_MINUTE = 256;
+constexpr double MOST_KIBIBYTES_PER_MINUTE = 64;
+constexpr double MOST_THREADS_PER_MINUTE = 1;
 constexpr double MOST_HANDLES_PER_MINUTE = 4;
 constexpr double SHORTEST_JUDGED_SECONDS = 120;
+
+// What all that is closed may leave in the process, beside what a first, short run has left.
+constexpr double FIRST_SECONDS = 1;
+constexpr size_t MOST_BYTES_LEFT = 16384;
+#if defined(_WIN32)
+// A mutex that lasts as long as the process takes a handle when a thread waits for it first, which
+// may be in the second run. What an acquisition or an opening left would be many more.
+constexpr unsigned MOST_HANDLES_LEFT = 8;
+#else
+constexpr unsigned MOST_HANDLES_LEFT = 0;
+#endif
 
 struct Sample {
     double seconds;
     double kibibytes;
+    double threads;
     double handles;
+};
+
+struct Remains {
+    size_t bytes;
+    unsigned threads;
+    unsigned handles;
 };
 
 // The least-squares slope of a member of the samples, per minute.
@@ -47,33 +67,60 @@ double GrowthPerMinute(const std::vector<Sample>& samples, double Sample::*membe
     return divisor > 0 ? 60 * (count * sumXY - sumX * sumY) / divisor : 0;
 }
 
+// A life of the library, from its initialisation to its end.
 class Soak {
 public:
-    Soak() : m_gentl(Producer::Load()) {
+    explicit Soak(Producer& gentl) : m_gentl(gentl) {
         char error[256] = "";
         Require(OptivoSim_LoadWorld(WORLD, error, sizeof error) == 1, error);
-        Require(m_gentl->GCInitLib() == 0, "GCInitLib");
-        Require(m_gentl->TLOpen(&m_system) == 0, "TLOpen");
-        Require(m_gentl->TLUpdateInterfaceList(m_system, nullptr, 1000) == 0, "interfaces");
+        Require(m_gentl.GCInitLib() == 0, "GCInitLib");
+        Require(m_gentl.TLOpen(&m_system) == 0, "TLOpen");
+        Require(m_gentl.TLUpdateInterfaceList(m_system, nullptr, 1000) == 0, "interfaces");
+        for (SoakInterface& iface : m_interfaces) {
+            Require(m_gentl.TLOpenInterface(m_system, iface.id.c_str(), &iface.handle) == 0,
+                    "TLOpenInterface");
+            Require(m_gentl.IFUpdateDeviceList(iface.handle, nullptr, 1000) == 0, "cameras");
+        }
     }
     ~Soak() {
-        m_cameras.clear();
-        m_gentl->TLClose(m_system);
-        m_gentl->GCCloseLib();
+        for (SoakInterface& iface : m_interfaces) {
+            m_gentl.IFClose(iface.handle);
+        }
+        m_gentl.TLClose(m_system);
+        m_gentl.GCCloseLib();
+        OptivoSim_Reset();
     }
     Soak(const Soak&) = delete;
     Soak& operator=(const Soak&) = delete;
 
+    // The simulated library remembers its last thousand closed objects of a kind. Afterwards it has
+    // as many, and takes no more memory for them.
+    void FillLibrary() {
+        for (int i = 0; i < 1100; ++i) {
+            DEV_HANDLE device = nullptr;
+            DS_HANDLE stream = nullptr;
+            Require(m_gentl.TLUpdateInterfaceList(m_system, nullptr, 1000) == 0, "interfaces");
+            Require(m_gentl.IFOpenDevice(m_interfaces[0].handle, "Paced-1", DEVICE_ACCESS_CONTROL,
+                                         &device) == 0,
+                    "IFOpenDevice");
+            Require(m_gentl.DevOpenDataStream(device, "DS0", &stream) == 0, "DevOpenDataStream");
+            m_gentl.DSClose(stream);
+            m_gentl.DevClose(device);
+        }
+    }
+
     bool Run(double seconds, unsigned seed) {
-        OpenCameras("GEV::eth0", {CAMERAS[0], CAMERAS[1]}, seed);
-        OpenCameras("U3V::usb0", {CAMERAS[2], CAMERAS[3]}, seed + 10);
+        for (size_t i = 0; i < m_sources.size(); ++i) {
+            const auto offset = static_cast<unsigned>(i);
+            m_cameras.push_back(std::make_unique<SoakCamera>(
+                m_gentl, m_interfaces[i / 2], m_sources[i], m_tally, seed + 1 + offset));
+        }
         {
-            const Trouble trouble(CAMERAS, seed);
+            const Lists lists(m_gentl, m_system, m_interfaces, m_tally, seed + 20);
+            const Trouble trouble(m_sources, seed);
             Watch(seconds, trouble);
         }
-        const unsigned threads = NumThreads();
         m_cameras.clear();
-        std::printf("threads at the end %u, with every camera closed %u\n", threads, NumThreads());
         CheckEnd(seconds);
         for (const std::string& complaint : m_tally.Complaints()) {
             std::printf("complaint: %s\n", complaint.c_str());
@@ -89,16 +136,6 @@ private:
         }
     }
 
-    void OpenCameras(const char* id, const std::vector<std::string>& cameras, unsigned seed) {
-        IF_HANDLE iface = nullptr;
-        Require(m_gentl->TLOpenInterface(m_system, id, &iface) == 0, id);
-        Require(m_gentl->IFUpdateDeviceList(iface, nullptr, 1000) == 0, id);
-        for (const std::string& camera : cameras) {
-            m_cameras.push_back(
-                std::make_unique<SoakCamera>(*m_gentl, iface, camera, m_tally, ++seed));
-        }
-    }
-
     void Watch(double seconds, const Trouble& trouble) {
         using Clock = std::chrono::steady_clock;
         const auto begin = Clock::now();
@@ -110,7 +147,8 @@ private:
                 break;
             }
             if (now >= nextSample) {
-                m_samples.push_back({now, ResidentKibibytes(), static_cast<double>(NumHandles())});
+                m_samples.push_back({now, ResidentKibibytes(), static_cast<double>(NumThreads()),
+                                     static_cast<double>(NumHandles())});
                 nextSample += 1;
             }
             if (now >= nextLine) {
@@ -124,12 +162,17 @@ private:
 
     void Print(double now, const Trouble& trouble) {
         std::printf("%6.0f s  %llu images, %.1f GB, %llu lost, %llu acquisitions, %llu troubles, "
+                    "%llu events fetched, %llu discarded, %llu listings, %llu changes, "
                     "%llu refused, %.0f KiB, %u threads, %u handles\n",
                     now, static_cast<unsigned long long>(m_tally.numImages),
                     static_cast<double>(m_tally.numBytes) / 1e9,
                     static_cast<unsigned long long>(m_tally.numLost),
                     static_cast<unsigned long long>(m_tally.numAcquisitions),
                     static_cast<unsigned long long>(trouble.NumMade()),
+                    static_cast<unsigned long long>(m_tally.numEventsFetched),
+                    static_cast<unsigned long long>(m_tally.numEventsDiscarded),
+                    static_cast<unsigned long long>(m_tally.numListings),
+                    static_cast<unsigned long long>(m_tally.numListChanges),
                     static_cast<unsigned long long>(m_tally.numRefused), ResidentKibibytes(),
                     NumThreads(), NumHandles());
         std::fflush(stdout);
@@ -137,17 +180,25 @@ private:
 
     void CheckEnd(double seconds) {
         const double kibibytes = GrowthPerMinute(m_samples, &Sample::kibibytes);
+        const double threads = GrowthPerMinute(m_samples, &Sample::threads);
         const double handles = GrowthPerMinute(m_samples, &Sample::handles);
-        std::printf("memory grew by %.1f KiB a minute, handles by %.1f\n", kibibytes, handles);
+        std::printf("memory grew by %.1f KiB a minute, threads by %.2f, handles by %.2f\n",
+                    kibibytes, threads, handles);
         const bool isJudged = seconds >= SHORTEST_JUDGED_SECONDS;
         if (isJudged && kibibytes > MOST_KIBIBYTES_PER_MINUTE) {
             m_tally.Complain("memory grows");
         }
+        if (isJudged && threads > MOST_THREADS_PER_MINUTE) {
+            m_tally.Complain("threads grow");
+        }
         if (isJudged && handles > MOST_HANDLES_PER_MINUTE) {
             m_tally.Complain("handles grow");
         }
-        if (m_tally.numImages == 0 || m_tally.numAcquisitions < CAMERAS.size()) {
+        if (m_tally.numImages == 0 || m_tally.numAcquisitions < m_sources.size()) {
             m_tally.Complain("hardly anything was acquired");
+        }
+        if (m_tally.numEventsFetched == 0 || m_tally.numListChanges == 0) {
+            m_tally.Complain("no event was fetched, or no list changed");
         }
         for (const OptivoObjectKind kind : {OPTIVO_OBJECT_DEVICE, OPTIVO_OBJECT_STREAM}) {
             if (OptivoSim_NumAlive(kind) != 0) {
@@ -159,12 +210,39 @@ private:
         }
     }
 
-    std::unique_ptr<Producer> m_gentl;
+    Producer& m_gentl;
     TL_HANDLE m_system = nullptr;
+    // Two cameras each.
+    Lists::Interfaces m_interfaces{{{.id = "GEV::eth0"}, {.id = "U3V::usb0"}}};
+    EventSources m_sources{EventSource("Paced-1"), EventSource("Paced-2"), EventSource("Paced-3"),
+                           EventSource("Unpaced")};
     Tally m_tally;
     std::vector<std::unique_ptr<SoakCamera>> m_cameras;
     std::vector<Sample> m_samples;
 };
+
+// With everything closed. The system lists a thread that was joined, and its handles, for a moment
+// more.
+Remains Settled(unsigned threads, unsigned handles) {
+    for (int i = 0; i < 100 && (NumThreads() > threads || NumHandles() > handles); ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return {AllocatedBytes(), NumThreads(), NumHandles()};
+}
+
+bool IsClean(const Remains& before, const Remains& after) {
+    std::printf("with everything closed: %zu bytes allocated, %u threads, %u handles; after the "
+                "first run: %zu, %u, %u\n",
+                after.bytes, after.threads, after.handles, before.bytes, before.threads,
+                before.handles);
+    const bool isClean = after.bytes <= before.bytes + MOST_BYTES_LEFT &&
+                         after.threads <= before.threads &&
+                         after.handles <= before.handles + MOST_HANDLES_LEFT;
+    if (!isClean) {
+        std::printf("complaint: the run left something behind\n");
+    }
+    return isClean;
+}
 
 } // namespace
 
@@ -175,5 +253,17 @@ int main(int argc, char** argv) {
         std::fprintf(stderr, "usage: norveltl_soak SECONDS [SEED]\n");
         return 2;
     }
-    return Soak().Run(seconds, seed) ? 0 : 1;
+    const auto gentl = Producer::Load();
+    const auto run = [&](double length, bool isFirst) {
+        Soak soak(*gentl);
+        if (isFirst) {
+            soak.FillLibrary();
+        }
+        return soak.Run(length, seed);
+    };
+    const bool isFirstSound = run(FIRST_SECONDS, true);
+    const Remains before = Settled(0, 0);
+    const bool isSound = run(seconds, false);
+    const bool isClean = IsClean(before, Settled(before.threads, before.handles));
+    return isFirstSound && isSound && isClean ? 0 : 1;
 }

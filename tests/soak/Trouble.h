@@ -3,15 +3,14 @@
 #pragma once
 
 #include "Chance.h"
+#include "Events.h"
 #include <atomic>
 #include <cstdint>
-#include <string>
 #include <thread>
-#include <vector>
 
 class Trouble {
 public:
-    Trouble(std::vector<std::string> cameras, unsigned seed);
+    Trouble(EventSources& sources, unsigned seed);
     // Ends at once; all plugs are in again.
     ~Trouble();
     Trouble(const Trouble&) = delete;
@@ -21,9 +20,10 @@ public:
 
 private:
     void Run();
-    void Make();
+    // False when nothing came of it.
+    bool Make();
 
-    std::vector<std::string> m_cameras;
+    EventSources& m_sources;
     Chance m_chance;
     std::atomic<uint64_t> m_numMade{0};
     std::atomic<bool> m_stop{false};
