@@ -60,9 +60,13 @@ Sample Print(int cycles) {
 // What the second half of the cycles may take in all; in the first, lists that are kept reach their
 // length, and the first line printed takes its buffer. A chunk of memory is sometimes some bytes
 // larger than what was asked for: in five runs on Linux the lines of the second half differed by
-// less than 100 bytes, under Wine by none. A leak of one byte in each of a thousand cycles takes
-// more.
+// less than 100 bytes. Under Wine they were the same in nine of ten runs, and in one 480 bytes were
+// taken, once. A leak of one byte (three on Windows) in each of a thousand cycles takes more.
+#if defined(_WIN32)
+constexpr size_t MOST_BYTES = 1024;
+#else
 constexpr size_t MOST_BYTES = 256;
+#endif
 #if defined(UNDER_A_SANITIZER)
 // Sanitizers keep what was freed.
 constexpr double MOST_RESIDENT_KIB = 1024 * 1024;
