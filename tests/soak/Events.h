@@ -1,10 +1,10 @@
 // The device events of one camera in a soak, at both ends: who fires them, and who fetches them.
 #pragma once
 
+#include "Chance.h"
 #include "Producer.h"
 #include "Tally.h"
 
-#include "Chance.h"
 #include <array>
 #include <cstdint>
 #include <mutex>
