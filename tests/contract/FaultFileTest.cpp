@@ -1,4 +1,5 @@
 // Faults that the text of a world names.
+#include "FaultNames.h"
 #include "WorldFixtures.h"
 
 namespace {
@@ -26,52 +27,15 @@ protected:
 };
 
 TEST_F(FaultFileTest, AllOperationsHaveNames) {
-    const std::vector<std::string> names = {"GetSystem",
-                                            "SystemUpdateInterfaceList",
-                                            "SystemGetInterfaceName",
-                                            "SystemGetInterface",
-                                            "SystemOpenInterface",
-                                            "SystemClose",
-                                            "InterfaceUpdateDeviceList",
-                                            "InterfaceGetDeviceName",
-                                            "InterfaceGetDevice",
-                                            "InterfaceOpenDevice",
-                                            "InterfaceWritePort",
-                                            "InterfaceReadPort",
-                                            "InterfaceClose",
-                                            "DeviceGetNumDataStreams",
-                                            "DeviceOpenDataStream",
-                                            "DeviceWritePort",
-                                            "DeviceReadPort",
-                                            "DeviceGetInfo",
-                                            "DeviceRegisterEventCallback",
-                                            "DeviceClose",
-                                            "StreamStartAcquisition",
-                                            "StreamStopAcquisition",
-                                            "StreamGrabImage",
-                                            "StreamSetStreamParameter",
-                                            "StreamGetStreamInfo",
-                                            "StreamClose"};
-    EXPECT_EQ(names.size(), size_t{OPTIVO_NUM_OPERATIONS});
-    for (const std::string& name : names) {
-        LoadFaults(R"({"operation": ")" + name + "\"}");
+    EXPECT_EQ(OPERATION_NAMES.size(), size_t{OPTIVO_NUM_OPERATIONS});
+    for (const char* name : OPERATION_NAMES) {
+        LoadFaults(std::string(R"({"operation": ")") + name + "\"}");
     }
 }
 
 TEST_F(FaultFileTest, AllKindsHaveNames) {
-    const std::vector<std::string> names = {"result",
-                                            "resultAfter",
-                                            "nullObject",
-                                            "genericException",
-                                            "foreignException",
-                                            "unterminatedText",
-                                            "overlongSize",
-                                            "delay",
-                                            "hang",
-                                            "emptyText",
-                                            "notText"};
-    for (const std::string& name : names) {
-        LoadFaults(R"({"operation": "GetSystem", "kind": ")" + name + "\"}");
+    for (const char* name : FAULT_KIND_NAMES) {
+        LoadFaults(std::string(R"({"operation": "GetSystem", "kind": ")") + name + "\"}");
     }
 }
 

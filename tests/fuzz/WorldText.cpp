@@ -1,5 +1,7 @@
 #include "WorldText.h"
 
+#include "FaultNames.h"
+
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
@@ -12,45 +14,6 @@ namespace {
 
 using Json = nlohmann::json;
 
-// In the order of OptivoOperation.
-constexpr std::array<const char*, 26> OPERATIONS = {"GetSystem",
-                                                    "SystemUpdateInterfaceList",
-                                                    "SystemGetInterfaceName",
-                                                    "SystemGetInterface",
-                                                    "SystemOpenInterface",
-                                                    "SystemClose",
-                                                    "InterfaceUpdateDeviceList",
-                                                    "InterfaceGetDeviceName",
-                                                    "InterfaceGetDevice",
-                                                    "InterfaceOpenDevice",
-                                                    "InterfaceWritePort",
-                                                    "InterfaceReadPort",
-                                                    "InterfaceClose",
-                                                    "DeviceGetNumDataStreams",
-                                                    "DeviceOpenDataStream",
-                                                    "DeviceWritePort",
-                                                    "DeviceReadPort",
-                                                    "DeviceGetInfo",
-                                                    "DeviceRegisterEventCallback",
-                                                    "DeviceClose",
-                                                    "StreamStartAcquisition",
-                                                    "StreamStopAcquisition",
-                                                    "StreamGrabImage",
-                                                    "StreamSetStreamParameter",
-                                                    "StreamGetStreamInfo",
-                                                    "StreamClose"};
-// In the order of OptivoFaultKind.
-constexpr std::array<const char*, 11> FAULT_KINDS = {"result",
-                                                     "resultAfter",
-                                                     "nullObject",
-                                                     "genericException",
-                                                     "foreignException",
-                                                     "unterminatedText",
-                                                     "overlongSize",
-                                                     "delay",
-                                                     "hang",
-                                                     "emptyText",
-                                                     "notText"};
 // In the order of OptivoImageFaultKind.
 constexpr std::array<const char*, 3> IMAGE_FAULT_KINDS = {"lost", "late", "repeated"};
 // In the order of ETestPattern.
@@ -143,8 +106,8 @@ Json JsonOf(const InterfacePlan& plan) {
 
 Json JsonOf(const FaultPlan& plan) {
     const OptivoFault& fault = plan.fault;
-    Json json = {{"operation", OPERATIONS.at(fault.operation)},
-                 {"kind", FAULT_KINDS.at(fault.kind)},
+    Json json = {{"operation", OPERATION_NAMES.at(fault.operation)},
+                 {"kind", FAULT_KIND_NAMES.at(fault.kind)},
                  {"result", fault.result},
                  {"selector", fault.selector},
                  {"skip", fault.skip},
