@@ -13,6 +13,7 @@
 #include <chrono>
 #include <cstdint>
 #include <limits>
+#include <thread>
 
 namespace GenICam::Client {
 
@@ -192,11 +193,11 @@ public:
         }
     }
 
-    // The same, but after that time at the latest.
+    // The same, but after that time at the latest. Without patience, as images come meanwhile.
     void DrainFor(std::chrono::microseconds time) const noexcept {
         const auto end = std::chrono::steady_clock::now() + time;
-        for (CPatience patience; IsInside() && std::chrono::steady_clock::now() < end;) {
-            patience.Pause();
+        while (IsInside() && std::chrono::steady_clock::now() < end) {
+            std::this_thread::yield();
         }
     }
 
