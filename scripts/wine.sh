@@ -8,4 +8,9 @@ export WINEDEBUG=${WINEDEBUG:--all}
 export WINEDLLOVERRIDES=${WINEDLLOVERRIDES:-mscoree,mshtml,winemenubuilder.exe=}
 unset DISPLAY WAYLAND_DISPLAY
 mkdir -p "$WINEPREFIX"
+# Where the system places a program at random, one start in some thousands finds an address taken that Wine must have,
+# and ends with 1 and without a word.
+if setarch "$(uname -m)" -R true 2>/dev/null; then
+  exec setarch "$(uname -m)" -R /usr/lib/wine/wine64 "$@"
+fi
 exec /usr/lib/wine/wine64 "$@"
