@@ -2,6 +2,7 @@
 // cannot do without.
 #include "Figures.h"
 #include "Subjects.h"
+#include "camlib/CameraObjects.h"
 
 #include <array>
 

@@ -4,10 +4,11 @@
 #pragma once
 
 #include "Producer.h"
-#include "camlib/CameraObjects.h"
+#include "camlib/CameraLibrary.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
@@ -72,6 +73,16 @@ private:
     EVENT_HANDLE m_event = nullptr;
 };
 
+// An object of the camera library whose operations are called without the module's guard.
+struct ObjectCloser {
+    template <class Object>
+    void operator()(Object* object) const {
+        object->Close();
+    }
+};
+template <class Object>
+using ObjectPtr = std::unique_ptr<Object, ObjectCloser>;
+
 // The world's interface, open at the camera library.
 class OpenLibrary {
 public:
@@ -80,8 +91,8 @@ public:
     Optivo::ICamInterface& Interface() { return *m_interface; }
 
 private:
-    GenICam::Client::CamPtr<Optivo::ICamSystem> m_system;
-    GenICam::Client::CamPtr<Optivo::ICamInterface> m_interface;
+    ObjectPtr<Optivo::ICamSystem> m_system;
+    ObjectPtr<Optivo::ICamInterface> m_interface;
 };
 
 // A camera's stream, open at the camera library.
@@ -99,6 +110,6 @@ public:
     Optivo::ICamStream& Stream() { return *m_stream; }
 
 private:
-    GenICam::Client::CamPtr<Optivo::ICamDevice> m_device;
-    GenICam::Client::CamPtr<Optivo::ICamStream> m_stream;
+    ObjectPtr<Optivo::ICamDevice> m_device;
+    ObjectPtr<Optivo::ICamStream> m_stream;
 };

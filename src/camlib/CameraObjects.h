@@ -1,13 +1,16 @@
-// Owning and reading the camera library's objects: what gives an object back, and how a text of
-// the library becomes a string. This file knows nothing of the modules that hold the objects.
+// Owning and calling the camera library's objects: the one way in which its operations are called,
+// what gives an object back, and how a text of the library becomes a string. This file knows
+// nothing of the modules that hold the objects.
 #pragma once
 
 #include "camlib/CameraLibrary.h"
+#include "camlib/LibraryAbi.h"
 
 #include <array>
 #include <cstddef>
-#include <memory>
 #include <string>
+#include <type_traits>
+#include <utility>
 
 namespace GenICam::Client {
 
@@ -15,28 +18,55 @@ namespace GenICam::Client {
 inline constexpr std::size_t kNameCapacity = 2048;
 inline constexpr std::size_t kInfoCapacity = 512;
 
-// Gives an object back to the library, which may fail or throw without anybody left to tell.
-struct CameraObjectCloser {
-    template <class CameraObject>
-    void operator()(CameraObject* object) const noexcept {
+// An object of the camera library, owned; or none. Operations are called through it only, so that
+// no exception of another compiler reaches a frame that has something to destroy.
+// Calling is as safe on several threads as the library's operation; the rest is the owner's to
+// serialise.
+template <class CameraObject>
+class CCameraObject {
+public:
+    CCameraObject() = default;
+    ~CCameraObject() { Reset(); }
+    CCameraObject(CCameraObject&& other) noexcept
+        : m_object(std::exchange(other.m_object, nullptr)) {}
+    CCameraObject& operator=(CCameraObject&& other) noexcept {
+        std::swap(m_object, other.m_object);
+        return *this;
+    }
+
+    explicit operator bool() const { return m_object != nullptr; }
+
+    // Calls an operation of the object, which there is. Answers its result; throws what it throws.
+    template <class... Parameters>
+    Optivo::Int32 Call(Optivo::Int32 (CameraObject::*operation)(Parameters...),
+                       std::type_identity_t<Parameters>... arguments) const {
+        return CallLibrary([&] { return (m_object->*operation)(arguments...); });
+    }
+
+    // Where the library writes an object that is to be owned here. Nothing is owned yet.
+    CameraObject** Receive() { return &m_object; }
+
+    // The object, which nobody gives back any more.
+    CameraObject* Release() { return std::exchange(m_object, nullptr); }
+
+    // Gives the object back, once, where there is a caller to tell: throws what its close throws.
+    void GiveBack() {
+        if (CameraObject* object = Release()) {
+            CallLibrary([object] { return object->Close(); });
+        }
+    }
+
+    // Gives the object back where nobody is left to tell that it failed.
+    void Reset() noexcept {
         try {
-            object->Close();
+            GiveBack();
         } catch (...) { // NOLINT(bugprone-empty-catch): see above
         }
     }
+
+private:
+    CameraObject* m_object = nullptr;
 };
-
-// An object of the camera library, owned.
-template <class CameraObject>
-using CamPtr = std::unique_ptr<CameraObject, CameraObjectCloser>;
-
-// Gives an object back, once, where there is a caller to tell: throws what its close throws.
-template <class CameraObject>
-void GiveBack(CamPtr<CameraObject> object) {
-    if (CameraObject* released = object.release()) {
-        released->Close();
-    }
-}
 
 // What the library writes into a buffer of Capacity bytes, up to its first zero; query is called
 // with the buffer and its size. The library may write nothing, no terminating zero, or claim any

@@ -1,6 +1,6 @@
 #include "events/EventDevice.h"
 
-#include "camlib/GenICamBase.h"
+#include "camlib/LibraryAbi.h"
 #include "core/InfoOut.h"
 
 #include <cstring>
@@ -18,7 +18,7 @@ struct DevEventRecord {
 static_assert(sizeof(DevEventRecord) == 24);
 
 [[noreturn]] void Fail(const char* text, unsigned int line) {
-    throw InvalidArgumentException(text, "EventDevice", line, "InvalidArgumentException");
+    throw LibraryInvalidArgument(text, "EventDevice", line, "InvalidArgumentException");
 }
 
 // The consumer is told 4 bytes, whatever is needed.

@@ -59,7 +59,7 @@ void CDataStream::StartAcquisition(ACQ_START_FLAGS /*flags*/, std::uint64_t coun
     JoinThread();
     const CInputLock input(*this);
     m_remaining = static_cast<std::uint32_t>(std::min<std::uint64_t>(count, kWithoutLimit));
-    if (m_camera->StartAcquisition(0, m_remaining) != 0) {
+    if (m_camera.Call(&Optivo::ICamStream::StartAcquisition, 0, m_remaining) != 0) {
         throw std::runtime_error("Unable to start acquisition");
     }
     LearnPayloadSize();
@@ -77,7 +77,7 @@ void CDataStream::StopAcquisition(ACQ_STOP_FLAGS /*flags*/) {
     m_acquiring = false;
     const boost::unique_lock<boost::mutex> control(m_control);
     m_acquiring = false; // another start may have set it meanwhile
-    if (m_camera->StopAcquisition(0) != 0) {
+    if (m_camera.Call(&Optivo::ICamStream::StopAcquisition, 0) != 0) {
         throw io_error("Unable to stop acquisition");
     }
     JoinThread();
@@ -123,7 +123,7 @@ void CDataStream::SetWaitTime() {
     Optivo::UInt32 milliseconds = 1000;
     Optivo::Size size = sizeof milliseconds;
     try {
-        m_camera->SetStreamParameter(2, &milliseconds, &size);
+        m_camera.Call(&Optivo::ICamStream::SetStreamParameter, 2, &milliseconds, &size);
     } catch (const boost::thread_interrupted&) {
         throw;
     } catch (...) { // NOLINT(bugprone-empty-catch): the camera's own time-out does as well
@@ -175,7 +175,7 @@ bool CDataStream::AcquireNext() {
 bool CDataStream::QueryImageReady(Optivo::UInt32& ready) {
     Optivo::Size size = sizeof ready;
     try {
-        m_camera->GetStreamInfo(Optivo::kStreamImageReady, &ready, &size);
+        m_camera.Call(&Optivo::ICamStream::GetStreamInfo, Optivo::kStreamImageReady, &ready, &size);
         return true;
     } catch (const boost::thread_interrupted&) {
         throw;
@@ -201,7 +201,7 @@ bool CDataStream::DropImage() {
 Optivo::Int32 CDataStream::Grab(void* memory) {
     Optivo::Int32 result = kGrabThrew;
     try {
-        result = m_camera->GrabImage(memory, kGrabTimeout);
+        result = m_camera.Call(&Optivo::ICamStream::GrabImage, memory, kGrabTimeout);
     } catch (const boost::thread_interrupted&) {
         throw;
     } catch (...) {

@@ -62,11 +62,10 @@ CDataStream::CDataStream(const char* id, CDevice* device)
       m_id(id),
       m_newBufferEvent(boost::make_shared<CDataStreamEventNewBuffer>(this)),
       m_errorEvent(boost::make_shared<CEventError>()) {
-    Optivo::ICamStream* camera = nullptr;
-    const Optivo::Int32 result = device->Camera() == nullptr
-                                     ? GC_ERR_NOT_AVAILABLE
-                                     : device->Camera()->OpenDataStream(m_index, &camera);
-    m_camera.reset(camera);
+    const auto& camera = device->Camera();
+    const Optivo::Int32 result =
+        camera ? camera.Call(&Optivo::ICamDevice::OpenDataStream, m_index, m_camera.Receive())
+               : GC_ERR_NOT_AVAILABLE;
     if (result < 0 || !m_camera) {
         throw std::runtime_error("Unable to open Stream");
     }
@@ -92,7 +91,7 @@ CDataStream::~CDataStream() {
     JoinThread();
     LeaveDevice();
     CStreamRegistry::Instance().Remove(this);
-    CStreamRegistry::Instance().Keep(m_camera.release(), m_announced);
+    CStreamRegistry::Instance().Keep(m_camera.Release(), m_announced);
 }
 
 // The first failure ends the release.
@@ -100,7 +99,7 @@ void CDataStream::ReleaseAll() {
     if (m_thread) {
         StopAcquisition(ACQ_STOP_FLAGS_DEFAULT);
     }
-    m_camera.release()->Close();
+    m_camera.GiveBack();
     LeaveDevice();
     while (!m_announced.empty()) {
         RevokeBuffer(HandleOf(m_announced.front()), nullptr, nullptr);
@@ -181,7 +180,7 @@ Optivo::Int32 CDataStream::CameraValue(std::uint32_t command, const size_t* give
     if (given != nullptr && *given != 0) {
         size = std::min<Optivo::Size>(size, *given);
     }
-    return m_camera->GetStreamInfo(command, &value, &size);
+    return m_camera.Call(&Optivo::ICamStream::GetStreamInfo, command, &value, &size);
 }
 
 void CDataStream::GetInfo(STREAM_INFO_CMD command, INFO_DATATYPE* type, void* buffer,

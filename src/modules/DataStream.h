@@ -150,7 +150,7 @@ private:
     CBufferQueue m_input;
     CBufferQueue m_output;
     std::uint32_t m_xmlLength = 0;
-    CamPtr<Optivo::ICamStream> m_camera;
+    CCameraObject<Optivo::ICamStream> m_camera;
 
     boost::recursive_mutex m_inputLock;
     CWaitPoint<boost::condition_variable_any> m_inputFilled;

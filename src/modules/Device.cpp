@@ -30,7 +30,7 @@ void RequireErrorEvent(EVENT_TYPE type) {
 } // namespace
 
 CDevice::CDevice(CInterface* owner, std::string id, boost::shared_ptr<CDeviceInfo> info,
-                 CamPtr<Optivo::ICamDevice> camera, std::uint32_t cameraIndex)
+                 CCameraObject<Optivo::ICamDevice> camera, std::uint32_t cameraIndex)
     : m_id(std::move(id)),
       m_interface(owner),
       m_port(boost::make_shared<CDevicePort>(this)),
@@ -43,7 +43,7 @@ CDevice::CDevice(CInterface* owner, std::string id, boost::shared_ptr<CDeviceInf
 
 CDevice::~CDevice() {
     StopUse();
-    m_camera.reset();
+    m_camera.Reset();
     if (CInterface* owner = Interface()) {
         owner->ForgetDevice(this);
     }
@@ -62,7 +62,7 @@ void CDevice::Close() {
     StopUse();
     std::exception_ptr failure;
     try {
-        GiveBack(std::move(m_camera));
+        m_camera.GiveBack();
     } catch (...) {
         failure = std::current_exception();
     }
@@ -194,7 +194,7 @@ void CDevice::GetInfo(DEVICE_INFO_CMD command, INFO_DATATYPE* type, void* buffer
 std::uint32_t CDevice::GetNumDataStreams() {
     Optivo::UInt32 count = m_numStreams.load(std::memory_order_relaxed);
     if (m_camera) {
-        m_camera->GetNumDataStreams(&count);
+        m_camera.Call(&Optivo::ICamDevice::GetNumDataStreams, &count);
     }
     m_numStreams.store(count, std::memory_order_relaxed);
     return count;

@@ -29,7 +29,7 @@ class CDevice final : public ICommonBase {
 public:
     // The camera may be null: the library can call an opening a success and give nothing.
     CDevice(CInterface* owner, std::string id, boost::shared_ptr<CDeviceInfo> info,
-            CamPtr<Optivo::ICamDevice> camera, std::uint32_t cameraIndex);
+            CCameraObject<Optivo::ICamDevice> camera, std::uint32_t cameraIndex);
     // Destroys the streams that are still open, and waits for those that other threads are closing.
     ~CDevice() override;
     CDevice(const CDevice&) = delete;
@@ -70,8 +70,8 @@ public:
 
     // Lives as long as the device.
     ICommonBase* RemotePort() const;
-    // The camera library's object; may be null.
-    Optivo::ICamDevice* Camera() const { return m_camera.get(); }
+    // The camera library's object; there may be none.
+    const CCameraObject<Optivo::ICamDevice>& Camera() const { return m_camera; }
 
     // The ID under which the interface lists the device.
     const std::string& Id() const { return m_id; }
@@ -96,7 +96,7 @@ private:
     std::atomic<std::uint32_t> m_numStreams{1};
     boost::shared_ptr<CDeviceInfo> m_info;
     std::uint32_t m_xmlLength = 0;
-    CamPtr<Optivo::ICamDevice> m_camera;
+    CCameraObject<Optivo::ICamDevice> m_camera;
     std::uint32_t m_cameraIndex;
     std::unique_ptr<CEventError> m_errorEvent;
 };

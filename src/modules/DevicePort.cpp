@@ -50,14 +50,16 @@ CDevicePort::~CDevicePort() {
 }
 
 void CDevicePort::Read(std::uint64_t address, void* buffer, size_t* size) {
-    Optivo::ICamDevice* camera = m_device->Camera();
-    CheckAccess(camera == nullptr ? GC_ERR_NOT_AVAILABLE : camera->ReadPort(address, buffer, size),
+    const auto& camera = m_device->Camera();
+    CheckAccess(camera ? camera.Call(&Optivo::ICamDevice::ReadPort, address, buffer, size)
+                       : GC_ERR_NOT_AVAILABLE,
                 address);
 }
 
 void CDevicePort::Write(std::uint64_t address, const void* buffer, size_t* size) {
-    Optivo::ICamDevice* camera = m_device->Camera();
-    CheckAccess(camera == nullptr ? GC_ERR_NOT_AVAILABLE : camera->WritePort(address, buffer, size),
+    const auto& camera = m_device->Camera();
+    CheckAccess(camera ? camera.Call(&Optivo::ICamDevice::WritePort, address, buffer, size)
+                       : GC_ERR_NOT_AVAILABLE,
                 address);
 }
 
@@ -65,8 +67,9 @@ void CDevicePort::GetPortURL(char* buffer, size_t* size) {
     if (buffer == nullptr) {
         throw invalid_buffer_error("Invalid buffer");
     }
-    Optivo::ICamDevice* camera = m_device->Camera();
-    if (camera == nullptr || camera->GetInfo(Optivo::kDeviceXmlUrl, buffer, size) != 0) {
+    const auto& camera = m_device->Camera();
+    if (!camera ||
+        camera.Call(&Optivo::ICamDevice::GetInfo, Optivo::kDeviceXmlUrl, buffer, size) != 0) {
         throw invalid_buffer_error("Buffer too small");
     }
 }
@@ -106,10 +109,10 @@ void CDevicePort::RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) {
                              Optivo::UInt32 high, void* context) {
         static_cast<CDevicePort*>(context)->OnEvent(eventId, low, high);
     };
-    if (Optivo::ICamDevice* camera = m_device->Camera()) {
+    if (const auto& camera = m_device->Camera()) {
         const boost::lock_guard<boost::mutex> lock(m_callbackLock);
         m_callbackInstalled = true;
-        camera->RegisterEventCallback(callback, this);
+        camera.Call(&Optivo::ICamDevice::RegisterEventCallback, callback, this);
     }
     m_event->Register();
     handle = static_cast<CEventObj*>(m_event.get());
@@ -117,9 +120,9 @@ void CDevicePort::RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) {
 
 void CDevicePort::UnregisterEvent(EVENT_TYPE type) {
     RequireRemoteDeviceEvent(type);
-    if (Optivo::ICamDevice* camera = m_device->Camera()) {
+    if (const auto& camera = m_device->Camera()) {
         const boost::lock_guard<boost::mutex> lock(m_callbackLock);
-        if (camera->RegisterEventCallback(nullptr, this) == 0) {
+        if (camera.Call(&Optivo::ICamDevice::RegisterEventCallback, nullptr, this) == 0) {
             m_callbackInstalled = false;
         }
     }

@@ -90,7 +90,7 @@ void AnswerDeviceInfo(const CDeviceInfo& info, DEVICE_INFO_CMD command, const In
 } // namespace
 
 CInterface::CInterface(boost::shared_ptr<CInterfaceInfo> info, CTL* owner,
-                       CamPtr<Optivo::ICamInterface> camera)
+                       CCameraObject<Optivo::ICamInterface> camera)
     : m_info(std::move(info)), m_owner(owner), m_camera(std::move(camera)) {
     PublishHandle();
 }
@@ -106,18 +106,21 @@ CInterface::~CInterface() {
 }
 
 void CInterface::Read(std::uint64_t address, void* buffer, size_t* size) {
-    ThrowPortFailure(m_camera->ReadPort(address, buffer, size), address);
+    ThrowPortFailure(m_camera.Call(&Optivo::ICamInterface::ReadPort, address, buffer, size),
+                     address);
 }
 
 void CInterface::Write(std::uint64_t address, const void* buffer, size_t* size) {
-    ThrowPortFailure(m_camera->WritePort(address, buffer, size), address);
+    ThrowPortFailure(m_camera.Call(&Optivo::ICamInterface::WritePort, address, buffer, size),
+                     address);
 }
 
 void CInterface::GetPortURL(char* buffer, size_t* size) {
     if (buffer == nullptr) {
         throw std::invalid_argument("Invalid buffer");
     }
-    if (m_camera->ReadPort(Optivo::kInterfaceXmlUrl, buffer, size) != 0) {
+    if (m_camera.Call(&Optivo::ICamInterface::ReadPort, Optivo::kInterfaceXmlUrl, buffer, size) !=
+        0) {
         throw std::invalid_argument("Buffer too small");
     }
 }
@@ -184,15 +187,15 @@ CDevice* CInterface::OpenDevice(const char* id, std::uint32_t flags) {
     const std::string deviceId = listed->GetID();
     auto info = boost::make_shared<CDeviceInfo>(*listed);
 
-    Optivo::ICamDevice* camera = nullptr;
-    const Optivo::Int32 result = m_camera->OpenDevice(deviceId.c_str(), &camera);
-    CamPtr<Optivo::ICamDevice> owned(camera);
+    CCameraObject<Optivo::ICamDevice> camera;
+    const Optivo::Int32 result =
+        m_camera.Call(&Optivo::ICamInterface::OpenDevice, deviceId.c_str(), camera.Receive());
     CheckOpened(result, deviceId);
 
     const boost::lock_guard<boost::mutex> lock(m_openDevicesLock);
     m_openDevices.reserve(m_openDevices.size() + 1);
     auto* device =
-        new (std::nothrow) CDevice(this, deviceId, std::move(info), std::move(owned), flags);
+        new (std::nothrow) CDevice(this, deviceId, std::move(info), std::move(camera), flags);
     if (device == nullptr) {
         throw std::runtime_error("Unable to create Device");
     }
@@ -212,13 +215,12 @@ void CInterface::GetDeviceID(std::uint32_t index, std::string& id) {
 }
 
 boost::shared_ptr<CDeviceInfo> CInterface::Describe(const std::string& name) {
-    Optivo::ICamDevice* opened = nullptr;
-    m_camera->GetDevice(name.c_str(), &opened);
-    CamPtr<Optivo::ICamDevice> description(opened);
+    CCameraObject<Optivo::ICamDevice> description;
+    m_camera.Call(&Optivo::ICamInterface::GetDevice, name.c_str(), description.Receive());
     const auto readText = [&](Optivo::DeviceInfoKey key) {
         return ReadCameraText<kInfoCapacity>([&](char* buffer, Optivo::Size* size) {
             if (description) {
-                description->GetInfo(key, buffer, size);
+                description.Call(&Optivo::ICamDevice::GetInfo, key, buffer, size);
             }
         });
     };
@@ -230,24 +232,25 @@ boost::shared_ptr<CDeviceInfo> CInterface::Describe(const std::string& name) {
     info->m_tlType = readText(Optivo::kDeviceTLType);
     if (description) {
         Optivo::Size size = sizeof info->m_status;
-        description->GetInfo(Optivo::kDeviceStatus, &info->m_status, &size);
+        description.Call(&Optivo::ICamDevice::GetInfo, Optivo::kDeviceStatus, &info->m_status,
+                         &size);
     }
     info->m_version = readText(Optivo::kDeviceVersion);
     info->m_userDefinedName = readText(Optivo::kDeviceUserDefinedName);
     info->m_custom14 = readText(Optivo::kDeviceCustom14);
     info->m_custom15 = readText(Optivo::kDeviceCustom15);
-    GiveBack(std::move(description));
+    description.GiveBack();
     return info;
 }
 
 CInterface::Infos CInterface::DiscoverDevices(std::uint32_t timeout) {
     Optivo::UInt32 count = 0;
-    m_camera->UpdateDeviceList(&count, timeout);
+    m_camera.Call(&Optivo::ICamInterface::UpdateDeviceList, &count, timeout);
     Infos found;
     for (Optivo::UInt32 index = 0; index < count; ++index) {
         found.push_back(
             Describe(ReadCameraText<kNameCapacity>([&](char* buffer, Optivo::Size* size) {
-                m_camera->GetDeviceName(index, buffer, size);
+                m_camera.Call(&Optivo::ICamInterface::GetDeviceName, index, buffer, size);
             })));
     }
     return found;
@@ -296,9 +299,9 @@ void CInterface::Close() {
         }
         m_openDevices.clear();
     }
-    CamPtr<Optivo::ICamInterface> camera = std::move(m_camera);
+    CCameraObject<Optivo::ICamInterface> camera = std::move(m_camera);
     delete this;
-    GiveBack(std::move(camera));
+    camera.GiveBack();
 }
 
 boost::shared_ptr<CInterfaceInfo> CInterface::GetInterfaceInfo() {

@@ -25,7 +25,7 @@ class CInterface final : public ICommonBase {
 public:
     // camera is not null.
     CInterface(boost::shared_ptr<CInterfaceInfo> info, CTL* owner,
-               CamPtr<Optivo::ICamInterface> camera);
+               CCameraObject<Optivo::ICamInterface> camera);
     // Destroys the devices that are still open.
     ~CInterface() override;
     CInterface(const CInterface&) = delete;
@@ -88,7 +88,7 @@ private:
     mutable boost::mutex m_openDevicesLock;
     std::vector<CDevice*> m_openDevices; // owned
     Infos m_devices;
-    CamPtr<Optivo::ICamInterface> m_camera;
+    CCameraObject<Optivo::ICamInterface> m_camera;
 };
 
 } // namespace GenICam::Client

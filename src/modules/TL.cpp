@@ -28,9 +28,7 @@ constexpr std::uint64_t kXml = 0x940;
 } // namespace
 
 CTL::CTL() : m_registers(kNumReservedRegisters) {
-    Optivo::ICamSystem* system = nullptr;
-    GetSystem(&system);
-    m_system.reset(system);
+    CallGetSystem(m_system.Receive());
     if (!m_system) {
         throw std::runtime_error("Unable to reach the camera library");
     }
@@ -51,9 +49,9 @@ CTL::~CTL() {
 
 void CTL::Close() {
     RetireHandle();
-    CamPtr<Optivo::ICamSystem> system = std::move(m_system);
+    CCameraObject<Optivo::ICamSystem> system = std::move(m_system);
     delete this;
-    GiveBack(std::move(system));
+    system.GiveBack();
 }
 
 void CTL::DefineRegisters() {
@@ -182,20 +180,19 @@ void CTL::GetInterfaceID(std::string& id, std::uint32_t index) {
 
 CTL::Infos CTL::DiscoverInterfaces(std::uint32_t timeout) {
     Optivo::UInt32 count = 0;
-    m_system->UpdateInterfaceList(&count, timeout);
+    m_system.Call(&Optivo::ICamSystem::UpdateInterfaceList, &count, timeout);
     Infos found;
     for (Optivo::UInt32 index = 0; index < count; ++index) {
         const std::string name =
             ReadCameraText<kNameCapacity>([&](char* buffer, Optivo::Size* size) {
-                m_system->GetInterfaceName(index, buffer, size);
+                m_system.Call(&Optivo::ICamSystem::GetInterfaceName, index, buffer, size);
             });
-        Optivo::ICamInterface* opened = nullptr;
-        m_system->GetInterface(name.c_str(), &opened);
-        CamPtr<Optivo::ICamInterface> description(opened);
+        CCameraObject<Optivo::ICamInterface> description;
+        m_system.Call(&Optivo::ICamSystem::GetInterface, name.c_str(), description.Receive());
         const auto readText = [&](Optivo::UInt64 key) {
             return ReadCameraText<kInfoCapacity>([&](char* buffer, Optivo::Size* size) {
                 if (description) {
-                    description->ReadPort(key, buffer, size);
+                    description.Call(&Optivo::ICamInterface::ReadPort, key, buffer, size);
                 }
             });
         };
@@ -203,7 +200,7 @@ CTL::Infos CTL::DiscoverInterfaces(std::uint32_t timeout) {
         const std::string tlType = readText(Optivo::kInterfaceTLType);
         found.push_back(
             boost::make_shared<CInterfaceInfo>(prefix.c_str(), name.c_str(), tlType.c_str()));
-        GiveBack(std::move(description));
+        description.GiveBack();
     }
     return found;
 }
@@ -278,15 +275,14 @@ CInterface* CTL::OpenInterface(const char* id) {
     if (found == m_infos.end()) {
         throw std::runtime_error(Format("Invalid interface name %s", wanted));
     }
-    Optivo::ICamInterface* camera = nullptr;
-    m_system->OpenInterface((*found)->GetID().c_str(), &camera);
-    CamPtr<Optivo::ICamInterface> owned(camera);
-    if (!owned) {
+    CCameraObject<Optivo::ICamInterface> camera;
+    m_system.Call(&Optivo::ICamSystem::OpenInterface, (*found)->GetID().c_str(), camera.Receive());
+    if (!camera) {
         throw std::runtime_error(Format("Unable to open interface %s", wanted));
     }
     m_openInterfaces.reserve(m_openInterfaces.size() + 1);
     auto info = boost::make_shared<CInterfaceInfo>(**found);
-    return m_openInterfaces.emplace_back(new CInterface(std::move(info), this, std::move(owned)));
+    return m_openInterfaces.emplace_back(new CInterface(std::move(info), this, std::move(camera)));
 }
 
 void CTL::GetInterfaceInfo(const char* id, INTERFACE_INFO_CMD command, INFO_DATATYPE* type,

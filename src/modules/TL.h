@@ -85,7 +85,7 @@ private:
     bool m_listUpdated = false;
     CRegisterMap m_registers;
     std::size_t m_xmlSize = 0;
-    CamPtr<Optivo::ICamSystem> m_system;
+    CCameraObject<Optivo::ICamSystem> m_system;
 };
 
 } // namespace GenICam::Client

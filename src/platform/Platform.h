@@ -1,5 +1,5 @@
 // What the module needs of the operating system: its own file, its resources, a tick counter and
-// memory. Each target has one Platform.cpp, the only files that include headers of the system.
+// memory. Each target has a folder with the only files that include headers of the system.
 // This room knows nothing of the rest of the producer.
 #pragma once
 
