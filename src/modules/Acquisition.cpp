@@ -24,6 +24,19 @@ constexpr Optivo::Int32 kGrabThrew = GC_ERR_ERROR;
 // A grab result that turns a timed-out wait into a success.
 constexpr Optivo::Int32 kGrabNothingExpected = -4;
 
+// Runs calls of the library; false when they threw. An interruption of the thread passes.
+template <class Calls>
+bool RunsThrough(Calls&& calls) {
+    try {
+        calls();
+        return true;
+    } catch (const boost::thread_interrupted&) {
+        throw;
+    } catch (...) {
+        return false;
+    }
+}
+
 } // namespace
 
 void CDataStream::ResetCounters() {
@@ -46,6 +59,7 @@ void CDataStream::LaunchThread() {
         m_hold.reset();
         m_acquiring = false;
         m_grabbing = false;
+        RunsThrough([this] { m_camera.Call(&Optivo::ICamStream::StopAcquisition, 0); });
         throw std::runtime_error("Unable to start acquisition");
     }
 }
@@ -62,11 +76,13 @@ void CDataStream::StartAcquisition(ACQ_START_FLAGS /*flags*/, std::uint64_t coun
     if (m_camera.Call(&Optivo::ICamStream::StartAcquisition, 0, m_remaining) != 0) {
         throw std::runtime_error("Unable to start acquisition");
     }
+    m_isPayloadSizeTold = false;
     LearnPayloadSize();
     if (HasSmallBuffer()) {
         ReserveScratch();
     }
     ResetCounters();
+    m_lastGrab.store(0, std::memory_order_relaxed);
     m_grabbing = true;
     m_acquiring = true;
     LaunchThread();
@@ -84,50 +100,41 @@ void CDataStream::StopAcquisition(ACQ_STOP_FLAGS /*flags*/) {
     m_thread.reset();
 }
 
-// The size that was told last counts while the camera does not tell; before, no buffer is too
-// small.
+// Images may have grown since the camera told their size before, so that this holds for one
+// acquisition; until it is told, what was told before is the best guess.
 void CDataStream::LearnPayloadSize() {
-    if (const std::uint64_t told = PayloadSize(); told != 0) {
+    std::uint64_t told = 0;
+    m_isPayloadSizeTold = RunsThrough([&] {
+                              if (CameraValue(Optivo::kStreamPayloadSize, nullptr, told) != 0) {
+                                  told = 0;
+                              }
+                          }) &&
+                          told != 0;
+    if (m_isPayloadSizeTold) {
         m_payloadSize = told;
     }
 }
 
-// 0 when the camera does not tell.
-std::uint64_t CDataStream::PayloadSize() {
-    std::uint64_t value = 0;
-    try {
-        if (CameraValue(Optivo::kStreamPayloadSize, nullptr, value) != 0) {
-            value = 0;
-        }
-    } catch (...) {
-        value = 0;
-    }
-    return value;
-}
-
 // Nothing catches a buffer without memory: it ends the process.
 void CDataStream::AcquisitionLoop() noexcept {
-    m_grabbing = true;
-    ResetCounters();
     try {
         SetWaitTime();
         while (m_acquiring && m_remaining != 0 && AcquireNext()) {
         }
-    } catch (const boost::thread_interrupted&) { // NOLINT(bugprone-empty-catch): ends the loop
+    } catch (const boost::thread_interrupted&) {
+        if (CBufferInfo* filling = m_filling.load(std::memory_order_relaxed)) {
+            EndWithoutImage(*filling, false);
+        }
     }
-    EndFill();
     m_grabbing = false;
 }
 
+// The camera's own time-out does as well.
 void CDataStream::SetWaitTime() {
     Optivo::UInt32 milliseconds = 1000;
     Optivo::Size size = sizeof milliseconds;
-    try {
-        m_camera.Call(&Optivo::ICamStream::SetStreamParameter, 2, &milliseconds, &size);
-    } catch (const boost::thread_interrupted&) {
-        throw;
-    } catch (...) { // NOLINT(bugprone-empty-catch): the camera's own time-out does as well
-    }
+    RunsThrough(
+        [&] { m_camera.Call(&Optivo::ICamStream::SetStreamParameter, 2, &milliseconds, &size); });
 }
 
 // False when the acquisition is over. Polls without a pause: the library may wait for the image.
@@ -156,17 +163,17 @@ bool CDataStream::AcquireNext() {
         Deliver(buffer);
         return true;
     case Optivo::kGrabNothingYet:
-        PutBack(buffer);
+        EndWithoutImage(buffer, true);
         return true;
     case Optivo::kGrabLost:
-        PutBack(buffer);
+        EndWithoutImage(buffer, true);
         m_numLost.fetch_add(1, std::memory_order_relaxed);
         return true;
     case Optivo::kGrabEnded:
-        PutBack(buffer);
+        EndWithoutImage(buffer, true);
         return false;
     default:
-        EndFill();
+        EndWithoutImage(buffer, false);
         return false;
     }
 }
@@ -174,14 +181,9 @@ bool CDataStream::AcquireNext() {
 // False when the library threw, which ends the acquisition as it does in a grab.
 bool CDataStream::QueryImageReady(Optivo::UInt32& ready) {
     Optivo::Size size = sizeof ready;
-    try {
+    return RunsThrough([&] {
         m_camera.Call(&Optivo::ICamStream::GetStreamInfo, Optivo::kStreamImageReady, &ready, &size);
-        return true;
-    } catch (const boost::thread_interrupted&) {
-        throw;
-    } catch (...) {
-        return false;
-    }
+    });
 }
 
 // Takes an image for which there is no buffer; false when the acquisition is over.
@@ -200,13 +202,8 @@ bool CDataStream::DropImage() {
 
 Optivo::Int32 CDataStream::Grab(void* memory) {
     Optivo::Int32 result = kGrabThrew;
-    try {
-        result = m_camera.Call(&Optivo::ICamStream::GrabImage, memory, kGrabTimeout);
-    } catch (const boost::thread_interrupted&) {
-        throw;
-    } catch (...) {
-        result = kGrabThrew;
-    }
+    RunsThrough(
+        [&] { result = m_camera.Call(&Optivo::ICamStream::GrabImage, memory, kGrabTimeout); });
     m_lastGrab.store(result, std::memory_order_relaxed);
     return result;
 }
@@ -215,7 +212,7 @@ Optivo::Int32 CDataStream::Fill(CBufferInfo& buffer) {
     if (buffer.Memory() == nullptr) {
         throw std::runtime_error("Invalid Memory Buffer");
     }
-    if (m_payloadSize == 0) {
+    if (!m_isPayloadSizeTold) {
         LearnPayloadSize();
     }
     return buffer.Size() < m_payloadSize ? FillSmall(buffer) : Grab(buffer.Memory());
@@ -242,34 +239,73 @@ Optivo::Int32 CDataStream::FillSmall(CBufferInfo& buffer) {
     return result;
 }
 
+void CDataStream::CountDelivered(CBufferInfo& buffer, std::uint64_t ticks) {
+    buffer.SetState(false, true, true);
+    buffer.SetTimestamp(ticks);
+    m_numDelivered.fetch_add(1, std::memory_order_relaxed);
+    if (m_remaining.load(std::memory_order_relaxed) != kWithoutLimit) {
+        m_remaining.fetch_sub(1, std::memory_order_relaxed);
+    }
+}
+
+// The image in a buffer that was dropped meanwhile is lost.
 void CDataStream::Deliver(CBufferInfo& buffer) {
     const std::uint64_t ticks = Platform::PerformanceCounter();
     bool waiting = false;
     {
         const auto output = LockedSoon(m_outputLock);
-        if (!m_fillDropped) {
-            buffer.SetState(false, true, true);
-            buffer.SetTimestamp(ticks);
-            m_numDelivered.fetch_add(1, std::memory_order_relaxed);
-            if (m_remaining.load(std::memory_order_relaxed) != kWithoutLimit) {
-                m_remaining.fetch_sub(1, std::memory_order_relaxed);
+        if (m_discardedFill == nullptr) {
+            if (m_fillDropped) {
+                m_numLost.fetch_add(1, std::memory_order_relaxed);
+            } else {
+                CountDelivered(buffer, ticks);
+                m_output.PushBack(&buffer);
+                waiting = m_outputFilled.Grant();
             }
-            m_output.PushBack(&buffer);
-            waiting = m_outputFilled.Grant();
+            EndFill();
         }
+    }
+    if (m_filling.load(std::memory_order_relaxed) != nullptr) {
+        EndDiscarded(buffer, ticks);
+    } else if (waiting) {
+        m_outputFilled.Notify();
+    }
+}
+
+void CDataStream::EndWithoutImage(CBufferInfo& buffer, bool putBack) {
+    {
+        const auto input = LockedSoon(m_inputLock);
+        if (m_discardedFill == nullptr) {
+            if (putBack && !m_fillDropped) {
+                m_input.PushFront(&buffer);
+            }
+            EndFill();
+            return;
+        }
+    }
+    EndDiscarded(buffer, std::nullopt);
+}
+
+// The buffer waits in the output queue, unless consumers have taken it out or queued it since: then
+// the image is lost.
+void CDataStream::EndDiscarded(CBufferInfo& buffer, std::optional<std::uint64_t> ticks) {
+    bool waiting = false;
+    {
+        const auto input = LockedSoon(m_inputLock);
+        const auto output = LockedSoon(m_outputLock);
+        const bool isInOutput = m_discardedFill != nullptr && m_output.Contains(&buffer);
+        if (ticks && isInOutput && !buffer.IsQueued()) {
+            CountDelivered(buffer, *ticks);
+        } else if (ticks) {
+            m_numLost.fetch_add(1, std::memory_order_relaxed);
+        }
+        waiting = isInOutput && m_outputFilled.Grant();
+        m_discardedFill = nullptr;
         EndFill();
     }
     if (waiting) {
         m_outputFilled.Notify();
     }
-}
-
-void CDataStream::PutBack(CBufferInfo& buffer) {
-    const auto input = LockedSoon(m_inputLock);
-    if (!m_fillDropped) {
-        m_input.PushFront(&buffer);
-    }
-    EndFill();
 }
 
 void CDataStream::EndFill() {
@@ -287,13 +323,18 @@ GC_ERROR CDataStream::TimeoutResult() const {
     }
 }
 
+// The oldest buffer of the output queue, taken out; null when there is none whose fill has ended.
+CBufferInfo* CDataStream::TakeOutput() {
+    return m_output.PopFirstBut(m_discardedFill);
+}
+
 // The buffer is taken before the arguments are looked at.
 GC_ERROR CDataStream::WaitNewBuffer(void* buffer, size_t* size, std::uint64_t timeout) {
     const CCallCounter::CScope inside(m_calls);
-    m_waitAbort.store(false, std::memory_order_relaxed);
     auto output = LockedSoon(m_outputLock);
     m_waitAbort.store(false, std::memory_order_relaxed);
-    if (m_output.Empty()) {
+    CBufferInfo* filled = TakeOutput();
+    if (filled == nullptr) {
         const WaitResult ended = m_outputFilled.Wait(output, timeout);
         if (ended == WaitResult::TimedOut) {
             return TimeoutResult();
@@ -301,11 +342,11 @@ GC_ERROR CDataStream::WaitNewBuffer(void* buffer, size_t* size, std::uint64_t ti
         if (ended == WaitResult::Closed || m_waitAbort.load(std::memory_order_relaxed)) {
             throw abort_error("Wait terminated");
         }
-        if (m_output.Empty()) {
+        filled = TakeOutput();
+        if (filled == nullptr) {
             return GC_ERR_NO_DATA;
         }
     }
-    CBufferInfo* filled = m_output.PopFront();
     filled->SetState(false, true, false);
     // Read here: without the lock another thread may revoke the buffer.
     const EVENT_NEW_BUFFER_DATA data{HandleOf(filled), filled->PrivateData()};

@@ -38,6 +38,23 @@ public:
         return buffer;
     }
 
+    // Removes and returns the first buffer that is not this one; null when there is none.
+    CBufferInfo* PopFirstBut(const CBufferInfo* other) {
+        const auto found = std::find_if(m_buffers.begin(), m_buffers.end(),
+                                        [other](const auto* buffer) { return buffer != other; });
+        if (found == m_buffers.end()) {
+            return nullptr;
+        }
+        CBufferInfo* buffer = *found;
+        m_buffers.rerase(found); // moves those in front of it
+        Publish();
+        return buffer;
+    }
+
+    bool Contains(const CBufferInfo* buffer) const {
+        return std::find(m_buffers.begin(), m_buffers.end(), buffer) != m_buffers.end();
+    }
+
     // Removes every occurrence.
     void Remove(const CBufferInfo* buffer) {
         m_buffers.erase(std::remove(m_buffers.begin(), m_buffers.end(), buffer), m_buffers.end());

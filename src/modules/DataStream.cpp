@@ -91,6 +91,7 @@ CDataStream::~CDataStream() {
     JoinThread();
     LeaveDevice();
     CStreamRegistry::Instance().Remove(this);
+    m_calls.Drain();
     CStreamRegistry::Instance().Keep(m_camera.Release(), m_announced);
 }
 

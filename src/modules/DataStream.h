@@ -101,6 +101,8 @@ public:
     bool BeginClosing() { return !m_closing.exchange(true); }
     // Takes a buffer out of both queues, and waits for a fill of it to end. Its state is clear.
     void DropBuffer(const CBufferInfo& buffer);
+    // What this object's destruction waits for.
+    CCallCounter& Calls() { return m_calls; }
 
 private:
     class CInputLock;
@@ -116,7 +118,9 @@ private:
     Optivo::Int32 FillSmall(CBufferInfo& buffer);
     bool ReserveScratch() noexcept;
     void Deliver(CBufferInfo& buffer);
-    void PutBack(CBufferInfo& buffer);
+    void CountDelivered(CBufferInfo& buffer, std::uint64_t ticks);
+    void EndWithoutImage(CBufferInfo& buffer, bool putBack);
+    void EndDiscarded(CBufferInfo& buffer, std::optional<std::uint64_t> ticks);
     void EndFill();
     Optivo::Int32 Grab(void* memory);
 
@@ -125,7 +129,6 @@ private:
     void ReleaseAll();
     void LeaveDevice();
     void ResetCounters();
-    std::uint64_t PayloadSize();
     void LearnPayloadSize();
 
     template <class Value>
@@ -133,6 +136,7 @@ private:
     CBufferInfo* Announce(std::unique_ptr<CBufferInfo> buffer);
     std::size_t NumAnnounced();
     bool HasSmallBuffer();
+    CBufferInfo* TakeOutput();
     GC_ERROR TimeoutResult() const;
 
     // Moves between the queues; the locks that each needs are held.
@@ -178,12 +182,17 @@ private:
     std::atomic<std::int32_t> m_lastGrab{0};
     std::atomic<bool> m_grabbing{false};
 
-    // The buffer that the thread fills: set under the input lock, and cleared when the thread will
-    // not touch the buffer again. Dropping it meanwhile sets m_fillDropped, under both locks.
+    // The buffer that the thread fills: set under the input lock, and cleared under one of the
+    // locks when the thread will not touch the buffer again. Dropping it meanwhile sets
+    // m_fillDropped, under both locks.
     std::atomic<CBufferInfo*> m_filling{nullptr};
     bool m_fillDropped = false;
+    // The same buffer once a flush has put it into the output queue, from where nobody gets it
+    // before its fill ends. Changed under both locks.
+    const CBufferInfo* m_discardedFill = nullptr;
     // Smaller buffers than this are filled through m_scratch.
     std::uint64_t m_payloadSize = 0;
+    bool m_isPayloadSizeTold = false; // by the camera, in this acquisition
     std::uint64_t m_scratchSize = 0;
     std::unique_ptr<char[]> m_scratch;
 

@@ -109,6 +109,7 @@ void CDataStream::DropBuffer(const CBufferInfo& buffer) {
         m_output.Remove(&buffer);
         if (m_filling.load(std::memory_order_relaxed) == &buffer) {
             m_fillDropped = true;
+            m_discardedFill = nullptr;
         }
     }
     for (CPatience patience; m_filling.load(std::memory_order_acquire) == &buffer;) {
@@ -189,7 +190,7 @@ void CDataStream::AppendUnqueued(bool evenDelivered) {
 }
 
 // Every announced buffer ends in the output queue, from where a wait delivers it although its
-// state is clear.
+// state is clear; the one that is being filled, when that has ended.
 void CDataStream::DiscardAll() {
     const boost::lock_guard<boost::mutex> lock(m_announcedLock);
     m_output.Reserve(m_announced.size() + 2);
@@ -198,6 +199,9 @@ void CDataStream::DiscardAll() {
     for (CBufferInfo* buffer : m_announced) {
         buffer->SetState(false, false, false);
         m_output.PushBack(buffer);
+        if (buffer == m_filling.load(std::memory_order_relaxed)) {
+            m_discardedFill = buffer;
+        }
     }
 }
 

@@ -6,6 +6,7 @@
 
 #include <boost/thread/lock_guard.hpp>
 
+#include <list>
 #include <new>
 
 namespace GenICam::Client {
@@ -28,9 +29,17 @@ void CStreamRegistry::Remove(const CDataStream* stream) noexcept {
     }
 }
 
-void CStreamRegistry::DropEverywhere(CBufferInfo& buffer) {
-    const boost::lock_guard<boost::mutex> lock(m_mutex);
-    for (CDataStream* stream : m_streams) {
+void CStreamRegistry::DropEverywhere(const CBufferInfo& buffer) {
+    std::vector<CDataStream*> streams;
+    std::list<CCallCounter::CScope> inside; // a stream that closes waits for us
+    {
+        const boost::lock_guard<boost::mutex> lock(m_mutex);
+        streams = m_streams;
+        for (CDataStream* stream : streams) {
+            inside.emplace_back(stream->Calls());
+        }
+    }
+    for (CDataStream* stream : streams) {
         stream->DropBuffer(buffer);
     }
 }
@@ -40,16 +49,22 @@ void CStreamRegistry::Keep(Optivo::ICamStream* camera,
     if (camera == nullptr && buffers.empty()) {
         return;
     }
-    const boost::lock_guard<boost::mutex> lock(m_mutex);
+    for (CBufferInfo* buffer : buffers) {
+        buffer->RetireHandle();
+        buffer->m_owner = nullptr;
+    }
     try {
+        for (const CBufferInfo* buffer : buffers) {
+            if (buffer->m_strayed) {
+                DropEverywhere(*buffer);
+            }
+        }
+        const boost::lock_guard<boost::mutex> lock(m_mutex);
         if (camera != nullptr) {
             m_keptStreams.push_back(camera);
         }
         m_keptBuffers.insert(m_keptBuffers.end(), buffers.begin(), buffers.end());
     } catch (const std::bad_alloc&) { // NOLINT(bugprone-empty-catch): they are lost either way
-    }
-    for (CBufferInfo* buffer : buffers) {
-        buffer->m_owner = nullptr;
     }
 }
 

@@ -24,9 +24,11 @@ public:
 
     void Add(CDataStream* stream);
     void Remove(const CDataStream* stream) noexcept;
-    // Takes a buffer out of every queue of every stream, and waits for a fill of it to end.
-    void DropEverywhere(CBufferInfo& buffer);
-    // Keeps the camera's stream (may be null) and the buffers of a closed stream for good.
+    // Takes a buffer out of every queue of every stream, and waits for a fill of it to end; other
+    // streams come and go meanwhile. Throws std::bad_alloc.
+    void DropEverywhere(const CBufferInfo& buffer);
+    // Keeps the camera's stream (may be null) and the buffers of a closed stream for good. The
+    // buffers' handles mean nothing from here on, and no stream uses their memory.
     void Keep(Optivo::ICamStream* camera, const std::deque<CBufferInfo*>& buffers) noexcept;
 
 private:

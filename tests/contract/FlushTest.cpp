@@ -272,15 +272,122 @@ TEST_F(RunningFlushTest, BufferThatIsBeingFilledStaysOut) {
     EXPECT_EQ(FetchAll(), (std::vector{buffers[1], buffers[0]}));
 }
 
-TEST_F(RunningFlushTest, DiscardedWhileItIsFilledABufferIsDeliveredOnceMore) {
-    StartWith(1);
-    HangInGrab();
-    EXPECT_OK(gentl.DSFlushQueue(stream, 4));
+// The first of the buffers is being filled when a flush discards all of them.
+class DiscardedFillTest : public MonoStreamTest {
+protected:
+    void SetUp() override {
+        ASSERT_NO_FATAL_FAILURE(MonoStreamTest::SetUp());
+        StartWith(2);
+        HangInGrab();
+        EXPECT_OK(gentl.DSFlushQueue(stream, 4));
+        ExpectLengths(0, 2);
+        ExpectFlags(buffers[0], false, false);
+    }
+
+    void EndFill() {
+        OptivoSim_Release();
+        ASSERT_TRUE(Eventually([&] { return NumDelivered() + NumUnderrun() == 1; }));
+    }
+};
+
+TEST_F(DiscardedFillTest, ItIsFetchedOnceWithItsImage) {
+    EXPECT_EQ(FetchAll(), std::vector{buffers[1]});
     ExpectLengths(0, 1);
-    ExpectFlags(buffers[0], false, false);
+    EndFill();
+    EXPECT_EQ(NumDelivered(), 1U);
+    ExpectFlags(buffers[0], false, true);
+    ExpectNotRevocable(buffers[0]);
+    EXPECT_EQ(FetchAll(), std::vector{buffers[0]});
+    EXPECT_TRUE(HoldsImage(Memory(buffers[0]), 0));
+    ExpectLengths(0, 0);
+}
+
+TEST_F(DiscardedFillTest, ItKeepsItsPlace) {
+    EndFill();
+    EXPECT_EQ(FetchAll(), buffers);
+}
+
+TEST_F(DiscardedFillTest, AWaitForItEndsWithTheFill) {
+    ASSERT_EQ(FetchAll(), std::vector{buffers[1]});
+    auto waiting = WaitElsewhere();
+    EXPECT_FALSE(IsReady(waiting, 50));
     OptivoSim_Release();
+    const NewBuffer image = waiting.get();
+    EXPECT_OK(image.code);
+    EXPECT_EQ(image.handle, buffers[0]);
+}
+
+TEST_F(DiscardedFillTest, AWaitForItEndsWithAFillThatBringsNoImage) {
+    ASSERT_EQ(FetchAll(), std::vector{buffers[1]});
+    auto waiting = WaitElsewhere();
+    EXPECT_FALSE(IsReady(waiting, 50));
+    ASSERT_EQ(OptivoSim_Unplug(camera.c_str()), 1);
+    OptivoSim_Release();
+    const NewBuffer discarded = waiting.get();
+    EXPECT_OK(discarded.code);
+    EXPECT_EQ(discarded.handle, buffers[0]);
+    ExpectLengths(0, 0);
+    EXPECT_EQ(NumDelivered(), 0U);
+    EXPECT_FALSE(IsGrabbing());
+}
+
+TEST_F(DiscardedFillTest, ADiscardOfTheOutputLosesTheImage) {
+    EXPECT_OK(gentl.DSFlushQueue(stream, 1));
+    EndFill();
+    EXPECT_EQ(NumUnderrun(), 1U);
+    ExpectLengths(0, 0);
+    ExpectFlags(buffers[0], false, false);
+}
+
+TEST_F(DiscardedFillTest, ABufferThatIsQueuedAgainMeanwhileStaysQueued) {
+    EXPECT_OK(gentl.DSFlushQueue(stream, 1));
+    EXPECT_OK(gentl.DSQueueBuffer(stream, buffers[0]));
+    EndFill();
+    EXPECT_EQ(NumUnderrun(), 1U);
+    ExpectLengths(1, 0);
+    ExpectFlags(buffers[0], true, false);
+    Produce(1);
+    EXPECT_EQ(WaitBuffer().handle, buffers[0]);
+    EXPECT_TRUE(HoldsImage(Memory(buffers[0]), 1));
+}
+
+TEST_F(DiscardedFillTest, ABufferThatWaitsInBothQueuesIsNotTornByItsFill) {
+    EXPECT_OK(gentl.DSQueueBuffer(stream, buffers[0]));
+    EndFill();
+    EXPECT_EQ(NumUnderrun(), 1U);
+    ExpectFlags(buffers[0], true, false);
+    EXPECT_EQ(FetchAll(), buffers);
+}
+
+TEST_F(DiscardedFillTest, AllGoBackToTheInputQueueWithoutTheImage) {
+    EXPECT_OK(gentl.DSFlushQueue(stream, 2));
+    ExpectLengths(2, 0);
+    EndFill();
+    EXPECT_EQ(NumUnderrun(), 1U);
+    ExpectLengths(2, 0);
+    Produce(2);
     ASSERT_TRUE(Eventually([&] { return NumAwaitDelivery() == 2; }));
-    EXPECT_EQ(FetchAll(), (std::vector{buffers[0], buffers[0]}));
+    EXPECT_EQ(FetchAll(), buffers);
+}
+
+TEST_F(DiscardedFillTest, RevokedItCountsItsImageAsLost) {
+    auto revoking = std::async(std::launch::async, [&] {
+        return gentl.DSRevokeBuffer(stream, buffers[0], nullptr, nullptr);
+    });
+    EXPECT_FALSE(IsReady(revoking, 50));
+    EndFill();
+    EXPECT_OK(revoking.get());
+    EXPECT_EQ(NumUnderrun(), 1U);
+    EXPECT_EQ(FetchAll(), std::vector{buffers[1]});
+}
+
+TEST_F(DiscardedFillTest, TheNextFillIsAnOrdinaryOne) {
+    EndFill();
+    ASSERT_EQ(FetchAll(), buffers);
+    QueueAll();
+    Produce(2);
+    ASSERT_TRUE(Eventually([&] { return NumAwaitDelivery() == 2; }));
+    EXPECT_EQ(FetchAll(), buffers);
 }
 
 } // namespace

@@ -267,19 +267,6 @@ TEST_F(GrabResultTest, TimeoutWhileImagesAreLostIsATimeout) {
     }
 }
 
-// The most recent grab counts, of whichever acquisition.
-TEST_F(GrabResultTest, LastResultOutlivesStopAndStart) {
-    StartAgainst({"-2", OPTIVO_FAULT_RESULT, -2});
-    EXPECT_TRUE(RunsOut());
-    Stop();
-    EXPECT_FAILS(-1001, "Port is not available", WaitBuffer(1).code);
-    Start();
-    EXPECT_FAILS(-1001, "Port is not available", WaitBuffer(1).code);
-    Produce(1);
-    EXPECT_EQ(WaitBuffer().code, 0);
-    EXPECT_FAILS(-1011, "Timeout", WaitBuffer(1).code);
-}
-
 TEST_F(GrabResultTest, BufferIsFetchedWhateverTheLastResult) {
     for (const int32_t result : {-2, -4, 7}) {
         SCOPED_TRACE(result);
@@ -290,6 +277,23 @@ TEST_F(GrabResultTest, BufferIsFetchedWhateverTheLastResult) {
         Produce(1);
         EXPECT_TRUE(RunsOut());
         EXPECT_EQ(WaitBuffer(1).handle, buffers[0]);
+        RenewStream();
+    }
+}
+
+// What ended the last acquisition says nothing of this one.
+TEST_F(GrabResultTest, IsForgottenByTheNextStart) {
+    for (const int32_t result : {-2, -4}) {
+        SCOPED_TRACE(result);
+        GrabAnswers(result);
+        StartWith(1);
+        Produce(1);
+        ASSERT_TRUE(RunsOut());
+        EXPECT_EQ(WaitBuffer(0).code, result == -2 ? -1001 : 0);
+        Stop();
+        EXPECT_EQ(WaitBuffer(0).code, result == -2 ? -1001 : 0);
+        Start();
+        EXPECT_FAILS(-1011, "Timeout", gentl.EventGetData(newBuffer, nullptr, nullptr, 1));
         RenewStream();
     }
 }

@@ -96,6 +96,76 @@ TEST_F(ForeignBufferTest, RevokingWaitsForTheOtherStreamToFillIt) {
     EXPECT_CODE(-1011, WaitBuffer(5).code);
 }
 
+TEST_F(ForeignBufferTest, RevokingHoldsUpNobodyElse) {
+    QueueInOther();
+    StartOther();
+    HangNextGrab();
+    ASSERT_OK(gentl.DSFlushQueue(stream, 4));
+    Background revoking(
+        [this] { return gentl.DSRevokeBuffer(stream, m_buffer, nullptr, nullptr); });
+    revoking.AwaitSleep();
+    Background opening([this] {
+        DS_HANDLE third = nullptr;
+        const int32_t code = gentl.DevOpenDataStream(device, "DS2", &third);
+        return code != 0 ? code : gentl.DSClose(third);
+    });
+    EXPECT_TRUE(Eventually([&] { return opening.IsDone(); }));
+    EXPECT_FALSE(revoking.IsDone());
+    OptivoSim_Release();
+    EXPECT_OK(opening.Finish());
+    EXPECT_OK(revoking.Finish());
+}
+
+TEST_F(ForeignBufferTest, ClosingTheOtherStreamWaitsForTheRevoking) {
+    QueueInOther();
+    StartOther();
+    HangNextGrab();
+    ASSERT_OK(gentl.DSFlushQueue(stream, 4));
+    Background revoking(
+        [this] { return gentl.DSRevokeBuffer(stream, m_buffer, nullptr, nullptr); });
+    revoking.AwaitSleep();
+    Background closing([this] { return gentl.DSClose(m_other); });
+    closing.AwaitSleep();
+    EXPECT_FALSE(closing.IsDone());
+    OptivoSim_Release();
+    EXPECT_OK(revoking.Finish());
+    EXPECT_OK(closing.Finish());
+    m_other = newBuffer = nullptr;
+}
+
+// It is queued in its own stream too, which therefore keeps it when it closes.
+class KeptForeignBufferTest : public ForeignBufferTest {
+protected:
+    void SetUp() override {
+        ASSERT_NO_FATAL_FAILURE(ForeignBufferTest::SetUp());
+        QueueInOther();
+        CloseStream();
+        // Its helpers ask the stream that is left.
+        stream = std::exchange(m_other, nullptr);
+    }
+};
+
+TEST_F(KeptForeignBufferTest, LeavesTheOtherStream) {
+    EXPECT_EQ(NumQueued(), 0U);
+    Start();
+    Produce(1);
+    EXPECT_TRUE(Eventually([this] { return NumUnderrun() == 1; }));
+}
+
+TEST_F(KeptForeignBufferTest, HasNoHandleAnyMore) {
+    EXPECT_FAILS(-1001, "Invalid Device Handle", gentl.DSQueueBuffer(stream, m_buffer));
+    EXPECT_FAILS(-1001, "Invalid Device Handle",
+                 gentl.DSRevokeBuffer(stream, m_buffer, nullptr, nullptr));
+    size_t size = 8;
+    uint64_t value = 0;
+    EXPECT_FAILS(-1001, "Invalid Device Handle",
+                 gentl.DSGetBufferInfo(stream, m_buffer, 1, nullptr, &value, &size));
+    EXPECT_FAILS(-1009, "Function call on wrong handle or NULL pointer.", [&] {
+        uint32_t count = 0;
+        return gentl.GCGetNumPortURLs(m_buffer, &count) == -1006 ? -1009 : 0;
+    }());
+}
+
 TEST_F(ForeignBufferTest, SurvivesTheStreamThatItIsQueuedIn) {
     QueueInOther();
     CloseOther();
@@ -150,21 +220,6 @@ TEST_F(ForeignBufferTest, IsQueuedByItsOwnStreamAlthoughDeliveredElsewhere) {
 }
 
 // Its own stream goes without it, as it is queued; the other one may go on filling it.
-TEST_F(ForeignBufferTest, OutlivesItsOwnStreamWhileItIsQueued) {
-    QueueInOther();
-    EXPECT_OK(gentl.DSClose(stream));
-    stream = nullptr;
-    StartOther();
-    for (int i = 0; i < 3; ++i) {
-        Produce(1);
-        const NewBuffer image = WaitBuffer();
-        ASSERT_OK(image.code);
-        EXPECT_EQ(image.handle, m_buffer);
-        EXPECT_EQ(image.user, this);
-        ASSERT_OK(gentl.DSQueueBuffer(m_other, m_buffer));
-    }
-}
-
 // Its own stream takes it along, as it seems to be in no queue.
 TEST_F(ForeignBufferTest, EndsWithItsOwnStreamAfterADiscard) {
     QueueInOther();

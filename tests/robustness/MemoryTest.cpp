@@ -167,6 +167,15 @@ TEST_F(SmallBufferTest, IsNoLargerWhereTheCameraToldTheSizeOnlyBefore) {
     }
 }
 
+TEST_F(SmallBufferTest, IsSmallWhereImagesHaveGrownAndTheCameraTellsTheirSizeLate) {
+    FirstImage();
+    ASSERT_EQ(OptivoSim_SetImageSize(camera.c_str(), 320, 240), 1);
+    AddFault(OPTIVO_STREAM_GET_STREAM_INFO, OPTIVO_FAULT_RESULT, -1010, 1, 4);
+    GuardedMemory memory(2 * PAYLOAD);
+    AcquireFirstImage(memory);
+    EXPECT_TRUE(memory.AreGuardsIntact());
+}
+
 TEST_F(SmallBufferTest, IsNoLargerWhereTheCameraTellsTheSizeLate) {
     AddFault(OPTIVO_STREAM_GET_STREAM_INFO, OPTIVO_FAULT_RESULT, -1001, 1, 4);
     GuardedMemory memory(64);

@@ -116,7 +116,12 @@ protected:
         EXPECT_FAILS(-1001, "Unable to start acquisition",
                      gentl.DSStartAcquisition(stream, 0, GENTL_INFINITE));
         EXPECT_FALSE(IsGrabbing());
+        EXPECT_EQ(NumCalls(OPTIVO_STREAM_START_ACQUISITION),
+                  NumCalls(OPTIVO_STREAM_STOP_ACQUISITION) + m_numRestarts)
+            << "the camera stays started";
     }
+
+    uint64_t m_numRestarts = 0; // which stop nothing
 };
 
 TEST_F(MissingThreadTest, AStartWithoutItFails) {
@@ -132,6 +137,7 @@ TEST_F(MissingThreadTest, AStartWithoutItFails) {
 
 TEST_F(MissingThreadTest, ARestartWithoutItFails) {
     StartWith(1);
+    m_numRestarts = 1;
     ExpectStartFails();
     Start();
     EXPECT_TRUE(IsGrabbing());
@@ -142,7 +148,12 @@ TEST_F(MissingThreadTest, ARestartWithoutItFails) {
 TEST_F(MissingThreadTest, AStreamWithoutItStopsAndCloses) {
     ExpectStartFails();
     EXPECT_OK(gentl.DSStopAcquisition(stream, 0));
-    ExpectStartFails();
+    AddFault(OPTIVO_STREAM_STOP_ACQUISITION, OPTIVO_FAULT_GENERIC_EXCEPTION);
+    {
+        const RefusedThreads refused;
+        EXPECT_FAILS(-1001, "Unable to start acquisition",
+                     gentl.DSStartAcquisition(stream, 0, GENTL_INFINITE));
+    }
     CloseStream();
     EXPECT_EQ(alive.Streams(), 0U);
 }

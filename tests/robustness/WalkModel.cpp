@@ -11,11 +11,12 @@ void Model::Open(size_t stream) {
     }
 }
 
-// The first buffer that seems to be in use, and those behind it, outlive their stream.
+// Of the first buffer that seems to be in use and those behind it only the memory outlives the
+// stream.
 void Model::Close(size_t stream) {
     Stop(stream);
-    while (!streams[stream].announced.empty() &&
-           Revoke(stream, streams[stream].announced.front()) == DONE) {
+    for (const size_t buffer : streams[stream].announced) {
+        Forget(buffer);
     }
     streams[stream] = {};
 }
@@ -130,6 +131,7 @@ void Model::Start(size_t stream, uint64_t count) {
     started.numMade = started.next = 0;
     started.numDelivered = started.numLost = 0;
     started.isGrabbing = started.remaining != 0;
+    started.lastGrab = 0;
 }
 
 void Model::Stop(size_t stream) {
