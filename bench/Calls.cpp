@@ -3,6 +3,7 @@
 #include "Subjects.h"
 #include "Words.h"
 
+#include "camlib/LibraryAbi.h"
 #include "core/LiveObjects.h"
 
 #include <array>
@@ -207,6 +208,39 @@ void NoHandleCheck(benchmark::State& state) {
     }
 }
 
+// An operation of the camera library that does nothing.
+class EmptyOperation {
+public:
+    virtual Optivo::Int32 Answer() { return 0; }
+
+protected:
+    ~EmptyOperation() = default;
+};
+class EmptyObject final : public EmptyOperation {};
+
+// The compiler does not know the object's class, nor that of the camera library's objects.
+EmptyOperation& Unknown(EmptyOperation& object) {
+    EmptyOperation* unknown = &object;
+    benchmark::DoNotOptimize(unknown);
+    return *unknown;
+}
+
+void GuardedCall(benchmark::State& state) {
+    EmptyObject object;
+    EmptyOperation& operation = Unknown(object);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(GenICam::Client::CallLibrary([&] { return operation.Answer(); }));
+    }
+}
+
+void UnguardedCall(benchmark::State& state) {
+    EmptyObject object;
+    EmptyOperation& operation = Unknown(object);
+    for (auto _ : state) {
+        benchmark::DoNotOptimize(operation.Answer());
+    }
+}
+
 } // namespace
 
 void RegisterCalls(const Effort& /*effort*/) {
@@ -224,4 +258,6 @@ void RegisterCalls(const Effort& /*effort*/) {
     add("system_xml/limit", XmlByVirtualCalls);
     add("handle_check/module", HandleCheck);
     add("handle_check/limit", NoHandleCheck);
+    add("guarded_call/module", GuardedCall);
+    add("guarded_call/limit", UnguardedCall);
 }

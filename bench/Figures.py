@@ -82,6 +82,8 @@ FIGURES = [
     Figure("DSQueueBuffer", "queue_buffer/module", "empty_call/limit", "difference", 30),
     Figure("DSQueueBuffer and DSFlushQueue, each", "queue_and_discard/module", "empty_call/limit", "difference", 30, calls=2),
     Figure("check of a handle", "handle_check/module", "handle_check/limit", "difference", 15),
+    Figure("guard around a call of the camera library", "guarded_call/module", "guarded_call/limit", "difference", 5,
+           is_change=True),
     Figure("System XML", "system_xml/module", "system_xml/limit", "ratio", 1.5),
     *device_lists(),
     Figure("processor time of 16 VGA cameras, 30 frames/s", "processor/module", "processor/limit", "difference", 10,
