@@ -1,22 +1,28 @@
-# norvel_limit_exports(TARGET): makes the module TARGET export the functions of src/api/exports.txt
-# and nothing else, but for the forwarders of src/api/reexports.txt on Windows.
+# norvel_limit_exports(TARGET): makes the module TARGET export the functions of src/api/exports.txt and nothing else, but
+# for what it hands on to the camera library on Windows: the names of src/api/reexports-*.txt, as forwarders.
+set(NORVEL_EXPORT_LISTS ${CMAKE_CURRENT_LIST_DIR}/../src/api)
+
 function(norvel_limit_exports target)
-  set(list_file ${PROJECT_SOURCE_DIR}/src/api/exports.txt)
-  set(forwarder_file ${PROJECT_SOURCE_DIR}/src/api/reexports.txt)
-  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${list_file} ${forwarder_file})
+  set(list_file ${NORVEL_EXPORT_LISTS}/exports.txt)
+  # Windows looks a forwarder up when somebody asks for it, so names that a camera library lacks do no harm. What Visual
+  # Studio builds has no use for MinGW's.
+  set(forwarder_files ${NORVEL_EXPORT_LISTS}/reexports-msvc.txt)
+  if(NOT MSVC)
+    list(APPEND forwarder_files ${NORVEL_EXPORT_LISTS}/reexports-mingw.txt)
+  endif()
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${list_file} ${forwarder_files})
   file(STRINGS ${list_file} names)
 
   if(WIN32)
-    # The names of the forwarders are those of the compiler that builds the simulated library;
-    # the maker's own library has others.
-    if(MINGW AND NOT OPTIVO_SDK_DIR)
-      file(STRINGS ${forwarder_file} forwarders REGEX "^[^#]")
-    endif()
+    foreach(file IN LISTS forwarder_files)
+      file(STRINGS ${file} forwarded REGEX "^[^#]")
+      list(TRANSFORM forwarded REPLACE "^.+$" "\\0=Optivo40.\\0")
+      list(APPEND names ${forwarded})
+    endforeach()
     list(JOIN names "\n    " lines)
-    list(JOIN forwarders "\n    " forwarder_lines)
     set(definition ${CMAKE_CURRENT_BINARY_DIR}/${target}.def)
-    file(CONFIGURE OUTPUT ${definition}
-         CONTENT "LIBRARY \"${target}.cti\"\nEXPORTS\n    ${lines}\n    ${forwarder_lines}\n" @ONLY)
+    # Not file(CONFIGURE), which would take what stands between two @ for a variable.
+    file(GENERATE OUTPUT ${definition} CONTENT "LIBRARY \"${target}.cti\"\nEXPORTS\n    ${lines}\n")
     target_sources(${target} PRIVATE ${definition})
   else()
     list(JOIN names ";\n        " lines)

@@ -1,5 +1,5 @@
 # Compares what the simulated camera library LIBRARY exports with what its users need: GetSystem, the steering
-# functions that HEADER declares, and the names that the Windows module forwards to it, listed in FORWARDERS.
+# functions that HEADER declares, and MinGW's names of what the Windows module hands on to it, listed in FORWARDERS.
 # LISTING is nm or objdump.
 cmake_minimum_required(VERSION 3.25)
 
@@ -35,16 +35,7 @@ function(report_difference what)
   endif()
 endfunction()
 
-# A forwarder's two names are the same.
-file(STRINGS ${FORWARDERS} lines REGEX "^[^#]")
-set(forwarded)
-foreach(line IN LISTS lines)
-  if(line MATCHES "^([^ ]+) = Optivo40\\.([^ ]+)$" AND CMAKE_MATCH_1 STREQUAL CMAKE_MATCH_2)
-    list(APPEND forwarded ${CMAKE_MATCH_1})
-  else()
-    message(SEND_ERROR "no forwarder: ${line}")
-  endif()
-endforeach()
+file(STRINGS ${FORWARDERS} forwarded REGEX "^[^#]")
 
 file(READ ${HEADER} header)
 string(REGEX MATCHALL "OptivoSim_[A-Za-z0-9]+\\(" steering "${header}")
