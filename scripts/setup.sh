@@ -15,7 +15,7 @@ packages=(
   libboost1.81-dev libboost-thread1.81-dev nlohmann-json3-dev libcli11-dev libstb-dev
   googletest libbenchmark-dev libxml2-utils
 )
-windows_packages=(g++-mingw-w64-x86-64-posix wine64 nsis)
+windows_packages=(g++-mingw-w64-x86-64-posix wine64 nsis clang-tools-14 lld-14 python3-pefile)
 header_folders=(boost nlohmann CLI stb benchmark)
 
 keyring=/usr/share/keyrings/debian-archive-keyring.gpg

@@ -10,7 +10,7 @@ import sys
 import unittest
 
 HERE = pathlib.Path(__file__).resolve().parent
-sys.path.insert(0, str(HERE.parent / "tool"))
+sys.path[:0] = [str(HERE.parent / "tool"), str(HERE.parent / "loader")]
 
 import packages
 import runner

@@ -5,12 +5,14 @@ import signal
 import time
 import zipfile
 
+import loader
 import package
 from machine import ENVIRONMENT, REGISTRATION, SESSION, settings_in
 from packages import Made, MachineTest
 
 BLANKS = r"C:\Vision Tools\Norvel TL"
 USUAL = r"C:\Program Files\NorvelTL"
+PROGRAMS = {"NorvelTL40.cti", "Optivo40.dll", "norveltl.exe"}
 # Wine hands variables of up to 1,000 characters to programs, and its command processor stops at an empty entry.
 FOREIGN_PATH = r"%SystemRoot%\system32;C:\twice;C:\twice;%ProgramFiles%\Other\bin\;C:\last"
 FOREIGN_PRODUCERS = r'"C:\Other; maker\cti";%OTHER%\cti\;C:\Producer\cti;'
@@ -36,6 +38,11 @@ class InstallerTest(MachineTest):
         answer = self.machine.run(folder + r"\uninstall.exe", "/S", *f"_?={folder}".split(" "))
         self.assertEqual(answer.code, code & 0xFF, answer)
         self.machine.path(folder + r"\uninstall.exe").unlink(missing_ok=True)
+
+    def windows_loads(self, names, binaries):
+        self.assertEqual({path.name for path in binaries}, names)
+        for path in binaries:
+            self.assertEqual(loader.missing_for(path), [], path)
 
     def registered(self, name):
         return self.machine.values(REGISTRATION)[name][1]
@@ -95,6 +102,7 @@ class Installing(InstallerTest):
         staged = {path.relative_to(Made.tree).as_posix() for path in Made.tree.rglob("*")}
         self.assertEqual(installed - staged, {"uninstall.exe", "docs/mine.txt"})
         self.assertEqual(staged - installed, set())
+        self.windows_loads({*PROGRAMS, "uninstall.exe"}, loader.binaries_in(self.machine.path(BLANKS)))
         for file in package.files_in(Made.tree):
             self.assertEqual((self.machine.path(BLANKS) / file).read_bytes(), (Made.tree / file).read_bytes(), file)
         (kind, producers), path = variables(self.machine)
@@ -124,6 +132,10 @@ class Installing(InstallerTest):
         self.assertEqual(self.machine.files(BLANKS), {"docs", "docs/mine.txt"})
         self.assertEqual(self.machine.path(BLANKS + r"\docs\mine.txt").read_text(), "A user's note.\n")
         shutil.rmtree(self.machine.path(r"C:\Vision Tools"))
+
+    def test_windows_loads_what_is_packed_and_what_unpacks_it(self):
+        self.windows_loads(PROGRAMS, loader.binaries_in(Made.tree))
+        self.windows_loads({Made.installer.name, Made.helper.name}, [Made.installer, Made.helper])
 
     def test_the_archive_holds_the_same_tree(self):
         with zipfile.ZipFile(Made.archive) as packed:
