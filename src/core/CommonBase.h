@@ -69,8 +69,9 @@ public:
 
 protected:
     ICommonBase() = default;
-    // Ends the construction of every module: no call finds an object that is half made, even with
-    // the handle of one that was closed at the same address.
+    // Ends the construction of every module, or of the one that owns it and answers its calls: no
+    // call finds an object that is half made, even with the handle of one that was closed at the
+    // same address. Throws std::bad_alloc.
     void PublishHandle() { CLiveObjects::Modules().Add(this); }
 };
 

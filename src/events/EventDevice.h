@@ -32,7 +32,7 @@ void CopyEntry(const DevEventEntry& entry, void* buffer, size_t* size);
 // Failures are LibraryInvalidArgument, which no clause of the frame names.
 class CEventDevice final : public CEventQueue<boost::shared_ptr<DevEventEntry>> {
 public:
-    CEventDevice() { PublishHandle(); }
+    CEventDevice() = default;
     ~CEventDevice() override { EndWaits(); }
     CEventDevice(const CEventDevice&) = delete;
     CEventDevice& operator=(const CEventDevice&) = delete;

@@ -23,7 +23,7 @@ void CopyEntry(const ErrorEventEntry& entry, void* buffer, size_t* size);
 
 class CEventError final : public CEventQueue<boost::shared_ptr<ErrorEventEntry>> {
 public:
-    CEventError() { PublishHandle(); }
+    CEventError() = default;
     ~CEventError() override { EndWaits(); }
     CEventError(const CEventError&) = delete;
     CEventError& operator=(const CEventError&) = delete;

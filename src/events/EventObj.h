@@ -46,13 +46,15 @@ public:
     virtual void Register() {}
     virtual void Unregister() {}
 
+    // From here on the handle is good. Ends the construction of the module that has the event: no
+    // call finds a module that is half made, even with the handle of an event at the same address
+    // that is gone. Throws std::bad_alloc.
+    void PublishHandle() { CLiveObjects::Events().Add(this); }
     // From here on the handle means nothing. A destruction begins with it.
     void RetireHandle() noexcept { CLiveObjects::Events().Remove(this); }
 
 protected:
     CEventObj() = default;
-    // Ends the construction of every event.
-    void PublishHandle() { CLiveObjects::Events().Add(this); }
 };
 
 } // namespace GenICam::Client

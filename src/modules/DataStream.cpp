@@ -69,20 +69,38 @@ CDataStream::CDataStream(const char* id, CDevice* device)
     if (result < 0 || !m_camera) {
         throw std::runtime_error("Unable to open Stream");
     }
-    PublishHandle();
-    CStreamRegistry::Instance().Add(this);
+    Publish();
 }
 
-CDataStream::~CDataStream() {
+// The first call may come before the last handle is published.
+void CDataStream::Publish() {
+    CStreamRegistry::Instance().Add(this);
+    try {
+        m_newBufferEvent->PublishHandle();
+        m_errorEvent->PublishHandle();
+        PublishHandle();
+    } catch (...) {
+        EndUse();
+        CStreamRegistry::Instance().Remove(this);
+        throw;
+    }
+}
+
+// No call comes any more, and none is inside.
+void CDataStream::EndUse() noexcept {
     RetireHandle();
     m_newBufferEvent->RetireHandle();
     m_errorEvent->RetireHandle();
-    const boost::this_thread::disable_interruption uninterrupted;
     {
         const OutputLock output(m_outputLock);
         m_outputFilled.Close();
     }
     m_calls.Drain();
+}
+
+CDataStream::~CDataStream() {
+    const boost::this_thread::disable_interruption uninterrupted;
+    EndUse();
     try {
         ReleaseAll();
     } catch (...) { // NOLINT(bugprone-empty-catch): closing reports no error

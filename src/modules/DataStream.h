@@ -124,6 +124,8 @@ private:
     void EndFill();
     Optivo::Int32 Grab(void* memory);
 
+    void Publish();
+    void EndUse() noexcept;
     void LaunchThread();
     void JoinThread();
     void ReleaseAll();

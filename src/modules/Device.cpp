@@ -38,7 +38,14 @@ CDevice::CDevice(CInterface* owner, std::string id, boost::shared_ptr<CDeviceInf
       m_camera(std::move(camera)),
       m_cameraIndex(cameraIndex),
       m_errorEvent(std::make_unique<CEventError>()) {
-    PublishHandle();
+    try {
+        m_errorEvent->PublishHandle();
+        m_port->Publish();
+        PublishHandle();
+    } catch (...) {
+        StopUse();
+        throw;
+    }
 }
 
 CDevice::~CDevice() {

@@ -40,7 +40,10 @@ void RequireRemoteDeviceEvent(EVENT_TYPE type) {
 } // namespace
 
 CDevicePort::CDevicePort(CDevice* device)
-    : m_device(device), m_event(boost::make_shared<CEventDevice>()) {
+    : m_device(device), m_event(boost::make_shared<CEventDevice>()) {}
+
+void CDevicePort::Publish() {
+    m_event->PublishHandle();
     PublishHandle();
 }
 

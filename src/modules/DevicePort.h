@@ -21,6 +21,8 @@ class CDevicePort final : public ICommonBase {
 public:
     // The device owns the port and lives longer.
     explicit CDevicePort(CDevice* device);
+    // Ends the construction of the device: calls may come. Throws std::bad_alloc.
+    void Publish();
     ~CDevicePort() override;
     CDevicePort(const CDevicePort&) = delete;
     CDevicePort& operator=(const CDevicePort&) = delete;

@@ -11,7 +11,7 @@ class CDataStream;
 // Registering changes nothing: the event delivers whether or not it is registered.
 class CDataStreamEventNewBuffer final : public CEventObj {
 public:
-    explicit CDataStreamEventNewBuffer(CDataStream* stream) : m_stream(stream) { PublishHandle(); }
+    explicit CDataStreamEventNewBuffer(CDataStream* stream) : m_stream(stream) {}
 
     GC_ERROR GetData(void* buffer, size_t* size, std::uint64_t timeout) override;
     // Answers EVENT_NUM_IN_QUEUE and writes nothing for every other command.

@@ -3,8 +3,10 @@
 #include "Thrown.h"
 #include "core/Errors.h"
 #include "modules/BufferInfo.h"
+#include "modules/DevicePort.h"
 
 #include <cstdint>
+#include <initializer_list>
 #include <string>
 
 namespace {
@@ -105,6 +107,24 @@ TEST(CommonBaseTest, AHandleMeansSomethingFromTheEndOfTheConstructionUntilItIsRe
     module.RetireHandle();
     EXPECT_FALSE(IsModule(HandleOf(&module)));
     EXPECT_EQ(HandleCast<CPlainModule>(HandleOf(&module)), nullptr);
+}
+
+// Calls reach the port through its device, and the new-buffer event through its stream.
+TEST(CommonBaseTest, WhatAnotherModuleOwnsMeansSomethingOnlyFromItsOwnersWordOn) {
+    CDevicePort port(nullptr);
+    EXPECT_FALSE(IsModule(HandleOf(&port)));
+    port.Publish();
+    EXPECT_TRUE(IsModule(HandleOf(&port)));
+    const CLiveObjects& events = CLiveObjects::Events();
+    CDataStreamEventNewBuffer newBuffer(nullptr);
+    CEventDevice ofThePort;
+    CEventError ofAStreamOrDevice;
+    for (CEventObj* event :
+         std::initializer_list<CEventObj*>{&newBuffer, &ofThePort, &ofAStreamOrDevice}) {
+        EXPECT_FALSE(events.Contains(event));
+        event->PublishHandle();
+        EXPECT_TRUE(events.Contains(event));
+    }
 }
 
 TEST_F(ModuleTest, TheSystemReadsASingleRegister) {
