@@ -7,6 +7,7 @@
 #include "modules/DataStream.h"
 #include "modules/Device.h"
 #include "modules/Interface.h"
+#include "modules/StreamRegistry.h"
 #include "modules/TL.h"
 
 #include <stdexcept>
@@ -48,6 +49,15 @@ inline CDevice& DeviceOf(DEV_HANDLE handle) {
 // Throws std::runtime_error.
 inline CDataStream& DataStreamOf(DS_HANDLE handle) {
     return CheckedCast<CDataStream, std::runtime_error>(handle, kInvalidDeviceHandle);
+}
+
+// The same for a stream that another thread may be closing, or its device: for one of them.
+inline CDataStream& ClosingStreamOf(DS_HANDLE handle) {
+    CDataStream* stream = CStreamRegistry::Instance().BeginClosing(handle);
+    if (stream == nullptr) {
+        throw std::runtime_error(kInvalidDeviceHandle);
+    }
+    return *stream;
 }
 
 inline bool IsEvent(const void* handle) noexcept {

@@ -74,14 +74,13 @@ CDataStream::CDataStream(const char* id, CDevice* device)
 
 // The first call may come before the last handle is published.
 void CDataStream::Publish() {
-    CStreamRegistry::Instance().Add(this);
     try {
         m_newBufferEvent->PublishHandle();
         m_errorEvent->PublishHandle();
         PublishHandle();
+        CStreamRegistry::Instance().Add(this);
     } catch (...) {
         EndUse();
-        CStreamRegistry::Instance().Remove(this);
         throw;
     }
 }
@@ -133,9 +132,7 @@ void CDataStream::LeaveDevice() {
 }
 
 void CDataStream::Close() {
-    if (BeginClosing()) {
-        delete this;
-    }
+    delete this;
 }
 
 void CDataStream::GetPortURL(char* buffer, size_t* size) {

@@ -77,7 +77,7 @@ public:
                                void* buffer, size_t* size);
     // The announced buffer at a position. Throws std::runtime_error behind the last one.
     virtual void GetBufferID(std::uint32_t index, BUFFER_HANDLE* handle);
-    // Destroys this object, unless another thread is doing so.
+    // Destroys this object. The caller has begun the closing, so that nobody else does.
     virtual void Close();
     // Takes the oldest filled buffer, waiting for one up to timeout milliseconds (all bits set:
     // without limit), and writes an EVENT_NEW_BUFFER_DATA. Answers 0, -1001, -1008 or -1011.
@@ -97,7 +97,8 @@ public:
 
     CDevice* Device() const { return m_device; }
     bool IsClosing() const { return m_closing; }
-    // True for the first caller, which then destroys this object.
+    // True for the first caller, which then closes the stream. Asked under a lock under which the
+    // stream cannot go.
     bool BeginClosing() { return !m_closing.exchange(true); }
     // Takes a buffer out of both queues, and waits for a fill of it to end. Its state is clear.
     void DropBuffer(const CBufferInfo& buffer);

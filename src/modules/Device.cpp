@@ -86,7 +86,7 @@ void CDevice::CloseStreams() {
         CDataStream* stream = m_streams.front();
         if (stream->BeginClosing()) {
             lock.unlock();
-            delete stream;
+            stream->Close();
             lock.lock();
         } else {
             m_streamLeft.wait(lock);

@@ -24,7 +24,7 @@ class CDevicePort;
 class CInterface;
 
 // Only the list of streams is locked: several threads may open and close the streams of one device,
-// and the device itself while they do.
+// and one may close the device while others close its streams.
 class CDevice final : public ICommonBase {
 public:
     // The camera may be null: the library can call an opening a success and give nothing.

@@ -6,6 +6,7 @@
 
 #include <boost/thread/lock_guard.hpp>
 
+#include <algorithm>
 #include <list>
 #include <new>
 
@@ -27,6 +28,15 @@ void CStreamRegistry::Remove(const CDataStream* stream) noexcept {
     if (m_streams.empty()) {
         std::vector<CDataStream*>().swap(m_streams);
     }
+}
+
+// While a stream is listed it exists, so that it can be asked under the lock.
+CDataStream* CStreamRegistry::BeginClosing(const void* handle) {
+    const boost::lock_guard<boost::mutex> lock(m_mutex);
+    const auto found =
+        std::find_if(m_streams.begin(), m_streams.end(),
+                     [handle](CDataStream* stream) { return HandleOf(stream) == handle; });
+    return found != m_streams.end() && (*found)->BeginClosing() ? *found : nullptr;
 }
 
 void CStreamRegistry::DropEverywhere(const CBufferInfo& buffer) {

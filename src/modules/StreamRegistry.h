@@ -24,6 +24,10 @@ public:
 
     void Add(CDataStream* stream);
     void Remove(const CDataStream* stream) noexcept;
+    // The stream behind a handle, whose closing the caller has begun and now finishes; null for
+    // what is no stream, and for a stream that another thread is closing. The handle may be that
+    // of a stream that goes at this very moment.
+    CDataStream* BeginClosing(const void* handle);
     // Takes a buffer out of every queue of every stream, and waits for a fill of it to end; other
     // streams come and go meanwhile. Throws std::bad_alloc.
     void DropEverywhere(const CBufferInfo& buffer);

@@ -167,6 +167,20 @@ TEST_F(StreamClosingTest, ACloseWhileTheDeviceClosesDoesNotDestroyItAgain) {
     EXPECT_EQ(NumCalls(OPTIVO_STREAM_CLOSE), 1U);
 }
 
+// Both begin at the same moment; the one that comes too late finds no stream.
+TEST_F(StreamClosingTest, TogetherWithItsDeviceHappensOnce) {
+    for (uint64_t round = 1; round <= 300; ++round) {
+        const std::vector<int32_t> codes =
+            RunTogether({Close(stream), [this] { return gentl.DevClose(device); }});
+        EXPECT_TRUE(codes[0] == 0 || codes[0] == -1001) << codes[0];
+        ASSERT_EQ(codes[1], 0);
+        ASSERT_EQ(NumCalls(OPTIVO_STREAM_CLOSE), round);
+        device = remote = stream = nullptr;
+        ASSERT_NO_FATAL_FAILURE(OpenDevice());
+        ASSERT_NO_FATAL_FAILURE(OpenStream());
+    }
+}
+
 TEST_F(StreamClosingTest, EndsAnAcquisitionWhoseImagesFlow) {
     for (int i = 0; i < 20; ++i) {
         buffers.clear();
