@@ -53,17 +53,15 @@ CDevicePort::~CDevicePort() {
 }
 
 void CDevicePort::Read(std::uint64_t address, void* buffer, size_t* size) {
-    const auto& camera = m_device->Camera();
-    CheckAccess(camera ? camera.Call(&Optivo::ICamDevice::ReadPort, address, buffer, size)
-                       : GC_ERR_NOT_AVAILABLE,
-                address);
+    CheckAccess(
+        AccessPort(m_device->Camera(), &Optivo::ICamDevice::ReadPort, address, buffer, size),
+        address);
 }
 
 void CDevicePort::Write(std::uint64_t address, const void* buffer, size_t* size) {
-    const auto& camera = m_device->Camera();
-    CheckAccess(camera ? camera.Call(&Optivo::ICamDevice::WritePort, address, buffer, size)
-                       : GC_ERR_NOT_AVAILABLE,
-                address);
+    CheckAccess(
+        AccessPort(m_device->Camera(), &Optivo::ICamDevice::WritePort, address, buffer, size),
+        address);
 }
 
 void CDevicePort::GetPortURL(char* buffer, size_t* size) {
@@ -71,7 +69,7 @@ void CDevicePort::GetPortURL(char* buffer, size_t* size) {
         throw invalid_buffer_error("Invalid buffer");
     }
     const auto& camera = m_device->Camera();
-    if (!camera ||
+    if (!camera || size == nullptr ||
         camera.Call(&Optivo::ICamDevice::GetInfo, Optivo::kDeviceXmlUrl, buffer, size) != 0) {
         throw invalid_buffer_error("Buffer too small");
     }

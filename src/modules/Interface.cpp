@@ -106,12 +106,12 @@ CInterface::~CInterface() {
 }
 
 void CInterface::Read(std::uint64_t address, void* buffer, size_t* size) {
-    ThrowPortFailure(m_camera.Call(&Optivo::ICamInterface::ReadPort, address, buffer, size),
+    ThrowPortFailure(AccessPort(m_camera, &Optivo::ICamInterface::ReadPort, address, buffer, size),
                      address);
 }
 
 void CInterface::Write(std::uint64_t address, const void* buffer, size_t* size) {
-    ThrowPortFailure(m_camera.Call(&Optivo::ICamInterface::WritePort, address, buffer, size),
+    ThrowPortFailure(AccessPort(m_camera, &Optivo::ICamInterface::WritePort, address, buffer, size),
                      address);
 }
 
@@ -119,8 +119,8 @@ void CInterface::GetPortURL(char* buffer, size_t* size) {
     if (buffer == nullptr) {
         throw std::invalid_argument("Invalid buffer");
     }
-    if (m_camera.Call(&Optivo::ICamInterface::ReadPort, Optivo::kInterfaceXmlUrl, buffer, size) !=
-        0) {
+    if (AccessPort(m_camera, &Optivo::ICamInterface::ReadPort, Optivo::kInterfaceXmlUrl, buffer,
+                   size) != 0) {
         throw std::invalid_argument("Buffer too small");
     }
 }

@@ -1,12 +1,28 @@
-// What the camera library's port results mean: the errors that the interface port and the remote
-// device port share.
+// How a port's accesses reach the camera library and what its results mean, as far as the interface
+// port and the remote device port have that in common.
 #pragma once
 
-#include "camlib/CameraLibrary.h"
+#include "GenTL/GenTL.h"
+#include "camlib/CameraObjects.h"
 
+#include <cstddef>
 #include <cstdint>
 
 namespace GenICam::Client {
+
+// The result of an access by an operation of the library's object, if there is one. The library is
+// never given a null pointer: whether it knows what to do with one is not known.
+template <class CameraObject, class Operation, class Memory>
+Optivo::Int32 AccessPort(const CCameraObject<CameraObject>& camera, Operation operation,
+                         std::uint64_t address, Memory* buffer, std::size_t* size) {
+    if (!camera) {
+        return GC_ERR_NOT_AVAILABLE;
+    }
+    if (buffer == nullptr || size == nullptr) {
+        return GC_ERR_INVALID_PARAMETER;
+    }
+    return camera.Call(operation, address, buffer, size);
+}
 
 // Throws the error that belongs to a result from -1014 to -1001 of an access to the address, the
 // same for reading and writing; returns for every other result, 0 included.

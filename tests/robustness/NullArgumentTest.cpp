@@ -183,6 +183,46 @@ TEST_F(NullArgumentTest, WhereRegistersGo) {
     }
 }
 
+// What the camera library would do with them nobody knows.
+TEST_F(NullArgumentTest, NeverReachesTheCameraLibraryWhereItsPortsAre) {
+    const std::vector<std::pair<PORT_HANDLE, std::vector<OptivoOperation>>> ports = {
+        {iface, {OPTIVO_INTERFACE_READ_PORT, OPTIVO_INTERFACE_WRITE_PORT}},
+        {remote, {OPTIVO_DEVICE_READ_PORT, OPTIVO_DEVICE_WRITE_PORT, OPTIVO_DEVICE_GET_INFO}}};
+    for (const auto& [port, operations] : ports) {
+        std::vector<uint64_t> before;
+        std::transform(operations.begin(), operations.end(), std::back_inserter(before), NumCalls);
+        for (size_t* size : {&m_size, static_cast<size_t*>(N)}) {
+            EXPECT_FAILS(-1009, "Invalid parameter", gentl.GCReadPort(port, 0x84, N, size));
+            EXPECT_FAILS(-1009, "Invalid parameter", gentl.GCWritePort(port, 0x84, N, size));
+        }
+        EXPECT_FAILS(-1009, "Invalid parameter", gentl.GCReadPort(port, 0x84, m_bytes, N));
+        EXPECT_FAILS(-1009, "Invalid parameter", gentl.GCWritePort(port, 0x84, m_bytes, N));
+        PORT_REGISTER_STACK_ENTRY entry = {0x84, nullptr, 4};
+        size_t count = 1;
+        EXPECT_FAILS(-1009, "Invalid parameter", gentl.GCReadPortStacked(port, &entry, &count));
+        EXPECT_EQ(count, 0U);
+        count = 1;
+        EXPECT_FAILS(-1009, "Invalid parameter", gentl.GCWritePortStacked(port, &entry, &count));
+        EXPECT_EQ(count, 0U);
+        EXPECT_CODE(port == iface ? -1001 : -1013, gentl.GCGetPortURL(port, m_bytes, N));
+        EXPECT_CODE(port == iface ? -1001 : -1013, gentl.GCGetPortURL(port, N, &m_size));
+        for (size_t i = 0; i < operations.size(); ++i) {
+            EXPECT_EQ(NumCalls(operations[i]), before[i]) << operations[i];
+        }
+    }
+}
+
+// What the handle is comes before what is asked of it.
+TEST_F(NullArgumentTest, OfACameraThatIsNotThereIsTheSmallerTrouble) {
+    CloseDevice();
+    AddFault(OPTIVO_INTERFACE_OPEN_DEVICE, OPTIVO_FAULT_NULL_OBJECT);
+    ASSERT_NO_FATAL_FAILURE(OpenDevice());
+    EXPECT_FAILS(-1014, "Port is not available", gentl.GCReadPort(remote, 0x400, N, N));
+    EXPECT_FAILS(-1014, "Port is not available", gentl.GCWritePort(remote, 0x400, N, N));
+    EXPECT_FAILS(-1013, "Invalid buffer", gentl.GCGetPortURL(remote, N, N));
+    EXPECT_FAILS(-1013, "Buffer too small", gentl.GCGetPortURL(remote, m_bytes, N));
+}
+
 TEST_F(NullArgumentTest, WhereEventsGo) {
     size_t size = 24;
     EXPECT_OK(gentl.EventGetData(m_deviceEvent, N, N, 0));
