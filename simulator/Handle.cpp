@@ -39,11 +39,15 @@ void FillWithNoText(const CallShape& call) {
 
 } // namespace
 
+void ThrowGenericException() {
+    throw GenICam::GenericException("The camera library failed.", "Optivo.cpp", 42,
+                                    "RuntimeException");
+}
+
 void BeginFault(const FaultVerdict& verdict, const CallShape& call) {
     switch (verdict.kind) {
     case OPTIVO_FAULT_GENERIC_EXCEPTION:
-        throw GenICam::GenericException("The camera library failed.", "Optivo.cpp", 42,
-                                        "RuntimeException");
+        ThrowGenericException();
     case OPTIVO_FAULT_FOREIGN_EXCEPTION:
         throw static_cast<int>(verdict.result);
     case OPTIVO_FAULT_UNTERMINATED_TEXT:

@@ -15,6 +15,8 @@
 
 namespace OptivoSim {
 
+[[noreturn]] void ThrowGenericException();
+
 // What a fault does before the work: throws, waits, or spoils the outputs.
 void BeginFault(const FaultVerdict& verdict, const CallShape& call);
 
@@ -37,6 +39,9 @@ Int32 PerformCall(const CallShape& call, TWork&& work, TClear&& clear) {
     case OPTIVO_FAULT_RESULT_AFTER:
         work();
         break;
+    case OPTIVO_FAULT_EXCEPTION_AFTER:
+        work();
+        ThrowGenericException();
     case OPTIVO_FAULT_OVERLONG_SIZE:
         work();
         if (call.size != nullptr) {

@@ -74,7 +74,9 @@ typedef enum {
     OPTIVO_FAULT_EMPTY_TEXT,
     /* Fills the text's buffer with bytes from 0x80 on and control characters, up to a terminating
        zero in its last byte; answers the result. */
-    OPTIVO_FAULT_NOT_TEXT
+    OPTIVO_FAULT_NOT_TEXT,
+    /* Does its work, outputs included, and then throws a GenICam::GenericException. */
+    OPTIVO_FAULT_EXCEPTION_AFTER
 } OptivoFaultKind;
 
 /* Any selector of an operation, for a fault that does not look at it. */

@@ -149,7 +149,8 @@ TEST(WorldFileTest, OperationsAndKindsAreThoseOfTheirNames) {
         {"delay", OPTIVO_FAULT_DELAY},
         {"hang", OPTIVO_FAULT_HANG},
         {"emptyText", OPTIVO_FAULT_EMPTY_TEXT},
-        {"notText", OPTIVO_FAULT_NOT_TEXT}};
+        {"notText", OPTIVO_FAULT_NOT_TEXT},
+        {"exceptionAfter", OPTIVO_FAULT_EXCEPTION_AFTER}};
     for (const auto& [name, kind] : kinds) {
         EXPECT_EQ(read(R"("operation": "GetSystem", "kind": ")" + name + '"').kind, kind);
     }
