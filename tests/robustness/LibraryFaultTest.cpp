@@ -2,6 +2,10 @@
 
 #include "Steering.h"
 
+#include <functional>
+#include <utility>
+#include <vector>
+
 namespace {
 
 constexpr char MONO[] = "Norvel-G640M-10001";
@@ -89,6 +93,38 @@ TEST_F(FailedOpeningTest, DescriptionsAreClosedWhenTheyThrow) {
     EXPECT_EQ(alive.Interfaces(), 1U);
     EXPECT_EQ(alive.Devices(), 0U);
     EXPECT_EQ(NumDevices(), 2U);
+}
+
+// The camera library hands out an object, and then throws.
+TEST_F(FailedOpeningTest, WhatWasHandedOutBeforeAnExceptionIsClosedAgain) {
+    ASSERT_NO_FATAL_FAILURE(OpenDevice());
+    void* handle = nullptr;
+    const std::vector<std::pair<OptivoOperation, std::function<int32_t()>>> rows = {
+        {OPTIVO_GET_SYSTEM, [&] { return gentl.TLOpen(&handle); }},
+        {OPTIVO_SYSTEM_GET_INTERFACE,
+         [&] { return gentl.TLUpdateInterfaceList(tl, nullptr, 200); }},
+        {OPTIVO_SYSTEM_OPEN_INTERFACE,
+         [&] { return gentl.TLOpenInterface(tl, "U3V::usb0", &handle); }},
+        {OPTIVO_INTERFACE_GET_DEVICE,
+         [&] { return gentl.IFUpdateDeviceList(iface, nullptr, 200); }},
+        {OPTIVO_INTERFACE_OPEN_DEVICE, [&] { return gentl.IFOpenDevice(iface, MONO, 4, &handle); }},
+        {OPTIVO_DEVICE_OPEN_DATA_STREAM,
+         [&] { return gentl.DevOpenDataStream(device, "DS0", &handle); }},
+    };
+    for (const auto& [operation, call] : rows) {
+        SCOPED_TRACE(operation);
+        const AliveCount before;
+        const uint64_t numCalls = NumCalls(operation);
+        AddFault(operation, OPTIVO_FAULT_EXCEPTION_AFTER);
+        EXPECT_FAILS(-1001, "Unspecified runtime error.", call());
+        EXPECT_EQ(NumCalls(operation), numCalls + 1);
+        for (int kind = 0; kind < OPTIVO_NUM_OBJECT_KINDS; ++kind) {
+            EXPECT_EQ(before.Of(static_cast<OptivoObjectKind>(kind)), 0U) << kind;
+        }
+        EXPECT_EQ(handle, nullptr);
+    }
+    EXPECT_OK(gentl.IFOpenDevice(iface, MONO, 4, &handle));
+    EXPECT_OK(gentl.DevClose(handle));
 }
 
 // The camera library calls an opening a success and hands out nothing.
