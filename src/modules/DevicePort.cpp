@@ -112,7 +112,9 @@ void CDevicePort::RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) {
     };
     if (const auto& camera = m_device->Camera()) {
         const boost::lock_guard<boost::mutex> lock(m_callbackLock);
-        m_callbackInstalled = true;
+        if (!m_callbackHold) {
+            m_callbackHold.emplace();
+        }
         camera.Call(&Optivo::ICamDevice::RegisterEventCallback, callback, this);
     }
     m_event->Register();
@@ -124,15 +126,20 @@ void CDevicePort::UnregisterEvent(EVENT_TYPE type) {
     if (const auto& camera = m_device->Camera()) {
         const boost::lock_guard<boost::mutex> lock(m_callbackLock);
         if (camera.Call(&Optivo::ICamDevice::RegisterEventCallback, nullptr, this) == 0) {
-            m_callbackInstalled = false;
+            m_callbackHold.reset();
         }
     }
     m_event->Unregister();
 }
 
+bool CDevicePort::MayHaveCallback() {
+    const boost::lock_guard<boost::mutex> lock(m_callbackLock);
+    return m_callbackHold.has_value();
+}
+
 void CDevicePort::StopEvents() noexcept {
     try {
-        if (m_callbackInstalled) {
+        if (MayHaveCallback()) {
             UnregisterEvent(EVENT_REMOTE_DEVICE);
         }
     } catch (...) { // NOLINT(bugprone-empty-catch): the camera is closed next in any case

@@ -5,11 +5,12 @@
 #include "core/CommonBase.h"
 #include "core/WaitPoint.h"
 #include "events/EventDevice.h"
+#include "platform/Platform.h"
 
 #include <boost/shared_ptr.hpp>
 #include <boost/thread/mutex.hpp>
 
-#include <atomic>
+#include <optional>
 #include <string>
 
 namespace GenICam::Client {
@@ -47,14 +48,16 @@ public:
     void StopEvents() noexcept;
 
 private:
+    bool MayHaveCallback();
     std::string Url();
     void OnEvent(std::uint32_t eventId, std::uint32_t low, std::uint32_t high);
 
     CDevice* m_device;
     CCallCounter m_callbacks;
     boost::shared_ptr<CEventDevice> m_event;
-    boost::mutex m_callbackLock; // keeps the flag true to what the camera was told
-    std::atomic<bool> m_callbackInstalled{false};
+    boost::mutex m_callbackLock; // keeps the hold true to what the camera was told
+    // Taken while the camera may have the callback: a consumer may unload the module and forget it.
+    std::optional<Platform::CModuleHold> m_callbackHold;
 };
 
 } // namespace GenICam::Client

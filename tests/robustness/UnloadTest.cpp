@@ -51,6 +51,15 @@ protected:
         return producer.TLClose(nullptr) == -1002 ? 0 : 1;
     }
 
+    static void ExpectUnloaded([[maybe_unused]] const std::string& path) {
+#if defined(_WIN32)
+        // Its run-time libraries could not give back what they took, so that it stays.
+        EXPECT_TRUE(IsLoaded(path));
+#elif !defined(UNDER_A_SANITIZER)
+        EXPECT_FALSE(IsLoaded(path));
+#endif
+    }
+
     AliveCount alive;
 };
 
@@ -61,12 +70,7 @@ TEST_F(UnloadTest, AfterClosingEverything) {
         ASSERT_TRUE(IsLoaded(path));
         ASSERT_EQ(Acquire(*producer), 0);
         producer.reset();
-#if defined(_WIN32)
-        // Its run-time libraries could not give back what they took, so that it stays.
-        EXPECT_TRUE(IsLoaded(path));
-#elif !defined(UNDER_A_SANITIZER)
-        EXPECT_FALSE(IsLoaded(path));
-#endif
+        ExpectUnloaded(path);
     }
 }
 
@@ -113,6 +117,35 @@ TEST_F(UnloadTest, WhileAThreadAcquires) {
         std::exit(goesOn ? 0 : 4);
     }
     EXPECT_EQ(RunChild("unload"), 0);
+}
+
+// The consumer forgets to close a camera, which goes on to report.
+TEST_F(UnloadTest, WhileACameraReportsEvents) {
+    if (ChildRole() == "unload") {
+        auto producer = Producer::LoadCopy();
+        Consumer consumer(*producer);
+        consumer.Open();
+        consumer.RegisterDeviceEvent();
+        producer.reset();
+        std::exit(OptivoSim_FireEvent(Consumer::CAMERA, 0x9001, 1) == 1 ? 0 : 4);
+    }
+    EXPECT_EQ(RunChild("unload"), 0);
+}
+
+// A callback that the camera library would not remove is gone with its camera.
+TEST_F(UnloadTest, AfterACallbackThatCouldNotBeRemoved) {
+    auto producer = Producer::LoadCopy();
+    const std::string path = producer->Path();
+    const OptivoFault refuseToRemove = {OPTIVO_DEVICE_REGISTER_EVENT_CALLBACK,
+                                        OPTIVO_FAULT_RESULT,
+                                        -1001,
+                                        OPTIVO_ANY_SELECTOR,
+                                        1,
+                                        OPTIVO_FOREVER};
+    OptivoSim_AddFault(&refuseToRemove);
+    ASSERT_EQ(Acquire(*producer), 0);
+    producer.reset();
+    ExpectUnloaded(path);
 }
 
 // What is loaded again is ready to use, whether or not it had stayed.
