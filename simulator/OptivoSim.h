@@ -13,7 +13,8 @@
 #elif defined(OPTIVO_BUILD)
 #define OPTIVO_SIM_API __declspec(dllexport)
 #else
-#define OPTIVO_SIM_API __declspec(dllimport)
+/* Callers need no attribute, so that a program may steer another library by these functions. */
+#define OPTIVO_SIM_API
 #endif
 
 #ifdef __cplusplus

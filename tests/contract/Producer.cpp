@@ -121,7 +121,11 @@ std::filesystem::path CopyModule() {
 } // namespace
 
 std::unique_ptr<Producer> Producer::Load() {
-    return std::unique_ptr<Producer>(new Producer(ModulePath().string(), false));
+    return LoadFile(ModulePath().string());
+}
+
+std::unique_ptr<Producer> Producer::LoadFile(const std::string& path) {
+    return std::unique_ptr<Producer>(new Producer(path, false));
 }
 
 std::unique_ptr<Producer>

@@ -11,8 +11,9 @@
 class Producer {
 public:
     // Loads NorvelTL40.cti, which lies beside this program. Throws std::runtime_error when the
-    // file or one of the functions is missing, as does LoadCopy.
+    // file or one of the functions is missing, as do the others.
     static std::unique_ptr<Producer> Load();
+    static std::unique_ptr<Producer> LoadFile(const std::string& path);
 
     // Loads a copy of the module's file under a name of its own, so that it shares no state with
     // any other; the file is deleted with the object, or, where the module stays loaded, by the
