@@ -1,0 +1,5 @@
+#include "CameraLibrary.h"
+
+Optivo::Int32 GetSystem(Optivo::ICamSystem**) {
+    throw 7;
+}
