@@ -110,6 +110,12 @@ class Products(unittest.TestCase):
                 self.assertEqual(loader.missing_for(path), [])
                 self.assertTrue({library for library, _ in loader.imports_of(path)} >= {"kernel32.dll", "msvcrt.dll"})
 
+    def test_a_camera_library_from_another_compiler_has_what_they_ask_it_for(self):
+        exports = loader.exports_of(Setting.build / "maker/Optivo40.dll")
+        # What steers it is for tests.
+        self.assertEqual({name for name in exports if not name.startswith("Maker_")},
+                         loader.CAMERA_LIBRARY["optivo40.dll"])
+
     def test_what_the_module_offers_and_hands_on(self):
         exports = loader.exports_of(Setting.build / "bin/NorvelTL40.cti")
         self.assertEqual(exports, {**dict.fromkeys(listed("exports")), **forwarded("mingw"), **forwarded("msvc")})
