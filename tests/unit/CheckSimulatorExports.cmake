@@ -42,7 +42,12 @@ string(REGEX MATCHALL "OptivoSim_[A-Za-z0-9]+\\(" steering "${header}")
 list(TRANSFORM steering REPLACE "\\(" "")
 list(REMOVE_DUPLICATES steering)
 
-set(missing GetSystem ${steering} ${forwarded})
+set(own GetSystem)
+# A resource tells kind and version on Windows.
+if(NOT WINDOWS)
+  list(APPEND own OptivoLibraryKind OptivoLibraryVersion)
+endif()
+set(missing ${own} ${steering} ${forwarded})
 list(REMOVE_ITEM missing ${found})
 report_difference("needed, but not exported" ${missing})
 
@@ -54,7 +59,7 @@ list(REMOVE_ITEM handed_on ${forwarded})
 report_difference("exported, but not forwarded" ${handed_on})
 
 set(others ${found})
-list(REMOVE_ITEM others GetSystem ${steering})
+list(REMOVE_ITEM others ${own} ${steering})
 list(FILTER others EXCLUDE REGEX "^_Z(N|NK|T[ISV]N)7GenICam")
 report_difference("exported, but of no use to anybody" ${others})
 

@@ -1,6 +1,7 @@
 #include "CameraLibrary.h"
 
 #include "FolderList.h"
+#include "LibraryIdentity.h"
 #include "MachineVariable.h"
 
 #include <array>
@@ -16,8 +17,6 @@ namespace {
 namespace fs = std::filesystem;
 
 constexpr const wchar_t* kLibrary = L"Optivo40.dll";
-constexpr const wchar_t* kProductOf = L"\\StringFileInfo\\040904B0\\ProductName";
-constexpr std::wstring_view kOwnProduct = L"NorvelTL";
 
 fs::path SystemFolder() {
     std::array<wchar_t, MAX_PATH> folder{};
@@ -44,19 +43,6 @@ void AppendFolders(std::vector<fs::path>& folders, const std::wstring& text) {
 
 } // namespace
 
-bool IsSimulated(const fs::path& library) {
-    DWORD unused = 0;
-    const DWORD size = GetFileVersionInfoSizeW(library.c_str(), &unused);
-    std::vector<BYTE> block(size);
-    if (size == 0 || !GetFileVersionInfoW(library.c_str(), 0, size, block.data())) {
-        return false;
-    }
-    void* product = nullptr;
-    UINT length = 0;
-    return VerQueryValueW(block.data(), kProductOf, &product, &length) && length > 0 &&
-           static_cast<const wchar_t*>(product) == kOwnProduct;
-}
-
 std::optional<fs::path> FindMakersLibrary(const fs::path& folder) {
     std::vector<fs::path> folders{folder, SystemFolder()};
     // This process may have an older PATH than programs that start from now on, or one of its own.
@@ -64,9 +50,9 @@ std::optional<fs::path> FindMakersLibrary(const fs::path& folder) {
     AppendFolders(folders, CMachineVariable(L"PATH").Text().value_or(L""));
     for (const fs::path& place : folders) {
         std::error_code error;
-        const fs::path library = place / kLibrary;
-        if (fs::is_regular_file(library, error) && !IsSimulated(library)) {
-            return library;
+        const fs::path file = place / kLibrary;
+        if (fs::is_regular_file(file, error) && !library::Identify(file).isSimulated) {
+            return file;
         }
     }
     return {};

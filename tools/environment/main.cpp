@@ -2,6 +2,7 @@
 // camera library. Exit code 0: done, or yes; 1: no; 2: failed; 3: wrong command line.
 #include "CameraLibrary.h"
 #include "FolderList.h"
+#include "LibraryIdentity.h"
 #include "MachineVariable.h"
 
 #include <cstdio>
@@ -70,7 +71,7 @@ ExitCode Run(int count, wchar_t** words) {
         return FindLibrary(words[2]);
     }
     if (command == L"is-simulated" && count == 3) {
-        return IsSimulated(words[2]) ? kDone : kNo;
+        return library::Identify(words[2]).isSimulated ? kDone : kNo;
     }
     std::fputs(kUsage, stderr);
     return kWrongUsage;
