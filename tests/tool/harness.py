@@ -73,6 +73,11 @@ def camera_library():
     return Setting.program.parent / ("Optivo40.dll" if Setting.is_windows else "libOptivo40.so")
 
 
+def library(name):
+    """A library made for these tests."""
+    return Setting.producers / (name + (".dll" if Setting.is_windows else ".so"))
+
+
 class Answer:
     def __init__(self, code, out, err):
         self.code = code
@@ -95,9 +100,12 @@ class ToolTest(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
 
-    def start(self, *arguments, world=None, search="", program=None):
-        """Starts the program in the test's folder; a world is a path, or what the file shall hold."""
+    def start(self, *arguments, world=None, search="", program=None, libraries=None):
+        """Starts the program in the test's folder; a world is a path, or what the file shall hold; libraries is a
+        folder in which the system looks for libraries too."""
         environment = {**os.environ, "GENICAM_GENTL64_PATH": search}
+        if libraries is not None:
+            environment["WINEPATH" if Setting.is_windows else "LD_LIBRARY_PATH"] = native(libraries)
         environment.pop("OPTIVO_SIM_CONFIG", None)
         if world is not None:
             if not isinstance(world, pathlib.Path):
@@ -135,7 +143,8 @@ class ToolTest(unittest.TestCase):
 
     def assert_golden(self, text, name):
         """Compares with a file; the build's folder and the length of what it is part of vary."""
-        text = re.sub(r"[^\s\"]*[/\\]NorvelTL40\.cti", "FOLDER/NorvelTL40.cti", text)
+        text = re.sub(r"[^\s\"]*[/\\](NorvelTL40\.cti|libOptivo40\.so|Optivo40\.dll)", r"FOLDER/\1", text)
+        text = text.replace(camera_library().name, "CAMERA_LIBRARY")
         text = re.sub(r"STRING  \d+ +\"FOLDER", 'STRING  NN    "FOLDER', text)
         text = re.sub(r'"size": \d+,(\s+"value": "FOLDER)', r'"size": "NN",\1', text)
         path = GOLDEN / name

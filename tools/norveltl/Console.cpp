@@ -32,6 +32,22 @@ std::string Narrow(const std::wstring& text) {
     return Utf8FromPath(std::filesystem::path(text));
 }
 
+std::wstring Wide(UINT codePage, DWORD flags, const std::string& text) {
+    const auto convert = [&](wchar_t* target, int capacity) {
+        return MultiByteToWideChar(codePage, flags, text.data(), static_cast<int>(text.size()),
+                                   target, capacity);
+    };
+    std::wstring wide(static_cast<size_t>(convert(nullptr, 0)), L'\0');
+    convert(wide.data(), static_cast<int>(wide.size()));
+    return wide;
+}
+
+// Producers name files in the system's code page.
+std::string Utf8(const std::string& text) {
+    const bool isUtf8 = !Wide(CP_UTF8, MB_ERR_INVALID_CHARS, text).empty();
+    return isUtf8 ? text : Narrow(Wide(CP_ACP, 0, text));
+}
+
 BOOL WINAPI OnControl(DWORD) {
     return g_interrupted.exchange(true) ? FALSE : TRUE;
 }
@@ -45,6 +61,10 @@ std::wstring Environment(const char* variable) {
 #else
 
 constexpr char kPathSeparator = ':';
+
+std::string Utf8(const std::string& text) {
+    return text;
+}
 
 void OnSignal(int signal) {
     g_interrupted = true;
@@ -68,6 +88,8 @@ void WriteError(const std::string& line) {
 #if defined(_WIN32)
 
 CConsole::CConsole() {
+    // No dialog about a library that cannot be loaded.
+    SetErrorMode(GetErrorMode() | SEM_FAILCRITICALERRORS);
     g_codePage = GetConsoleOutputCP();
     SetConsoleOutputCP(CP_UTF8);
 }
@@ -99,19 +121,6 @@ void CatchInterrupt() {
     SetConsoleCtrlHandler(OnControl, TRUE);
 }
 
-std::filesystem::path ProgramFolder() {
-    std::wstring path(MAX_PATH, L'\0');
-    for (;;) {
-        const DWORD length =
-            GetModuleFileNameW(nullptr, path.data(), static_cast<DWORD>(path.size()));
-        if (length < path.size()) {
-            path.resize(length);
-            return std::filesystem::path(path).parent_path();
-        }
-        path.resize(path.size() * 2);
-    }
-}
-
 #else
 
 CConsole::CConsole() = default;
@@ -131,11 +140,6 @@ bool IsTerminal() {
 void CatchInterrupt() {
     std::signal(SIGINT, OnSignal);
     std::signal(SIGTERM, OnSignal);
-}
-
-std::filesystem::path ProgramFolder() {
-    std::error_code error;
-    return std::filesystem::read_symlink("/proc/self/exe", error).parent_path();
 }
 
 #endif
@@ -160,7 +164,7 @@ bool ErrorReported() {
 std::string Printable(std::string text) {
     const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; };
     std::replace_if(text.begin(), text.end(), isControl, '?');
-    return text;
+    return Utf8(text);
 }
 
 std::filesystem::path PathFromUtf8(std::string_view text) {

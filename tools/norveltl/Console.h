@@ -9,7 +9,8 @@
 
 namespace norveltl {
 
-// Makes the console take UTF-8 for as long as it lives. There is one of it.
+// Makes the console take UTF-8 for as long as it lives, and the system ask nobody. There is one of
+// it.
 class CConsole {
 public:
     CConsole();
@@ -35,12 +36,12 @@ void ReportError(std::string_view text);
 // True once an error was reported, also by a destructor that could not throw it.
 bool ErrorReported();
 
-// Control characters replaced by '?', so that a device's text cannot steer the terminal.
+// Control characters replaced by '?', so that a device's text cannot steer the terminal; UTF-8, as
+// far as the system knows the characters.
 std::string Printable(std::string text);
 
 std::filesystem::path PathFromUtf8(std::string_view text);
 std::string Utf8FromPath(const std::filesystem::path& path);
-std::filesystem::path ProgramFolder();
 // The entries of a variable that lists paths, empty ones left out.
 std::vector<std::filesystem::path> PathsFromEnvironment(const char* variable);
 

@@ -52,7 +52,7 @@ std::vector<fs::path> FindModules(const std::string& cti) {
         }
         return {PathFromUtf8(cti)};
     }
-    const fs::path own = ProgramFolder() / kOwnModule;
+    const fs::path own = LoadedPath(nullptr).parent_path() / kOwnModule;
     if (fs::is_regular_file(own, error)) {
         return {own};
     }

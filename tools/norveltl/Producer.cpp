@@ -8,64 +8,9 @@
 #include <utility>
 #include <vector>
 
-#if defined(_WIN32)
-#include <windows.h>
-#else
-#include <dlfcn.h>
-#endif
-
 namespace norveltl {
 
 namespace {
-
-#if defined(_WIN32)
-
-std::string SystemError() {
-    const DWORD code = GetLastError();
-    std::array<wchar_t, 512> text{};
-    const DWORD length =
-        FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr, code, 0,
-                       text.data(), static_cast<DWORD>(text.size()), nullptr);
-    std::wstring line(text.data(), length);
-    while (!line.empty() && (line.back() == L'\n' || line.back() == L'\r')) {
-        line.pop_back();
-    }
-    return Utf8FromPath(std::filesystem::path(line)) + " (" + std::to_string(code) + ")";
-}
-
-// The module's own folder takes part in the search for the libraries that it needs.
-void* Load(const std::filesystem::path& path) {
-    return LoadLibraryExW(path.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
-}
-
-void Unload(void* library) {
-    FreeLibrary(static_cast<HMODULE>(library));
-}
-
-void* Find(void* library, const char* name) {
-    return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(library), name));
-}
-
-#else
-
-std::string SystemError() {
-    const char* text = dlerror();
-    return text ? text : "unknown reason";
-}
-
-void* Load(const std::filesystem::path& path) {
-    return dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
-}
-
-void Unload(void* library) {
-    dlclose(library);
-}
-
-void* Find(void* library, const char* name) {
-    return dlsym(library, name);
-}
-
-#endif
 
 constexpr std::array<std::pair<GC_ERROR, const char*>, 24> kCodeNames{{
     {GC_ERR_SUCCESS, "GC_ERR_SUCCESS"},
@@ -167,10 +112,7 @@ std::optional<uint64_t> QueryNumber(const InfoQuery& query) {
 }
 
 CProducer::CProducer(const std::filesystem::path& module)
-    : m_path(std::filesystem::absolute(module)), m_library(Load(m_path), Unload) {
-    if (!m_library) {
-        throw CToolError("cannot load " + Utf8FromPath(m_path) + ": " + SystemError());
-    }
+    : m_path(std::filesystem::absolute(module)), m_library(m_path) {
     ResolveAll();
     Call(GCInitLib);
 }
@@ -195,7 +137,7 @@ void CProducer::ResolveAll() {
 
 template <class P>
 void CProducer::Resolve(SFunction<P>& function) {
-    function.call = reinterpret_cast<P>(Find(m_library.get(), function.name));
+    function.call = reinterpret_cast<P>(m_library.Find(function.name));
     if (!function.call) {
         throw CToolError(Utf8FromPath(m_path) + " is no usable producer: it does not export " +
                          function.name);

@@ -2,6 +2,7 @@
 // into values and errors. Works with any producer and knows none in particular.
 #pragma once
 
+#include "DynamicLibrary.h"
 #include "Error.h"
 
 #include <GenTL/GenTL.h>
@@ -9,7 +10,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 
@@ -45,6 +45,8 @@ public:
     CProducer& operator=(const CProducer&) = delete;
 
     const std::filesystem::path& Path() const { return m_path; }
+    // Its folder, as the system knows it.
+    std::filesystem::path LoadedFolder() const { return m_library.Path().parent_path(); }
 
     // Throws CCallError with the producer's own last-error text unless the function succeeds.
     template <class P, class... A>
@@ -90,7 +92,7 @@ private:
     void Resolve(SFunction<P>& function);
 
     std::filesystem::path m_path;
-    std::unique_ptr<void, void (*)(void*)> m_library;
+    CDynamicLibrary m_library;
 
 public:
     SFunction<PGCInitLib> GCInitLib{"GCInitLib"};

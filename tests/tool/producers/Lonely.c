@@ -1,6 +1,6 @@
 /* A producer without interfaces. Its system's registers hold their own addresses, low byte first,
    and a write tells what arrived. WITHOUT_DSCLOSE, FAILING_INIT, FAILING_OPEN and FAILING_CLOSE
-   make broken ones of it. */
+   make broken ones of it; ACCOMPANIED needs a library to be loaded. */
 #include <GenTL/GenTL.h>
 
 #include <stdio.h>
@@ -20,9 +20,15 @@ static GC_ERROR CopyText(const char* text, INFO_DATATYPE* type, void* buffer, si
     return GC_ERR_SUCCESS;
 }
 
+#if defined(ACCOMPANIED)
+int Companion(void);
+#endif
+
 GC_API GCInitLib(void) {
 #if defined(FAILING_INIT)
     return GC_ERR_CUSTOM_ID - 1;
+#elif defined(ACCOMPANIED)
+    return Companion();
 #else
     return GC_ERR_SUCCESS;
 #endif
