@@ -153,14 +153,14 @@ class Runs(harness.ToolTest):
 
 def form_of(line):
     """A pattern for lines that differ in numbers, bars, blanks and the folder only."""
-    parts = re.split(r"(\S*NorvelTL40\.cti|\d+|#+| +)", line.rstrip())
+    parts = re.split(r"(\S*(?:NorvelTL40\.cti|libOptivo40\.so)|\d+|#+| +)", line.rstrip())
     forms = {"#": r"#*", " ": r" +"}
     pattern = ""
     for i, part in enumerate(parts):
         if i % 2 == 0:
             pattern += re.escape(part)
-        elif part.endswith(".cti"):
-            pattern += r"\S*NorvelTL40\.cti"
+        elif part.endswith((".cti", ".so")):
+            pattern += r"\S*" + re.escape(part.rpartition("/")[2])
         else:
             pattern += forms.get(part[0], r"\d+")
     return pattern + r"\s*#*"

@@ -1,13 +1,40 @@
-"""What is said of libraries that cannot be loaded."""
+"""Which camera library is used, and what is said of libraries that cannot be loaded."""
 import re
 import struct
 
-from harness import (FAILED, NOTHING_FOUND, Setting, ToolTest, camera_library, library, module, native, producer,
+from harness import (DONE, FAILED, NOTHING_FOUND, Setting, ToolTest, camera_library, library, module, native, producer,
                      separator)
 
+VERSION = "4.0.1.0"
 COMMANDS = (("list",), ("list", "--json"), ("info",), ("info", "system", "--json"), ("xml", "system"),
             ("read", "system", "0"), ("write", "system", "0=00"), ("features",), ("get", "Width"), ("set", "Width=4"),
             ("exec", "AcquisitionStart"), ("grab", "-n", "1"), ("events", "-t", "1"), ("check",))
+
+
+def wide(text):
+    return text.encode("utf-16-le")
+
+
+def replaced(data, old, new):
+    assert old in data and len(old) == len(new)
+    return data.replace(old, new)
+
+
+def of_another_make(data):
+    """The simulated camera library, but that it says to be something else."""
+    if Setting.is_windows:
+        return replaced(data, wide("NorvelTL"), wide("Likewise"))
+    return replaced(data, b"simulated\0", b"genuine!!\0")
+
+
+def without_identity(data):
+    """The simulated camera library, but that it says nothing of itself."""
+    if Setting.is_windows:
+        data = bytearray(data)
+        # Without the directory of its resources.
+        struct.pack_into("<Q", data, struct.unpack_from("<I", data, 0x3C)[0] + 24 + 112 + 16, 0)
+        return bytes(data)
+    return replaced(of_another_make(data), VERSION.encode() + b"\0", bytes(len(VERSION) + 1))
 
 
 def with_other_bits(data):
@@ -32,12 +59,80 @@ class LibraryTest(ToolTest):
             (folder / camera_library().name).write_bytes(camera(camera_library().read_bytes()))
         return folder
 
+    def using(self, *places, **options):
+        """The camera library that list tells of each producer."""
+        answer = self.run_tool("list", "--json", search=separator().join(map(native, places)), program=self.tool(),
+                               **options)
+        self.assertEqual((answer.code, answer.err), (DONE, ""), answer.out)
+        return {entry["path"]: entry["cameraLibrary"] for entry in answer.json()["producers"]}
+
     def tool(self):
         """The tool without a module beside it, and without a camera library, which Windows would find there."""
         folder = self.folder / "tool"
         if not folder.exists():
             self.install("tool", Setting.program)
         return folder / Setting.program.name
+
+
+def told(folder, version=VERSION, simulated=True):
+    return {"path": native(folder / camera_library().name), "version": version, "simulated": simulated}
+
+
+class Using(LibraryTest):
+    def test_the_simulated_one(self):
+        line = f"  simulated camera library {VERSION}: {native(camera_library())}"
+        self.assertEqual(self.done("list").out.splitlines()[2], line)
+        self.assertEqual(self.done("info", "system").out.splitlines()[1], line)
+        expected = told(camera_library().parent)
+        self.assertEqual(self.done("list", "--json").json()["producers"][0]["cameraLibrary"], expected)
+        system, *others = self.done("info", "--json", world={"interfaces": [{"cameras": [{}]}]}).json()
+        self.assertEqual(system["cameraLibrary"], expected)
+        for other in others:
+            self.assertNotIn("cameraLibrary", other)
+        self.assertNotIn("camera library", self.done("info", "port:10001").out)
+
+    def test_one_of_another_make(self):
+        place = self.place("place", module(), camera=of_another_make)
+        answer = self.done("--cti", native(place / module().name), "list")
+        self.assertEqual(answer.out.splitlines()[2],
+                         f"  camera library {VERSION}: {native(place / camera_library().name)}")
+        self.assertEqual(self.using(place), {native(place / module().name): told(place, simulated=False)})
+
+    def test_one_that_tells_nothing_of_itself(self):
+        place = self.place("place", module(), camera=without_identity)
+        answer = self.done("--cti", native(place / module().name), "list")
+        self.assertEqual(answer.out.splitlines()[2], f"  camera library: {native(place / camera_library().name)}")
+        self.assertEqual(self.using(place), {native(place / module().name): told(place, None, False)})
+
+    def test_one_that_the_system_finds(self):
+        place, elsewhere = self.place("place", module()), self.place("elsewhere", camera_library())
+        self.assertEqual(self.using(place, libraries=elsewhere), {native(place / module().name): told(elsewhere)})
+        beside = self.place("beside", module(), camera=of_another_make)
+        found = self.using(beside, libraries=elsewhere)[native(beside / module().name)]
+        # Linux follows LD_LIBRARY_PATH first.
+        self.assertEqual(found, told(beside, simulated=False) if Setting.is_windows else told(elsewhere))
+
+    def test_other_producers_have_none(self):
+        search = separator().join((native(module()), producer("lonely")))
+        answer = self.run_tool("list", "--json", program=self.tool(), search=search)
+        self.assertEqual([entry["cameraLibrary"] for entry in answer.json()["producers"]],
+                         [told(module().parent), None])
+        beside = self.place("beside", producer_file("lonely"), camera_library())
+        answer = self.run_tool("--cti", native(beside / "lonely.cti"), "list", "--json")
+        self.assertIsNone(answer.json()["producers"][0]["cameraLibrary"])
+        answer = self.run_tool("--cti", native(beside / "lonely.cti"), "list")
+        self.assertEqual(len(answer.out.splitlines()), 3, answer.out)
+        self.assertIsNone(self.done("--cti", producer("lonely"), "info", "system", "--json").json()[0]["cameraLibrary"])
+
+    def test_two_modules_with_a_library_each(self):
+        first, second = (self.place(name, module(), camera_library()) for name in ("first", "second"))
+        # Linux loads one library of a name.
+        expected = [told(first), told(second if Setting.is_windows else first)]
+        self.assertEqual(list(self.using(first, second).values()), expected)
+
+    def test_two_modules_with_one_library(self):
+        first, second = self.place("first", module(), camera_library()), self.place("second", module())
+        self.assertEqual(list(self.using(first, second).values()), [told(first), told(first)])
 
 
 class Missing(LibraryTest):

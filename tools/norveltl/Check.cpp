@@ -169,7 +169,7 @@ EExitCode Check(const std::string& cti, const SCheckOptions& options) {
     }
     bool hasFailed = false;
     for (const auto& system : systems.open) {
-        CJudgement judge(system->Info(TL_INFO_VENDOR).value_or(""));
+        CJudgement judge(system->IsNorvelTL());
         CheckLibrary(system->Producer(), judge);
         CheckSystem(*system, judge);
         for (const SChoice& choice : AllDevices(systems)) {

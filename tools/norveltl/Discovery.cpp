@@ -10,6 +10,7 @@ namespace norveltl {
 namespace {
 
 constexpr const char* kOwnModule = "NorvelTL40.cti";
+constexpr const char* kOwnVendor = "NORVEL";
 constexpr const char* kSearchVariable = "GENICAM_GENTL64_PATH";
 constexpr uint64_t kSearchMilliseconds = 1000;
 constexpr std::string_view kSerialPrefix = "SN->";
@@ -214,6 +215,10 @@ OptionalText CSystem::Info(TL_INFO_CMD command) const {
         return text;
     }
     return QueryText(CProducer::Query(p.GCGetInfo, command));
+}
+
+bool CSystem::IsNorvelTL() const {
+    return Info(TL_INFO_VENDOR) == kOwnVendor;
 }
 
 SSystems OpenSystems(const std::string& cti) {

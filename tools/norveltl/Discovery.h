@@ -43,6 +43,8 @@ public:
     const std::vector<SInterface>& Interfaces() const { return m_interfaces; }
     // Tells what the system module says of itself, or the library when it does not.
     OptionalText Info(TL_INFO_CMD command) const;
+    // By its vendor.
+    bool IsNorvelTL() const;
 
 private:
     void Search(SInterface& interface_);

@@ -1,7 +1,7 @@
 #include "Info.h"
 
+#include "CameraLibrary.h"
 #include "Console.h"
-#include "Json.h"
 #include "Modules.h"
 #include "Table.h"
 
@@ -240,8 +240,13 @@ std::vector<SGroup> AskEverything(const CProducer& p, const SModule& module) {
     return groups;
 }
 
-void Print(const SModule& module, const std::vector<SGroup>& groups) {
+void Print(const CSystem& system, const SModule& module, const std::vector<SGroup>& groups) {
     std::cout << module.Name() << (module.id.empty() ? "" : " " + Printable(module.id)) << "\n";
+    if (module.module == EModule::System) {
+        if (const auto library = FindCameraLibrary(system)) {
+            std::cout << "  " << library->Text() << "\n";
+        }
+    }
     CTable table({"", "number", "type", "size", "answer"});
     for (const SGroup& group : groups) {
         for (const SAnswer& answer : group.answers) {
@@ -254,8 +259,11 @@ void Print(const SModule& module, const std::vector<SGroup>& groups) {
     table.Print(std::cout, "  ");
 }
 
-Json ToJson(const SModule& module, const std::vector<SGroup>& groups) {
+Json ToJson(const CSystem& system, const SModule& module, const std::vector<SGroup>& groups) {
     Json json{{"module", module.Name()}, {"id", module.id}};
+    if (module.module == EModule::System) {
+        json["cameraLibrary"] = ToJson(FindCameraLibrary(system));
+    }
     for (const SGroup& group : groups) {
         Json& list = json[group.title] = Json::array();
         for (const SAnswer& answer : group.answers) {
@@ -287,9 +295,9 @@ EExitCode Info(const std::string& cti, const SInfoOptions& options) {
         }
         const std::vector<SGroup> groups = AskEverything(path.Producer(), module);
         if (options.json) {
-            json.push_back(ToJson(module, groups));
+            json.push_back(ToJson(path.System(), module, groups));
         } else {
-            Print(module, groups);
+            Print(path.System(), module, groups);
         }
     }
     if (options.json) {

@@ -14,7 +14,6 @@ struct SKnown {
     const char* why;
 };
 
-constexpr const char* kVendor = "NORVEL";
 constexpr SKnown kKnown[] = {
     {"GCInitLib again", "GCInitLib succeeds however often it is called."},
     {"access status of an open camera",
@@ -58,7 +57,7 @@ void CJudgement::Expect(const std::string& check, GC_ERROR code,
 void CJudgement::Deviate(const std::string& check, const std::string& expected,
                          const std::string& answer) {
     SFinding finding{EVerdict::Deviates, m_subject, check, answer, expected};
-    if (m_vendor == kVendor) {
+    if (m_isNorvelTL) {
         for (const SKnown& known : kKnown) {
             if (check == known.check) {
                 finding.isKnown = true;

@@ -25,8 +25,8 @@ struct SFinding {
 
 class CJudgement {
 public:
-    // The vendor tells which deviations are known.
-    explicit CJudgement(std::string vendor) : m_vendor(std::move(vendor)) {}
+    // Of NorvelTL some deviations are known.
+    explicit CJudgement(bool isNorvelTL) : m_isNorvelTL(isNorvelTL) {}
 
     // The camera that the next checks are about.
     void SetSubject(const std::string& subject) { m_subject = subject; }
@@ -54,7 +54,7 @@ public:
     const std::set<std::string>& Explanations() const { return m_explanations; }
 
 private:
-    std::string m_vendor;
+    bool m_isNorvelTL;
     std::string m_subject;
     std::vector<SFinding> m_findings;
     std::set<std::string> m_explanations;

@@ -1,8 +1,7 @@
 #include "List.h"
 
+#include "CameraLibrary.h"
 #include "Console.h"
-#include "Discovery.h"
-#include "Json.h"
 
 #include <iomanip>
 #include <iostream>
@@ -51,6 +50,9 @@ void PrintSystem(const CSystem& system) {
               << Shown(system.Info(TL_INFO_MODEL)) << ", version "
               << Shown(system.Info(TL_INFO_VERSION)) << ", TL type "
               << Shown(system.Info(TL_INFO_TLTYPE)) << "\n";
+    if (const auto library = FindCameraLibrary(system)) {
+        std::cout << "  " << library->Text() << "\n";
+    }
     if (system.Interfaces().empty()) {
         std::cout << "no interface\n";
     }
@@ -99,6 +101,7 @@ Json ToJson(const CSystem& system) {
     json["model"] = ToJson(system.Info(TL_INFO_MODEL));
     json["version"] = ToJson(system.Info(TL_INFO_VERSION));
     json["tlType"] = ToJson(system.Info(TL_INFO_TLTYPE));
+    json["cameraLibrary"] = ToJson(FindCameraLibrary(system));
     json["interfaces"] = Json::array();
     for (const SInterface& interface_ : system.Interfaces()) {
         json["interfaces"].push_back(ToJson(interface_));

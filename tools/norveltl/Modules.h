@@ -38,6 +38,7 @@ public:
     CModulePath(const CModulePath&) = delete;
     CModulePath& operator=(const CModulePath&) = delete;
 
+    const CSystem& System() const { return *m_system; }
     const CProducer& Producer() const { return m_system->Producer(); }
     // From the system down to the target.
     const std::vector<SModule>& Modules() const { return m_modules; }
