@@ -48,8 +48,9 @@ VIAddVersionKey ProductVersion "${VERSION}"
 !insertmacro MUI_PAGE_COMPONENTS
 !insertmacro MUI_PAGE_INSTFILES
 !define MUI_FINISHPAGE_TEXT "NorvelTL ${VERSION} has been installed on your computer.$\r$\n$\r$\nPrograms that run \
-already find its cameras after they are started again. Documentation is in $INSTDIR\docs.$\r$\n$\r$\nClick Finish to \
-close Setup."
+already find it after they are started again. $\"norveltl list$\", in a new window, shows the cameras, and which camera \
+library they come from: the maker's, or the simulated one.$\r$\n$\r$\nDocumentation is in $INSTDIR\docs.$\r$\n$\r$\n\
+Click Finish to close Setup."
 !insertmacro MUI_PAGE_FINISH
 !insertmacro MUI_UNPAGE_CONFIRM
 !insertmacro MUI_UNPAGE_INSTFILES
@@ -159,7 +160,7 @@ Section "Simulated camera library" simulator
   ${If} $answer == 0
     !insertmacro InstallSimulator
   ${Else}
-    DetailPrint "$INSTDIR\bin\Optivo40.dll is the maker's and stays."
+    DetailPrint "$INSTDIR\bin\Optivo40.dll is not the simulated one and stays."
     !insertmacro UnselectSection ${simulator}
   ${EndIf}
 SectionEnd
@@ -198,7 +199,9 @@ SectionEnd
 
 !insertmacro MUI_FUNCTION_DESCRIPTION_BEGIN
   !insertmacro MUI_DESCRIPTION_TEXT ${product} "The producer, its command line, examples and documentation."
-  !insertmacro MUI_DESCRIPTION_TEXT ${simulator} "Cameras to try NorvelTL with. Leave it out where the maker's Optivo40.dll is installed."
+  !insertmacro MUI_DESCRIPTION_TEXT ${simulator} "Cameras that do not exist, to try NorvelTL with. \
+    It is used before any other Optivo40.dll: leave it out where the maker's is installed, and run Setup again when that \
+    is installed later."
 !insertmacro MUI_FUNCTION_DESCRIPTION_END
 
 ; Selects the simulated library where the maker's is missing and nobody has decided otherwise.
