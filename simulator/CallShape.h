@@ -16,6 +16,7 @@ struct CallShape {
     const char* text = nullptr;
     void* buffer = nullptr;
     decltype(sizeof 0)* size = nullptr;
+    unsigned* count = nullptr;    // of a list's entries
     const char* object = nullptr; // name of the interface or camera that is called
 };
 

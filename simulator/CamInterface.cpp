@@ -71,14 +71,15 @@ Int32 CCamInterface::PerformOpened(const CallShape& call, TWork&& work) {
 }
 
 Int32 CCamInterface::UpdateDeviceList(UInt32* count, UInt32 timeout) {
-    return PerformOpened({.operation = OPTIVO_INTERFACE_UPDATE_DEVICE_LIST, .argument = timeout},
-                         [&](CInterfaceContents& contents) {
-                             if (count == nullptr) {
-                                 return kInvalidParameter;
-                             }
-                             *count = contents.Update();
-                             return kSuccess;
-                         });
+    return PerformOpened(
+        {.operation = OPTIVO_INTERFACE_UPDATE_DEVICE_LIST, .argument = timeout, .count = count},
+        [&](CInterfaceContents& contents) {
+            if (count == nullptr) {
+                return kInvalidParameter;
+            }
+            *count = contents.Update();
+            return kSuccess;
+        });
 }
 
 Int32 CCamInterface::GetDeviceName(UInt32 index, char* buffer, Size* size) {

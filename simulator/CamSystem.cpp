@@ -20,14 +20,15 @@ Int32 CSystemContents::GetName(UInt32 index, char* buffer, Size* size) const {
 }
 
 Int32 CCamSystem::UpdateInterfaceList(UInt32* count, UInt32 timeout) {
-    return m_handle.Perform({.operation = OPTIVO_SYSTEM_UPDATE_INTERFACE_LIST, .argument = timeout},
-                            [&](CSystemContents& contents) {
-                                if (count == nullptr) {
-                                    return kInvalidParameter;
-                                }
-                                *count = contents.Update();
-                                return kSuccess;
-                            });
+    return m_handle.Perform(
+        {.operation = OPTIVO_SYSTEM_UPDATE_INTERFACE_LIST, .argument = timeout, .count = count},
+        [&](CSystemContents& contents) {
+            if (count == nullptr) {
+                return kInvalidParameter;
+            }
+            *count = contents.Update();
+            return kSuccess;
+        });
 }
 
 Int32 CCamSystem::GetInterfaceName(UInt32 index, char* buffer, Size* size) {

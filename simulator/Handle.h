@@ -42,6 +42,12 @@ Int32 PerformCall(const CallShape& call, TWork&& work, TClear&& clear) {
     case OPTIVO_FAULT_EXCEPTION_AFTER:
         work();
         ThrowGenericException();
+    case OPTIVO_FAULT_WRONG_COUNT:
+        work();
+        if (call.count != nullptr) {
+            *call.count = static_cast<UInt32>(verdict->result);
+        }
+        return kSuccess;
     case OPTIVO_FAULT_OVERLONG_SIZE:
         work();
         if (call.size != nullptr) {

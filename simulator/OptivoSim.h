@@ -77,7 +77,10 @@ typedef enum {
        zero in its last byte; answers the result. */
     OPTIVO_FAULT_NOT_TEXT,
     /* Does its work, outputs included, and then throws a GenICam::GenericException. */
-    OPTIVO_FAULT_EXCEPTION_AFTER
+    OPTIVO_FAULT_EXCEPTION_AFTER,
+    /* An update of a list does its work, and then tells so many entries as the result says, without
+       sign; answers 0. */
+    OPTIVO_FAULT_WRONG_COUNT
 } OptivoFaultKind;
 
 /* Any selector of an operation, for a fault that does not look at it. */

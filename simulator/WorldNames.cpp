@@ -53,8 +53,9 @@ constexpr std::pair<const char*, OptivoFaultKind> kFaultKinds[] = {
     ENUMERATOR(OPTIVO_FAULT_HANG),
     ENUMERATOR(OPTIVO_FAULT_EMPTY_TEXT),
     ENUMERATOR(OPTIVO_FAULT_NOT_TEXT),
-    ENUMERATOR(OPTIVO_FAULT_EXCEPTION_AFTER)};
-static_assert(std::size(kFaultKinds) == OPTIVO_FAULT_EXCEPTION_AFTER + 1);
+    ENUMERATOR(OPTIVO_FAULT_EXCEPTION_AFTER),
+    ENUMERATOR(OPTIVO_FAULT_WRONG_COUNT)};
+static_assert(std::size(kFaultKinds) == OPTIVO_FAULT_WRONG_COUNT + 1);
 
 constexpr std::pair<const char*, OptivoImageFaultKind> kImageFaultKinds[] = {
     ENUMERATOR(OPTIVO_IMAGE_LOST), ENUMERATOR(OPTIVO_IMAGE_LATE),

@@ -31,7 +31,7 @@ inline constexpr std::array<const char*, 26> OPERATION_NAMES = {"GetSystem",
                                                                 "StreamGetStreamInfo",
                                                                 "StreamClose"};
 // In the order of OptivoFaultKind.
-inline constexpr std::array<const char*, 12> FAULT_KIND_NAMES = {"result",
+inline constexpr std::array<const char*, 13> FAULT_KIND_NAMES = {"result",
                                                                  "resultAfter",
                                                                  "nullObject",
                                                                  "genericException",
@@ -42,4 +42,5 @@ inline constexpr std::array<const char*, 12> FAULT_KIND_NAMES = {"result",
                                                                  "hang",
                                                                  "emptyText",
                                                                  "notText",
-                                                                 "exceptionAfter"};
+                                                                 "exceptionAfter",
+                                                                 "wrongCount"};

@@ -197,7 +197,7 @@ TEST_F(WorldErrorTest, Faults) {
         {Fault(R"("operation": "GetSystem", "kind": "Result")"),
          "1:48: /faults/0/kind must be one of result, resultAfter, nullObject, genericException, "
          "foreignException, unterminatedText, overlongSize, delay, hang, emptyText, notText, "
-         "exceptionAfter"},
+         "exceptionAfter, wrongCount"},
         {Fault(R"("operation": "GetSystem", "result": 2147483648)"),
          "1:50: /faults/0/result must be an integer from -2147483648 to 2147483647"},
         {Fault(R"("operation": "GetSystem", "selector": -1)"),

@@ -150,7 +150,8 @@ TEST(WorldFileTest, OperationsAndKindsAreThoseOfTheirNames) {
         {"hang", OPTIVO_FAULT_HANG},
         {"emptyText", OPTIVO_FAULT_EMPTY_TEXT},
         {"notText", OPTIVO_FAULT_NOT_TEXT},
-        {"exceptionAfter", OPTIVO_FAULT_EXCEPTION_AFTER}};
+        {"exceptionAfter", OPTIVO_FAULT_EXCEPTION_AFTER},
+        {"wrongCount", OPTIVO_FAULT_WRONG_COUNT}};
     for (const auto& [name, kind] : kinds) {
         EXPECT_EQ(read(R"("operation": "GetSystem", "kind": ")" + name + '"').kind, kind);
     }
