@@ -18,6 +18,13 @@ namespace GenICam::Client {
 inline constexpr std::size_t kNameCapacity = 2048;
 inline constexpr std::size_t kInfoCapacity = 512;
 
+// Whether a list of the library ends before the entry at an index, although it tells count entries.
+// A count that is too large to be true tells nothing: then the list is what has a name.
+inline bool EndsList(Optivo::UInt32 count, Optivo::UInt32 index, const std::string& name) {
+    constexpr Optivo::UInt32 kLongestList = 65536;
+    return count > kLongestList && (name.empty() || index >= kLongestList);
+}
+
 // An object of the camera library, owned; or none. Operations are called through it only, so that
 // no exception of another compiler reaches a frame that has something to destroy.
 // Calling is as safe on several threads as the library's operation; the rest is the owner's to

@@ -248,10 +248,14 @@ CInterface::Infos CInterface::DiscoverDevices(std::uint32_t timeout) {
     m_camera.Call(&Optivo::ICamInterface::UpdateDeviceList, &count, timeout);
     Infos found;
     for (Optivo::UInt32 index = 0; index < count; ++index) {
-        found.push_back(
-            Describe(ReadCameraText<kNameCapacity>([&](char* buffer, Optivo::Size* size) {
+        const std::string name =
+            ReadCameraText<kNameCapacity>([&](char* buffer, Optivo::Size* size) {
                 m_camera.Call(&Optivo::ICamInterface::GetDeviceName, index, buffer, size);
-            })));
+            });
+        if (EndsList(count, index, name)) {
+            break;
+        }
+        found.push_back(Describe(name));
     }
     return found;
 }

@@ -187,6 +187,9 @@ CTL::Infos CTL::DiscoverInterfaces(std::uint32_t timeout) {
             ReadCameraText<kNameCapacity>([&](char* buffer, Optivo::Size* size) {
                 m_system.Call(&Optivo::ICamSystem::GetInterfaceName, index, buffer, size);
             });
+        if (EndsList(count, index, name)) {
+            break;
+        }
         CCameraObject<Optivo::ICamInterface> description;
         m_system.Call(&Optivo::ICamSystem::GetInterface, name.c_str(), description.Receive());
         const auto readText = [&](Optivo::UInt64 key) {
