@@ -8,6 +8,7 @@
 
 #include <array>
 #include <cstddef>
+#include <cstring>
 #include <string>
 #include <type_traits>
 #include <utility>
@@ -84,6 +85,23 @@ std::string ReadCameraText(Query&& query) {
     Optivo::Size size = Capacity;
     query(text.data(), &size);
     return text.data();
+}
+
+// Gives a text in a caller's buffer of capacity bytes its terminating zero, where the library says
+// that it stopped or else in the last byte, and bounds the size that the library tells. Of a buffer
+// of 0 bytes nothing is known, and what the library did with it is left.
+inline void EndCameraText(char* buffer, std::size_t capacity, Optivo::Size& told) {
+    if (capacity == 0) {
+        return;
+    }
+    const std::size_t last = told != 0 && told < capacity ? told : capacity - 1;
+    const void* end = std::memchr(buffer, 0, last + 1);
+    if (end == nullptr) {
+        buffer[last] = '\0';
+        told = last + 1;
+    } else if (told > capacity) {
+        told = static_cast<std::size_t>(static_cast<const char*>(end) - buffer) + 1;
+    }
 }
 
 } // namespace GenICam::Client

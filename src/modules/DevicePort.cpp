@@ -65,6 +65,12 @@ void CDevicePort::Write(std::uint64_t address, const void* buffer, size_t* size)
 }
 
 void CDevicePort::GetPortURL(char* buffer, size_t* size) {
+    const size_t capacity = size == nullptr ? 0 : *size;
+    ReadUrl(buffer, size);
+    EndCameraText(buffer, capacity, *size);
+}
+
+void CDevicePort::ReadUrl(char* buffer, size_t* size) {
     if (buffer == nullptr) {
         throw invalid_buffer_error("Invalid buffer");
     }
@@ -77,7 +83,7 @@ void CDevicePort::GetPortURL(char* buffer, size_t* size) {
 
 std::string CDevicePort::Url() {
     return ReadCameraText<kInfoCapacity>(
-        [this](char* buffer, Optivo::Size* size) { GetPortURL(buffer, size); });
+        [this](char* buffer, Optivo::Size* size) { ReadUrl(buffer, size); });
 }
 
 void CDevicePort::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,

@@ -32,8 +32,8 @@ public:
     // to judge.
     void Read(std::uint64_t address, void* buffer, size_t* size) override;
     void Write(std::uint64_t address, const void* buffer, size_t* size) override;
-    // The camera's XML URL. Throws invalid_buffer_error without a buffer and when the library
-    // refuses.
+    // The camera's XML URL, with an end. Throws invalid_buffer_error without a buffer and when the
+    // library refuses.
     void GetPortURL(char* buffer, size_t* size) override;
     void GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
                      size_t* size) override;
@@ -49,6 +49,7 @@ public:
 
 private:
     bool MayHaveCallback();
+    void ReadUrl(char* buffer, size_t* size);
     std::string Url();
     void OnEvent(std::uint32_t eventId, std::uint32_t low, std::uint32_t high);
 

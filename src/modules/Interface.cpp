@@ -116,6 +116,12 @@ void CInterface::Write(std::uint64_t address, const void* buffer, size_t* size) 
 }
 
 void CInterface::GetPortURL(char* buffer, size_t* size) {
+    const size_t capacity = size == nullptr ? 0 : *size;
+    ReadUrl(buffer, size);
+    EndCameraText(buffer, capacity, *size);
+}
+
+void CInterface::ReadUrl(char* buffer, size_t* size) {
     if (buffer == nullptr) {
         throw std::invalid_argument("Invalid buffer");
     }
@@ -127,7 +133,7 @@ void CInterface::GetPortURL(char* buffer, size_t* size) {
 
 std::string CInterface::Url() {
     return ReadCameraText<kInfoCapacity>(
-        [this](char* buffer, Optivo::Size* size) { GetPortURL(buffer, size); });
+        [this](char* buffer, Optivo::Size* size) { ReadUrl(buffer, size); });
 }
 
 void CInterface::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,

@@ -34,8 +34,8 @@ public:
     // Port accesses throw the error class of the library's result.
     void Read(std::uint64_t address, void* buffer, size_t* size) override;
     void Write(std::uint64_t address, const void* buffer, size_t* size) override;
-    // The camera library's URL of the interface's XML. Throws std::invalid_argument without a
-    // buffer and when the library refuses.
+    // The camera library's URL of the interface's XML, with an end. Throws std::invalid_argument
+    // without a buffer and when the library refuses.
     void GetPortURL(char* buffer, size_t* size) override;
     void GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
                      size_t* size) override;
@@ -75,6 +75,7 @@ public:
 private:
     using Infos = std::vector<boost::shared_ptr<CDeviceInfo>>;
 
+    void ReadUrl(char* buffer, size_t* size);
     std::string Url();
     Infos DiscoverDevices(std::uint32_t timeout);
     boost::shared_ptr<CDeviceInfo> Describe(const std::string& name);

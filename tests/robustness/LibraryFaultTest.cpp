@@ -275,7 +275,7 @@ TEST_F(LibraryTextTest, UnterminatedUrlOfADeviceEndsWithItsBuffer) {
     EXPECT_EQ(AskUrl(remote), TextInfo(Xs(512)));
 }
 
-TEST_F(LibraryTextTest, AConsumersBufferIsFilledNoFurther) {
+TEST_F(LibraryTextTest, UnterminatedUrlEndsWithTheConsumersBuffer) {
     ASSERT_NO_FATAL_FAILURE(OpenDevice());
     const std::vector<std::pair<OptivoOperation, PORT_HANDLE>> rows = {
         {OPTIVO_INTERFACE_READ_PORT, iface}, {OPTIVO_DEVICE_GET_INFO, remote}};
@@ -284,7 +284,25 @@ TEST_F(LibraryTextTest, AConsumersBufferIsFilledNoFurther) {
         std::string buffer(64, '#');
         size_t size = 40;
         EXPECT_OK(gentl.GCGetPortURL(port, buffer.data(), &size));
-        EXPECT_EQ(buffer, Xs(40) + std::string(24, '#'));
+        EXPECT_EQ(buffer, Xs(39) + '\0' + std::string(24, '#'));
+        EXPECT_EQ(size, 40U);
+    }
+}
+
+TEST_F(LibraryTextTest, AClaimedLengthOfAUrlIsNotHandedOn) {
+    ASSERT_NO_FATAL_FAILURE(OpenDevice());
+    const std::vector<std::pair<OptivoOperation, PORT_HANDLE>> rows = {
+        {OPTIVO_INTERFACE_READ_PORT, iface}, {OPTIVO_DEVICE_GET_INFO, remote}};
+    for (const auto& [operation, port] : rows) {
+        const std::string url = AskUrl(port).Text();
+        for (const size_t offered : {url.size() + 1, size_t{512}, SIZE_MAX / 10}) {
+            AddFault(operation, OPTIVO_FAULT_OVERLONG_SIZE);
+            std::string buffer(512, '#');
+            size_t size = offered;
+            EXPECT_OK(gentl.GCGetPortURL(port, buffer.data(), &size));
+            EXPECT_EQ(size, url.size() + 1);
+            EXPECT_EQ(buffer, url + '\0' + std::string(511 - url.size(), '#'));
+        }
     }
 }
 
