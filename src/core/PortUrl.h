@@ -19,14 +19,15 @@ void RequireFirstUrl(std::uint32_t index) {
     }
 }
 
-// Copies a URL and its terminating zero out, reporting needed bytes (at least its length + 1).
+// Copies a URL and its terminating zero out; a zero inside it is copied like any character.
 // A null buffer asks for the size. Throws Error when size is null, and, after writing the needed
 // size, when *size is below it; a size of 0 is no exception.
 template <class Error>
-void CopyOutUrl(const std::string& url, std::size_t needed, char* buffer, std::size_t* size) {
+void CopyOutUrl(const std::string& url, char* buffer, std::size_t* size) {
     if (size == nullptr) {
         throw Error("Invalid Buffer Size");
     }
+    const std::size_t needed = url.size() + 1;
     const bool fits = *size >= needed;
     *size = needed;
     if (buffer == nullptr) {
@@ -35,7 +36,7 @@ void CopyOutUrl(const std::string& url, std::size_t needed, char* buffer, std::s
     if (!fits) {
         throw Error("Invalid Buffer Size");
     }
-    std::memcpy(buffer, url.c_str(), url.size() + 1);
+    std::memcpy(buffer, url.c_str(), needed);
 }
 
 } // namespace GenICam::Client

@@ -35,8 +35,7 @@ CBufferInfo::~CBufferInfo() {
 }
 
 void CBufferInfo::GetPortURL(char* buffer, size_t* size) {
-    const std::string url = Url(m_xmlLength);
-    CopyOutUrl<invalid_buffer_error>(url, url.size() + 1, buffer, size);
+    CopyOutUrl<invalid_buffer_error>(Url(m_xmlLength), buffer, size);
 }
 
 void CBufferInfo::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,

@@ -136,8 +136,7 @@ void CDataStream::Close() {
 }
 
 void CDataStream::GetPortURL(char* buffer, size_t* size) {
-    const std::string url = Url(m_xmlLength);
-    CopyOutUrl<std::invalid_argument>(url, url.size() + 1, buffer, size);
+    CopyOutUrl<std::invalid_argument>(Url(m_xmlLength), buffer, size);
 }
 
 void CDataStream::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,

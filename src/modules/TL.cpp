@@ -130,9 +130,9 @@ std::string CTL::Url() const {
     return Format("Local:TLRegs.xml;%1$x;%2$x", kXml, m_xmlSize);
 }
 
+// Two zeros end it, as the device's.
 void CTL::GetPortURL(char* buffer, size_t* size) {
-    const std::string url = Url();
-    CopyOutUrl<std::invalid_argument>(url, url.size() + 2, buffer, size);
+    CopyOutUrl<std::invalid_argument>(Url() + '\0', buffer, size);
 }
 
 void CTL::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size) {
