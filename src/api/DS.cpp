@@ -74,8 +74,9 @@ GC_API DSClose(DS_HANDLE hDataStream) {
 
 GC_API DSGetParentDev(DS_HANDLE hDataStream, DEV_HANDLE* phDevice) {
     return Framed([&] {
-        CDevice* parent = DataStreamOf(hDataStream).Device();
-        Require(phDevice, "phDevice") = HandleOf(parent);
+        CDataStream& stream = DataStreamOf(hDataStream);
+        DEV_HANDLE& handle = Require(phDevice, "phDevice");
+        handle = HandleOf(stream.Device());
     });
 }
 

@@ -9,7 +9,8 @@ using namespace GenICam::Client;
 GC_API DevGetPort(DEV_HANDLE hDevice, PORT_HANDLE* phRemoteDevice) {
     return Framed([&] {
         CDevice& device = DeviceOf(hDevice);
-        Require(phRemoteDevice, "phRemoteDevice") = HandleOf(device.RemotePort());
+        PORT_HANDLE& handle = Require(phRemoteDevice, "phRemoteDevice");
+        handle = HandleOf(device.RemotePort());
     });
 }
 
@@ -55,8 +56,9 @@ GC_API DevClose(DEV_HANDLE hDevice) {
 
 GC_API DevGetParentIF(DEV_HANDLE hDevice, IF_HANDLE* phIface) {
     return Framed([&] {
-        CInterface* parent = DeviceOf(hDevice).Interface();
+        CDevice& device = DeviceOf(hDevice);
         IF_HANDLE& handle = Require(phIface, "phIface");
+        CInterface* parent = device.Interface();
         if (parent == nullptr) {
             throw not_available_error("The interface of this device is closed.");
         }

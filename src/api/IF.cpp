@@ -20,7 +20,8 @@ GC_API IFGetInfo(IF_HANDLE hIface, INTERFACE_INFO_CMD iInfoCmd, INFO_DATATYPE* p
 GC_API IFGetNumDevices(IF_HANDLE hIface, uint32_t* piNumDevices) {
     return Framed([&] {
         CInterface& iface = InterfaceOf(hIface);
-        Require(piNumDevices, "piNumDevices") = iface.GetNumDevices();
+        uint32_t& count = Require(piNumDevices, "piNumDevices");
+        count = iface.GetNumDevices();
     });
 }
 
@@ -58,6 +59,7 @@ GC_API IFOpenDevice(IF_HANDLE hIface, const char* sDeviceID, DEVICE_ACCESS_FLAGS
 GC_API IFGetParentTL(IF_HANDLE hIface, TL_HANDLE* phSystem) {
     return Framed([&] {
         CInterface& iface = DiscoveringInterfaceOf(hIface);
-        Require(phSystem, "phSystem") = HandleOf(iface.Owner());
+        TL_HANDLE& handle = Require(phSystem, "phSystem");
+        handle = HandleOf(iface.Owner());
     });
 }

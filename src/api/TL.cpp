@@ -29,7 +29,8 @@ GC_API TLGetInfo(TL_HANDLE hSystem, TL_INFO_CMD iInfoCmd, INFO_DATATYPE* piType,
 GC_API TLGetNumInterfaces(TL_HANDLE hSystem, uint32_t* piNumIfaces) {
     return Framed([&] {
         CTL& system = SystemOf(hSystem);
-        Require(piNumIfaces, "piNumIfaces") = system.GetNumInterfaces();
+        uint32_t& count = Require(piNumIfaces, "piNumIfaces");
+        count = system.GetNumInterfaces();
     });
 }
 

@@ -91,6 +91,16 @@ TEST_F(NullArgumentTest, WhereANumberBelongs) {
                 {"URLs of a buffer", [&] { return gentl.GCGetNumPortURLs(m_buffer, N); }}});
 }
 
+class NullArgumentOfASystemTest : public SystemTest {};
+
+// A discovery takes long, and changes what is listed.
+TEST_F(NullArgumentOfASystemTest, IsRefusedBeforeAnythingIsDiscovered) {
+    EXPECT_FAILS_WITH_TEXT(-1009, gentl.TLGetNumInterfaces(tl, N));
+    EXPECT_FAILS_WITH_TEXT(-1009, gentl.TLOpenInterface(tl, "GEV::eth0", N));
+    EXPECT_FAILS_WITH_TEXT(-1009, gentl.TLOpenInterface(tl, N, &iface));
+    EXPECT_EQ(NumCalls(OPTIVO_SYSTEM_UPDATE_INTERFACE_LIST), 0U);
+}
+
 TEST_F(NullArgumentTest, WhereAnIdBelongs) {
     ExpectRefusedWithSomeText(
         -1009,
