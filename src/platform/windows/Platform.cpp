@@ -37,9 +37,10 @@ namespace GenICam::Client::Platform {
 
 namespace {
 
-std::string WithLastError(const char* text) {
-    return boost::str(boost::format(text, std::locale::classic()) %
-                      static_cast<std::int32_t>(GetLastError()));
+// The system's error is read before anything that may change it.
+[[noreturn]] void ThrowLastError(const char* text) {
+    const auto error = static_cast<std::int32_t>(GetLastError());
+    throw std::invalid_argument(boost::str(boost::format(text, std::locale::classic()) % error));
 }
 
 } // namespace
@@ -78,11 +79,11 @@ std::string_view SystemXml() {
     auto* const resource =
         FindResourceA(s_instance, kXmlResourceName, MAKEINTRESOURCEA(kXmlResourceType));
     if (resource == nullptr) {
-        throw std::invalid_argument(WithLastError("Unable to find Resource, Error %d"));
+        ThrowLastError("Unable to find Resource, Error %d");
     }
     const HGLOBAL loaded = LoadResource(s_instance, resource);
     if (loaded == nullptr) {
-        throw std::invalid_argument(WithLastError("Unable to load Resource, Error %d"));
+        ThrowLastError("Unable to load Resource, Error %d");
     }
     const void* text = LockResource(loaded);
     if (text == nullptr) {
