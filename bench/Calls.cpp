@@ -86,6 +86,29 @@ void BufferInfo(benchmark::State& state) {
     }
 }
 
+// What a consumer gets that asks a buffer for more than there is, ten times an image.
+void Refuse(benchmark::State& state, BUFFER_INFO_CMD command, std::size_t offered, GC_ERROR code) {
+    const IdleStream idle;
+    Producer& gentl = idle.module.gentl;
+    auto* const buffer = idle.stream.buffers.at(0);
+    for (auto _ : state) {
+        std::uint64_t value = 0;
+        std::size_t size = offered;
+        INFO_DATATYPE type = 0;
+        const GC_ERROR answer =
+            gentl.DSGetBufferInfo(idle.stream.stream, buffer, command, &type, &value, &size);
+        Require(answer == code, "a refusal");
+    }
+}
+
+void RefusedCommand(benchmark::State& state) {
+    Refuse(state, BUFFER_INFO_TIMESTAMP, sizeof(std::uint64_t), GC_ERR_INVALID_PARAMETER);
+}
+
+void RefusedSize(benchmark::State& state) {
+    Refuse(state, BUFFER_INFO_SIZE, 1, GC_ERR_ERROR);
+}
+
 // A thousand buffers are queued, and taken back unmeasured.
 void QueueBuffers(benchmark::State& state) {
     constexpr unsigned kMany = 1000;
@@ -252,6 +275,8 @@ void RegisterCalls(const Effort& /*effort*/) {
     add("empty_call/limit", EmptyCall);
     add("stream_info/module", StreamInfo);
     add("buffer_info/module", BufferInfo);
+    add("refused_command/module", RefusedCommand);
+    add("refused_size/module", RefusedSize);
     benchmark::RegisterBenchmark("queue_buffer/module", QueueBuffers)->UseManualTime();
     add("queue_and_discard/module", QueueAndDiscard);
     add("system_xml/module", XmlOfModule);

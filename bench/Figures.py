@@ -79,6 +79,8 @@ FIGURES = [
     Figure("GCReadPort, 4 bytes of a camera", "read_port/module", "read_port/limit", "difference", 10),
     Figure("DSGetInfo", "stream_info/module", "empty_call/limit", "difference", 30),
     Figure("DSGetBufferInfo", "buffer_info/module", "empty_call/limit", "difference", 30),
+    Figure("DSGetBufferInfo, an unknown command", "refused_command/module", compare="itself", budget=1000),
+    Figure("DSGetBufferInfo, a buffer that is too small", "refused_size/module", compare="itself", budget=1000),
     Figure("DSQueueBuffer", "queue_buffer/module", "empty_call/limit", "difference", 30),
     Figure("DSQueueBuffer and DSFlushQueue, each", "queue_and_discard/module", "empty_call/limit", "difference", 30, calls=2),
     Figure("check of a handle", "handle_check/module", "handle_check/limit", "difference", 15),

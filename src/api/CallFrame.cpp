@@ -34,6 +34,14 @@ GC_ERROR FailNullHandle() noexcept {
     return GC_ERR_INVALID_HANDLE;
 }
 
+GC_ERROR Conclude(const COutcome& outcome) noexcept {
+    if (outcome.IsRefusal()) {
+        RecordLastError(outcome.Code(),
+                        outcome.IsTold() ? outcome.Text().data() : kUnspecifiedError);
+    }
+    return outcome.Code();
+}
+
 // What no clause names loses its own text.
 GC_ERROR TranslateCurrentException() noexcept {
     try {
@@ -83,7 +91,7 @@ GC_ERROR TranslateCurrentException() noexcept {
     } catch (const dynamic_cast_error& error) {
         return Fail(dynamic_cast_error::code, error.what());
     } catch (...) {
-        return Fail(GC_ERR_ERROR, "Unspecified runtime error.");
+        return Fail(GC_ERR_ERROR, kUnspecifiedError);
     }
 }
 

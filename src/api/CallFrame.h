@@ -1,9 +1,11 @@
 // The frame of every exported function: the library guard, the null-handle check where it applies,
 // the body, and the one list that turns exceptions into codes.
-// This file knows no module; it is the only place where an exception becomes a code.
+// This file knows no module; it is the only place where an exception becomes a code, and where what
+// goes wrong is recorded.
 #pragma once
 
 #include "core/LastError.h"
+#include "core/Outcome.h"
 
 #include <type_traits>
 #include <utility>
@@ -13,6 +15,9 @@ namespace GenICam::Client {
 // Whether GCInitLib was called and GCCloseLib was not; one flag for all threads, not synchronised.
 bool IsInitialized() noexcept;
 void SetInitialized(bool initialized) noexcept;
+
+// Answers the code of an outcome, and records a refusal as the last error.
+GC_ERROR Conclude(const COutcome& outcome) noexcept;
 
 // Records the exception that is being handled as the last error and answers its code.
 GC_ERROR TranslateCurrentException() noexcept;
@@ -26,7 +31,7 @@ GC_ERROR FailNotInitialized() noexcept;
 // that is answered.
 GC_ERROR FailNullHandle() noexcept;
 
-// Runs the body, which answers a code or nothing (success); an exception becomes its code.
+// Runs the body, which answers its outcome or nothing (success); an exception becomes its code.
 // Success leaves the last error alone.
 template <class Body>
 GC_ERROR Translated(Body&& body) noexcept {
@@ -35,7 +40,7 @@ GC_ERROR Translated(Body&& body) noexcept {
             std::forward<Body>(body)();
             return GC_ERR_SUCCESS;
         } else {
-            return std::forward<Body>(body)();
+            return Conclude(std::forward<Body>(body)());
         }
     } catch (...) {
         return TranslateCurrentException();

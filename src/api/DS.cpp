@@ -54,13 +54,14 @@ GC_API DSStopAcquisition(DS_HANDLE hDataStream, ACQ_STOP_FLAGS iStopFlags) {
 
 GC_API DSGetInfo(DS_HANDLE hDataStream, STREAM_INFO_CMD iInfoCmd, INFO_DATATYPE* piType,
                  void* pBuffer, size_t* piSize) {
-    return Framed([&] { DataStreamOf(hDataStream).GetInfo(iInfoCmd, piType, pBuffer, piSize); });
+    return Framed(
+        [&] { return DataStreamOf(hDataStream).GetInfo(iInfoCmd, piType, pBuffer, piSize); });
 }
 
 GC_API DSGetBufferInfo(DS_HANDLE hDataStream, BUFFER_HANDLE hBuffer, BUFFER_INFO_CMD iInfoCmd,
                        INFO_DATATYPE* piType, void* pBuffer, size_t* piSize) {
     return Framed([&] {
-        DataStreamOf(hDataStream).GetBufferInfo(hBuffer, iInfoCmd, piType, pBuffer, piSize);
+        return DataStreamOf(hDataStream).GetBufferInfo(hBuffer, iInfoCmd, piType, pBuffer, piSize);
     });
 }
 

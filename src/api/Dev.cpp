@@ -25,7 +25,8 @@ GC_API DevGetNumDataStreams(DEV_HANDLE hDevice, uint32_t* piNumDataStreams) {
 GC_API DevGetDataStreamID(DEV_HANDLE hDevice, uint32_t iIndex, char* sDataStreamID,
                           size_t* piSize) {
     return Framed([&] {
-        InfoOut(nullptr, sDataStreamID, piSize).String(DeviceOf(hDevice).GetDataStreamID(iIndex));
+        return InfoOut(nullptr, sDataStreamID, piSize)
+            .String(DeviceOf(hDevice).GetDataStreamID(iIndex));
     });
 }
 
@@ -39,7 +40,7 @@ GC_API DevOpenDataStream(DEV_HANDLE hDevice, const char* sDataStreamID, DS_HANDL
 
 GC_API DevGetInfo(DEV_HANDLE hDevice, DEVICE_INFO_CMD iInfoCmd, INFO_DATATYPE* piType,
                   void* pBuffer, size_t* piSize) {
-    return Framed([&] { DeviceOf(hDevice).GetInfo(iInfoCmd, piType, pBuffer, piSize); });
+    return Framed([&] { return DeviceOf(hDevice).GetInfo(iInfoCmd, piType, pBuffer, piSize); });
 }
 
 // What is not a device is answered without recording an error.

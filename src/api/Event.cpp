@@ -1,20 +1,21 @@
 // The event functions.
 #include "api/CallFrame.h"
 #include "api/HandleChecks.h"
+#include "core/Errors.h"
 
 using namespace GenICam::Client;
 
 namespace {
 
 // The codes that a wait for data answers without an exception, with the texts for them.
-GC_ERROR RecordWaitResult(GC_ERROR result) noexcept {
+COutcome WaitOutcome(GC_ERROR result) noexcept {
     switch (result) {
     case GC_ERR_TIMEOUT:
-        return Fail(result, "Timeout");
+        return Refusal<timeout_error>("Timeout");
     case GC_ERR_NO_DATA:
-        return Fail(result, "No Event Data");
+        return Refusal<no_data_error>("No Event Data");
     case GC_ERR_ERROR:
-        return Fail(result, "Port is not available");
+        return Refusal<std::runtime_error>("Port is not available");
     default:
         return result;
     }
@@ -34,7 +35,7 @@ GC_API GCUnregisterEvent(EVENTSRC_HANDLE hEventSrc, EVENT_TYPE iEventID) {
 
 GC_API EventGetData(EVENT_HANDLE hEvent, void* pBuffer, size_t* piSize, uint64_t iTimeout) {
     return FramedOn(hEvent, IsEvent, [&] {
-        return RecordWaitResult(EventOf(hEvent).GetData(pBuffer, piSize, iTimeout));
+        return WaitOutcome(EventOf(hEvent).GetData(pBuffer, piSize, iTimeout));
     });
 }
 
@@ -42,14 +43,15 @@ GC_API EventGetDataInfo(EVENT_HANDLE hEvent, const void* pInBuffer, size_t iInSi
                         EVENT_DATA_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, void* pOutBuffer,
                         size_t* piOutSize) {
     return FramedOn(hEvent, IsEvent, [&] {
-        EventOf(hEvent).GetDataInfo(pInBuffer, iInSize, iInfoCmd, piType, pOutBuffer, piOutSize);
+        return EventOf(hEvent).GetDataInfo(pInBuffer, iInSize, iInfoCmd, piType, pOutBuffer,
+                                           piOutSize);
     });
 }
 
 GC_API EventGetInfo(EVENT_HANDLE hEvent, EVENT_INFO_CMD iInfoCmd, INFO_DATATYPE* piType,
                     void* pBuffer, size_t* piSize) {
     return FramedOn(hEvent, IsEvent,
-                    [&] { EventOf(hEvent).GetInfo(iInfoCmd, piType, pBuffer, piSize); });
+                    [&] { return EventOf(hEvent).GetInfo(iInfoCmd, piType, pBuffer, piSize); });
 }
 
 GC_API EventFlush(EVENT_HANDLE hEvent) {

@@ -1,6 +1,7 @@
 // The library and port functions.
 #include "api/CallFrame.h"
 #include "api/HandleChecks.h"
+#include "core/Errors.h"
 #include "core/InfoOut.h"
 #include "core/ModuleIdentity.h"
 #include "platform/Platform.h"
@@ -10,42 +11,31 @@ using namespace GenICam::Client;
 namespace {
 
 // Answers GC_ERR_ERROR, unrecorded, when the module's path has no file name.
-GC_ERROR AnswerModuleFileName(const InfoOut& out) {
+COutcome AnswerModuleFileName(const InfoOut& out) {
     std::string name;
-    if (!FileNameOf(ModulePath(), name)) {
-        return GC_ERR_ERROR;
-    }
-    out.String(name);
-    return GC_ERR_SUCCESS;
+    return FileNameOf(ModulePath(), name) ? out.String(name) : COutcome(GC_ERR_ERROR);
 }
 
-GC_ERROR AnswerLibraryInfo(TL_INFO_CMD command, const InfoOut& out) {
+COutcome AnswerLibraryInfo(TL_INFO_CMD command, const InfoOut& out) {
     switch (command) {
     case TL_INFO_ID:
     case TL_INFO_NAME:
         return AnswerModuleFileName(out);
     case TL_INFO_VENDOR:
-        out.String(kVendorName);
-        break;
+        return out.String(kVendorName);
     case TL_INFO_MODEL:
-        out.String(kModelName);
-        break;
+        return out.String(kModelName);
     case TL_INFO_VERSION:
-        out.String(VersionText(Platform::FileVersion()));
-        break;
+        return out.String(VersionText(Platform::FileVersion()));
     case TL_INFO_TLTYPE:
-        out.String(kTLType);
-        break;
+        return out.String(kTLType);
     case TL_INFO_PATHNAME:
-        out.String(ModulePath());
-        break;
+        return out.String(ModulePath());
     case TL_INFO_DISPLAYNAME:
-        out.String("MorvelTL for Norvel cameras");
-        break;
+        return out.String("MorvelTL for Norvel cameras");
     default:
-        return Fail(GC_ERR_INVALID_PARAMETER, "Unsupported GCInfo parameter");
+        return Refusal<invalid_parameter_error>("Unsupported GCInfo parameter");
     }
-    return GC_ERR_SUCCESS;
 }
 
 // Runs one access per entry and leaves in *numEntries how many of them completed.
@@ -81,13 +71,12 @@ GC_API GCCloseLib(void) {
 
 // Tells a bad size by a code of its own, unlike the framed functions.
 GC_API GCGetInfo(TL_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, void* pBuffer, size_t* piSize) {
-    return Framed([&]() -> GC_ERROR {
-        try {
-            return AnswerLibraryInfo(iInfoCmd, InfoOut(piType, pBuffer, piSize));
-        } catch (const std::invalid_argument& error) {
-            return Fail(piSize == nullptr ? GC_ERR_INVALID_PARAMETER : GC_ERR_BUFFER_TOO_SMALL,
-                        error.what());
-        }
+    return Framed([&] {
+        const COutcome outcome = AnswerLibraryInfo(iInfoCmd, InfoOut(piType, pBuffer, piSize));
+        return outcome.IsRefusal() && !outcome.IsTold()
+                   ? outcome.ToldAs(piSize == nullptr ? GC_ERR_INVALID_PARAMETER
+                                                      : GC_ERR_BUFFER_TOO_SMALL)
+                   : outcome;
     });
 }
 
@@ -118,7 +107,7 @@ GC_API GCWritePortStacked(PORT_HANDLE hPort, PORT_REGISTER_STACK_ENTRY* pEntries
 }
 
 GC_API GCGetPortURL(PORT_HANDLE hPort, char* sURL, size_t* piSize) {
-    return FramedOn(hPort, IsModule, [&] { PortOf(hPort).GetPortURL(sURL, piSize); });
+    return FramedOn(hPort, IsModule, [&] { return PortOf(hPort).GetPortURL(sURL, piSize); });
 }
 
 GC_API GCGetNumPortURLs(PORT_HANDLE hPort, uint32_t* piNumURLs) {
@@ -128,12 +117,12 @@ GC_API GCGetNumPortURLs(PORT_HANDLE hPort, uint32_t* piNumURLs) {
 GC_API GCGetPortURLInfo(PORT_HANDLE hPort, uint32_t iURLIndex, URL_INFO_CMD iInfoCmd,
                         INFO_DATATYPE* piType, void* pBuffer, size_t* piSize) {
     return FramedOn(hPort, IsModule, [&] {
-        PortOf(hPort).GetPortURLInfo(iURLIndex, iInfoCmd, piType, pBuffer, piSize);
+        return PortOf(hPort).GetPortURLInfo(iURLIndex, iInfoCmd, piType, pBuffer, piSize);
     });
 }
 
 GC_API GCGetPortInfo(PORT_HANDLE hPort, PORT_INFO_CMD iInfoCmd, INFO_DATATYPE* piType,
                      void* pBuffer, size_t* piSize) {
     return FramedOn(hPort, IsModule,
-                    [&] { PortOf(hPort).GetPortInfo(iInfoCmd, piType, pBuffer, piSize); });
+                    [&] { return PortOf(hPort).GetPortInfo(iInfoCmd, piType, pBuffer, piSize); });
 }

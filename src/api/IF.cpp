@@ -13,7 +13,7 @@ GC_API IFClose(IF_HANDLE hIface) {
 GC_API IFGetInfo(IF_HANDLE hIface, INTERFACE_INFO_CMD iInfoCmd, INFO_DATATYPE* piType,
                  void* pBuffer, size_t* piSize) {
     return Framed([&] {
-        InterfaceOf(hIface).GetInterfaceInfo()->GetInfo(iInfoCmd, piType, pBuffer, piSize);
+        return InterfaceOf(hIface).GetInterfaceInfo()->GetInfo(iInfoCmd, piType, pBuffer, piSize);
     });
 }
 
@@ -29,7 +29,7 @@ GC_API IFGetDeviceID(IF_HANDLE hIface, uint32_t iIndex, char* sIDeviceID, size_t
     return Framed([&] {
         std::string id;
         InterfaceOf(hIface).GetDeviceID(iIndex, id);
-        InfoOut(nullptr, sIDeviceID, piSize).String(id);
+        return InfoOut(nullptr, sIDeviceID, piSize).String(id);
     });
 }
 
@@ -43,7 +43,8 @@ GC_API IFUpdateDeviceList(IF_HANDLE hIface, bool8_t* pbChanged, uint64_t iTimeou
 GC_API IFGetDeviceInfo(IF_HANDLE hIface, const char* sDeviceID, DEVICE_INFO_CMD iInfoCmd,
                        INFO_DATATYPE* piType, void* pBuffer, size_t* piSize) {
     return Framed([&] {
-        DiscoveringInterfaceOf(hIface).GetDeviceInfo(sDeviceID, iInfoCmd, piType, pBuffer, piSize);
+        return DiscoveringInterfaceOf(hIface).GetDeviceInfo(sDeviceID, iInfoCmd, piType, pBuffer,
+                                                            piSize);
     });
 }
 

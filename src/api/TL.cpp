@@ -23,7 +23,7 @@ GC_API TLClose(TL_HANDLE hSystem) {
 
 GC_API TLGetInfo(TL_HANDLE hSystem, TL_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, void* pBuffer,
                  size_t* piSize) {
-    return Framed([&] { SystemOf(hSystem).GetInfo(iInfoCmd, piType, pBuffer, piSize); });
+    return Framed([&] { return SystemOf(hSystem).GetInfo(iInfoCmd, piType, pBuffer, piSize); });
 }
 
 GC_API TLGetNumInterfaces(TL_HANDLE hSystem, uint32_t* piNumIfaces) {
@@ -38,14 +38,15 @@ GC_API TLGetInterfaceID(TL_HANDLE hSystem, uint32_t iIndex, char* sIfaceID, size
     return Framed([&] {
         std::string id;
         SystemOf(hSystem).GetInterfaceID(id, iIndex);
-        InfoOut(nullptr, sIfaceID, piSize).String(id);
+        return InfoOut(nullptr, sIfaceID, piSize).String(id);
     });
 }
 
 GC_API TLGetInterfaceInfo(TL_HANDLE hSystem, const char* sIfaceID, INTERFACE_INFO_CMD iInfoCmd,
                           INFO_DATATYPE* piType, void* pBuffer, size_t* piSize) {
-    return Framed(
-        [&] { SystemOf(hSystem).GetInterfaceInfo(sIfaceID, iInfoCmd, piType, pBuffer, piSize); });
+    return Framed([&] {
+        return SystemOf(hSystem).GetInterfaceInfo(sIfaceID, iInfoCmd, piType, pBuffer, piSize);
+    });
 }
 
 GC_API TLOpenInterface(TL_HANDLE hSystem, const char* sIfaceID, IF_HANDLE* phIface) {

@@ -5,8 +5,8 @@
 // shift it.
 #pragma once
 
-#include "GenTL/GenTL.h"
 #include "core/LiveObjects.h"
+#include "core/Outcome.h"
 
 #include <cstdint>
 #include <type_traits>
@@ -25,12 +25,12 @@ public:
     // Single-register access; does nothing where a module has no register map.
     virtual void ReadRegister(std::uint64_t address, std::uint32_t* value) = 0;
     virtual void WriteRegister(std::uint64_t address, std::uint32_t value) = 0;
-    virtual void GetPortURL(char* buffer, size_t* size) = 0;
-    virtual void GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
-                             size_t* size) = 0;
+    virtual COutcome GetPortURL(char* buffer, size_t* size) = 0;
+    virtual COutcome GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                                 size_t* size) = 0;
     virtual void GetNumPortURLs(std::uint32_t* count) = 0;
-    virtual void GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
-                                void* buffer, size_t* size) = 0;
+    virtual COutcome GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
+                                    void* buffer, size_t* size) = 0;
 
 protected:
     ~IPort() = default;

@@ -7,111 +7,100 @@
 
 namespace GenICam::Client {
 
-bool InfoOut::Prepare(INFO_DATATYPE type, size_t needed) const {
+COutcome InfoOut::Copy(INFO_DATATYPE type, const void* value, size_t width, size_t numZeros) const {
     if (m_type != nullptr) {
         *m_type = type;
     }
     if (m_size == nullptr) {
-        throw std::invalid_argument("Invalid Size");
+        return Refusal<std::invalid_argument>("Invalid Size");
     }
+    const size_t needed = width + numZeros;
     if (m_buffer != nullptr && *m_size != 0 && *m_size < needed) {
-        throw std::invalid_argument("Invalid Buffer Size");
+        return Refusal<std::invalid_argument>("Invalid Buffer Size");
     }
     *m_size = needed;
-    return m_buffer != nullptr;
-}
-
-void InfoOut::String(std::string_view text) const {
-    if (Prepare(INFO_DATATYPE_STRING, text.size() + 1)) {
-        auto* destination = static_cast<char*>(m_buffer);
-        text.copy(destination, text.size());
-        destination[text.size()] = '\0';
-    }
-}
-
-void InfoOut::Bytes(INFO_DATATYPE type, const void* value, size_t width) const {
-    if (Prepare(type, width)) {
+    if (m_buffer != nullptr) {
         std::memcpy(m_buffer, value, width);
+        std::memset(static_cast<char*>(m_buffer) + width, 0, numZeros);
     }
+    return {};
 }
 
-void InfoOut::Bool8(bool value) const {
+COutcome InfoOut::String(std::string_view text) const {
+    return Copy(INFO_DATATYPE_STRING, text.data(), text.size(), 1);
+}
+
+COutcome InfoOut::Bytes(INFO_DATATYPE type, const void* value, size_t width) const {
+    return Copy(type, value, width, 0);
+}
+
+COutcome InfoOut::Bool8(bool value) const {
     const bool8_t byte = value ? 1 : 0;
-    Bytes(INFO_DATATYPE_BOOL8, &byte, sizeof byte);
+    return Bytes(INFO_DATATYPE_BOOL8, &byte, sizeof byte);
 }
 
-void InfoOut::Int32(std::int32_t value) const {
-    Bytes(INFO_DATATYPE_INT32, &value, sizeof value);
+COutcome InfoOut::Int32(std::int32_t value) const {
+    return Bytes(INFO_DATATYPE_INT32, &value, sizeof value);
 }
 
-void InfoOut::UInt32(std::uint32_t value) const {
-    Bytes(INFO_DATATYPE_UINT32, &value, sizeof value);
+COutcome InfoOut::UInt32(std::uint32_t value) const {
+    return Bytes(INFO_DATATYPE_UINT32, &value, sizeof value);
 }
 
-void InfoOut::Int64(std::int64_t value) const {
-    Bytes(INFO_DATATYPE_INT64, &value, sizeof value);
+COutcome InfoOut::Int64(std::int64_t value) const {
+    return Bytes(INFO_DATATYPE_INT64, &value, sizeof value);
 }
 
-void InfoOut::UInt64(std::uint64_t value) const {
-    Bytes(INFO_DATATYPE_UINT64, &value, sizeof value);
+COutcome InfoOut::UInt64(std::uint64_t value) const {
+    return Bytes(INFO_DATATYPE_UINT64, &value, sizeof value);
 }
 
-void InfoOut::Pointer(const void* value) const {
-    Bytes(INFO_DATATYPE_PTR, &value, sizeof value);
+COutcome InfoOut::Pointer(const void* value) const {
+    return Bytes(INFO_DATATYPE_PTR, &value, sizeof value);
 }
 
-void InfoOut::Size(size_t value) const {
-    Bytes(INFO_DATATYPE_SIZET, &value, sizeof value);
+COutcome InfoOut::Size(size_t value) const {
+    return Bytes(INFO_DATATYPE_SIZET, &value, sizeof value);
 }
 
-bool AnswerPortInfo(PORT_INFO_CMD command, std::string_view module, std::string_view portName,
-                    const InfoOut& out) {
+std::optional<COutcome> AnswerPortInfo(PORT_INFO_CMD command, std::string_view module,
+                                       std::string_view portName, const InfoOut& out) {
     switch (command) {
     case PORT_INFO_VENDOR:
-        out.String(kVendorName);
-        return true;
+        return out.String(kVendorName);
     case PORT_INFO_MODEL:
-        out.String(kModelName);
-        return true;
+        return out.String(kModelName);
     case PORT_INFO_TLTYPE:
-        out.String(kTLType);
-        return true;
+        return out.String(kTLType);
     case PORT_INFO_MODULE:
-        out.String(module);
-        return true;
+        return out.String(module);
     case PORT_INFO_LITTLE_ENDIAN:
     case PORT_INFO_ACCESS_READ:
     case PORT_INFO_ACCESS_WRITE:
-        out.Bool8(true);
-        return true;
+        return out.Bool8(true);
     case PORT_INFO_BIG_ENDIAN:
     case PORT_INFO_ACCESS_NA:
     case PORT_INFO_ACCESS_NI:
-        out.Bool8(false);
-        return true;
+        return out.Bool8(false);
     case PORT_INFO_PORTNAME:
-        out.String(portName);
-        return true;
+        return out.String(portName);
     default:
-        return false;
+        return std::nullopt;
     }
 }
 
-void AnswerUrlVersion(URL_INFO_CMD command, std::int32_t fileSubMinor, const InfoOut& out) {
+COutcome AnswerUrlVersion(URL_INFO_CMD command, std::int32_t fileSubMinor, const InfoOut& out) {
     switch (command) {
     case URL_INFO_SCHEMA_VER_MAJOR:
     case URL_INFO_FILE_VER_MAJOR:
-        out.Int32(1);
-        break;
+        return out.Int32(1);
     case URL_INFO_SCHEMA_VER_MINOR:
     case URL_INFO_FILE_VER_MINOR:
-        out.Int32(0);
-        break;
+        return out.Int32(0);
     case URL_INFO_FILE_VER_SUBMINOR:
-        out.Int32(fileSubMinor);
-        break;
+        return out.Int32(fileSubMinor);
     default:
-        break;
+        return {};
     }
 }
 

@@ -3,38 +3,39 @@
 // This file knows nothing of the modules whose values it copies.
 #pragma once
 
-#include "GenTL/GenTL.h"
+#include "core/Outcome.h"
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 namespace GenICam::Client {
 
 // Where one info answer goes: the consumer's type, buffer and size (bytes, in and out) arguments,
 // each of which may be null.
-// Every answer sets the type first. A null size throws std::invalid_argument "Invalid Size"; a null
-// buffer asks for the size; a size of 0 with a buffer means that the buffer is large enough; a size
-// that is too small throws std::invalid_argument "Invalid Buffer Size".
+// Every answer sets the type first. A null size is refused as std::invalid_argument "Invalid Size";
+// a null buffer asks for the size; a size of 0 with a buffer means that the buffer is large enough;
+// a size that is too small is refused as std::invalid_argument "Invalid Buffer Size".
 class InfoOut {
 public:
     InfoOut(INFO_DATATYPE* type, void* buffer, size_t* size)
         : m_type(type), m_buffer(buffer), m_size(size) {}
 
     // The text and a terminating zero; a zero inside the text is copied like any character.
-    void String(std::string_view text) const;
-    void Bool8(bool value) const;
-    void Int32(std::int32_t value) const;
-    void UInt32(std::uint32_t value) const;
-    void Int64(std::int64_t value) const;
-    void UInt64(std::uint64_t value) const;
-    void Pointer(const void* value) const;
-    void Size(size_t value) const;
+    COutcome String(std::string_view text) const;
+    COutcome Bool8(bool value) const;
+    COutcome Int32(std::int32_t value) const;
+    COutcome UInt32(std::uint32_t value) const;
+    COutcome Int64(std::int64_t value) const;
+    COutcome UInt64(std::uint64_t value) const;
+    COutcome Pointer(const void* value) const;
+    COutcome Size(size_t value) const;
     // width bytes of any value, under the given type.
-    void Bytes(INFO_DATATYPE type, const void* value, size_t width) const;
+    COutcome Bytes(INFO_DATATYPE type, const void* value, size_t width) const;
 
 private:
-    // Reports the needed size; true when the caller is to copy that many bytes to the buffer.
-    bool Prepare(INFO_DATATYPE type, size_t needed) const;
+    // The value and zeros behind it.
+    COutcome Copy(INFO_DATATYPE type, const void* value, size_t width, size_t numZeros) const;
 
     INFO_DATATYPE* m_type;
     void* m_buffer;
@@ -42,15 +43,18 @@ private:
 };
 
 // Answers the port-info commands that have the same meaning at every port: vendor, model,
-// transport layer, module, byte order, access and port name. False for every other command.
-bool AnswerPortInfo(PORT_INFO_CMD command, std::string_view module, std::string_view portName,
-                    const InfoOut& out);
+// transport layer, module, byte order, access and port name. Nothing for every other command.
+std::optional<COutcome> AnswerPortInfo(PORT_INFO_CMD command, std::string_view module,
+                                       std::string_view portName, const InfoOut& out);
 
-// The format of the error text for a port-info command that a port does not have.
-inline constexpr char kInvalidPortInfoCommand[] = "Invalid port info command %d";
+// The refusal of a port-info command that a port does not have.
+template <class Error>
+COutcome InvalidPortInfoCommand(PORT_INFO_CMD command) {
+    return Refusal<Error>("Invalid port info command %d", command);
+}
 
 // Answers the version numbers among the URL-info commands, the sub-minor number of the file as
 // given; writes nothing for every other command.
-void AnswerUrlVersion(URL_INFO_CMD command, std::int32_t fileSubMinor, const InfoOut& out);
+COutcome AnswerUrlVersion(URL_INFO_CMD command, std::int32_t fileSubMinor, const InfoOut& out);
 
 } // namespace GenICam::Client

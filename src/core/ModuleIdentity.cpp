@@ -1,6 +1,5 @@
 #include "core/ModuleIdentity.h"
 
-#include "core/Errors.h"
 #include "platform/Platform.h"
 
 #include <stdexcept>
@@ -34,8 +33,11 @@ std::string RequireFileName(const std::string& path) {
 }
 
 std::string VersionText(std::uint64_t version) {
-    const auto field = [version](int shift) { return (version >> shift) & 0xFFFF; };
-    return Format("%d.%d.%d.%d", field(48), field(32), field(16), field(0));
+    std::string text;
+    for (const int shift : {48, 32, 16, 0}) {
+        text += (text.empty() ? "" : ".") + std::to_string((version >> shift) & 0xFFFF);
+    }
+    return text;
 }
 
 std::string ModuleVersionText() {

@@ -21,13 +21,16 @@ static_assert(sizeof(DevEventRecord) == 24);
     throw LibraryInvalidArgument(text, "EventDevice", line, "InvalidArgumentException");
 }
 
-// The consumer is told 4 bytes, whatever is needed.
-void RequireSize(size_t* size, size_t needed) {
+// Copies a value out where the consumer offers as much; it is told 4 bytes, whatever is needed.
+template <class Value>
+COutcome Answer(INFO_DATATYPE reported, const Value& value, INFO_DATATYPE* type, void* buffer,
+                size_t* size) {
     size_t& given = Require(size, "piSize");
-    if (given < needed) {
+    if (given < sizeof value) {
         given = sizeof(std::uint32_t);
-        Fail("In buffer too small", __LINE__);
+        return Refusal<LibraryInvalidArgument>("In buffer too small");
     }
+    return InfoOut(type, buffer, size).Bytes(reported, &value, sizeof value);
 }
 
 } // namespace
@@ -49,50 +52,44 @@ void CopyEntry(const DevEventEntry& entry, void* buffer, size_t* size) {
     *size = entry.m_text.size() + 25;
 }
 
-void CEventDevice::GetInfo(EVENT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
-                           size_t* size) {
+COutcome CEventDevice::GetInfo(EVENT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                               size_t* size) {
     if (buffer == nullptr) {
-        Fail("Invalid buffer handle", __LINE__);
+        return Refusal<LibraryInvalidArgument>("Invalid buffer handle");
     }
-    const InfoOut out(type, buffer, size);
     // The type that goes with a 64-bit answer is that of a 32-bit one.
     const auto answer64 = [&](INFO_DATATYPE reported, std::uint64_t value) {
-        RequireSize(size, sizeof value);
-        out.Bytes(reported, &value, sizeof value);
+        return Answer(reported, value, type, buffer, size);
     };
     switch (command) {
     case EVENT_EVENT_TYPE:
-        RequireSize(size, sizeof(std::int32_t));
-        out.Int32(EVENT_REMOTE_DEVICE);
-        break;
+        return Answer(INFO_DATATYPE_INT32, std::int32_t{EVENT_REMOTE_DEVICE}, type, buffer, size);
     case EVENT_NUM_IN_QUEUE:
-        answer64(INFO_DATATYPE_INT32, NumQueued());
-        break;
+        return answer64(INFO_DATATYPE_INT32, NumQueued());
     case EVENT_NUM_FIRED:
-        answer64(INFO_DATATYPE_INT32, m_numFired.load(std::memory_order_relaxed));
-        break;
+        return answer64(INFO_DATATYPE_INT32, m_numFired.load(std::memory_order_relaxed));
     case EVENT_SIZE_MAX:
     case EVENT_INFO_DATA_SIZE_MAX:
-        answer64(INFO_DATATYPE_UINT32, sizeof(DevEventRecord));
-        break;
+        return answer64(INFO_DATATYPE_UINT32, sizeof(DevEventRecord));
     default:
-        break;
+        return {};
     }
 }
 
-void CEventDevice::GetDataInfo(const void* inBuffer, size_t inSize, EVENT_DATA_INFO_CMD command,
-                               INFO_DATATYPE* type, void* outBuffer, size_t* outSize) {
+COutcome CEventDevice::GetDataInfo(const void* inBuffer, size_t inSize, EVENT_DATA_INFO_CMD command,
+                                   INFO_DATATYPE* type, void* outBuffer, size_t* outSize) {
     if (inBuffer == nullptr || outBuffer == nullptr) {
-        Fail("Invalid buffer handle", __LINE__);
+        return Refusal<LibraryInvalidArgument>("Invalid buffer handle");
     }
     if (inSize < sizeof(DevEventRecord)) {
-        Fail("In buffer too small", __LINE__);
+        return Refusal<LibraryInvalidArgument>("In buffer too small");
     }
     if (command != EVENT_DATA_ID) {
-        Fail(Format("Invalid Event Data Info ID %d", command).c_str(), __LINE__);
+        return Refusal<LibraryInvalidArgument>("Invalid Event Data Info ID %d", command);
     }
-    RequireSize(outSize, sizeof(std::int32_t));
-    InfoOut(type, outBuffer, outSize).Bytes(INFO_DATATYPE_INT32, inBuffer, sizeof(std::int32_t));
+    DevEventRecord record{};
+    std::memcpy(&record, inBuffer, sizeof record);
+    return Answer(INFO_DATATYPE_INT32, record.m_eventId, type, outBuffer, outSize);
 }
 
 void CEventDevice::Post(const boost::shared_ptr<DevEventEntry>& entry) {

@@ -37,9 +37,10 @@ public:
     CEventDevice(const CEventDevice&) = delete;
     CEventDevice& operator=(const CEventDevice&) = delete;
 
-    void GetInfo(EVENT_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size) override;
-    void GetDataInfo(const void* inBuffer, size_t inSize, EVENT_DATA_INFO_CMD command,
-                     INFO_DATATYPE* type, void* outBuffer, size_t* outSize) override;
+    COutcome GetInfo(EVENT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                     size_t* size) override;
+    COutcome GetDataInfo(const void* inBuffer, size_t inSize, EVENT_DATA_INFO_CMD command,
+                         INFO_DATATYPE* type, void* outBuffer, size_t* outSize) override;
 
     // Counts the event and queues it while registered. Called on the camera library's threads.
     virtual void Post(const boost::shared_ptr<DevEventEntry>& entry);

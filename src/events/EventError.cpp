@@ -24,35 +24,34 @@ void CopyEntry(const ErrorEventEntry& entry, void* buffer, size_t* size) {
     *size = needed;
 }
 
-void CEventError::GetInfo(EVENT_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size) {
-    if (command == EVENT_NUM_IN_QUEUE) {
-        InfoOut(type, buffer, size).Int32(static_cast<std::int32_t>(NumQueued()));
-    }
+COutcome CEventError::GetInfo(EVENT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                              size_t* size) {
+    return command == EVENT_NUM_IN_QUEUE
+               ? InfoOut(type, buffer, size).Int32(static_cast<std::int32_t>(NumQueued()))
+               : COutcome();
 }
 
-void CEventError::GetDataInfo(const void* /*inBuffer*/, size_t /*inSize*/,
-                              EVENT_DATA_INFO_CMD /*command*/, INFO_DATATYPE* /*type*/,
-                              void* /*outBuffer*/, size_t* /*outSize*/) {
-    throw std::invalid_argument("Invalid Parameter");
+COutcome CEventError::GetDataInfo(const void* /*inBuffer*/, size_t /*inSize*/,
+                                  EVENT_DATA_INFO_CMD /*command*/, INFO_DATATYPE* /*type*/,
+                                  void* /*outBuffer*/, size_t* /*outSize*/) {
+    return Refusal<std::invalid_argument>("Invalid Parameter");
 }
 
-void CEventError::GetBlockInfo(const void* inBuffer, size_t inSize, EVENT_DATA_INFO_CMD command,
-                               INFO_DATATYPE* type, void* outBuffer, size_t* outSize) {
+COutcome CEventError::GetBlockInfo(const void* inBuffer, size_t inSize, EVENT_DATA_INFO_CMD command,
+                                   INFO_DATATYPE* type, void* outBuffer, size_t* outSize) {
     constexpr size_t kCodeSize = sizeof(GC_ERROR);
     if (inBuffer == nullptr || inSize < kCodeSize) {
-        throw std::invalid_argument("Invalid buffer");
+        return Refusal<std::invalid_argument>("Invalid buffer");
     }
     const InfoOut out(type, outBuffer, outSize);
     const auto* bytes = static_cast<const char*>(inBuffer);
     switch (command) {
     case EVENT_DATA_ID:
-        out.Bytes(INFO_DATATYPE_INT32, bytes, kCodeSize);
-        break;
+        return out.Bytes(INFO_DATATYPE_INT32, bytes, kCodeSize);
     case EVENT_DATA_VALUE:
-        out.Bytes(INFO_DATATYPE_STRING, bytes + kCodeSize, inSize - kCodeSize);
-        break;
+        return out.Bytes(INFO_DATATYPE_STRING, bytes + kCodeSize, inSize - kCodeSize);
     default:
-        throw std::invalid_argument("Invalid Event Data Info ID");
+        return Refusal<std::invalid_argument>("Invalid Event Data Info ID");
     }
 }
 

@@ -29,15 +29,16 @@ public:
     CEventError& operator=(const CEventError&) = delete;
 
     // Answers EVENT_NUM_IN_QUEUE and writes nothing for every other command.
-    void GetInfo(EVENT_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size) override;
-    // Always throws std::invalid_argument.
-    void GetDataInfo(const void* inBuffer, size_t inSize, EVENT_DATA_INFO_CMD command,
-                     INFO_DATATYPE* type, void* outBuffer, size_t* outSize) override;
+    COutcome GetInfo(EVENT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                     size_t* size) override;
+    // Refuses every command as std::invalid_argument.
+    COutcome GetDataInfo(const void* inBuffer, size_t inSize, EVENT_DATA_INFO_CMD command,
+                         INFO_DATATYPE* type, void* outBuffer, size_t* outSize) override;
 
     // Takes the code or the message out of the data of an error event.
-    // Throws std::invalid_argument for every other command and for data that is too short.
-    virtual void GetBlockInfo(const void* inBuffer, size_t inSize, EVENT_DATA_INFO_CMD command,
-                              INFO_DATATYPE* type, void* outBuffer, size_t* outSize);
+    // Refuses every other command, and data that is too short, as std::invalid_argument.
+    virtual COutcome GetBlockInfo(const void* inBuffer, size_t inSize, EVENT_DATA_INFO_CMD command,
+                                  INFO_DATATYPE* type, void* outBuffer, size_t* outSize);
 };
 
 } // namespace GenICam::Client

@@ -3,8 +3,8 @@
 // This file knows no kind of event and no module.
 #pragma once
 
-#include "GenTL/GenTL.h"
 #include "core/LiveObjects.h"
+#include "core/Outcome.h"
 
 #include <boost/shared_ptr.hpp>
 
@@ -32,11 +32,11 @@ public:
     // Waits up to timeout milliseconds for data (all bits set: without limit) and copies the oldest
     // out. The code that it answers is the caller's result; other failures are thrown.
     virtual GC_ERROR GetData(void* buffer, size_t* size, std::uint64_t timeout) = 0;
-    virtual void GetInfo(EVENT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
-                         size_t* size) = 0;
+    virtual COutcome GetInfo(EVENT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                             size_t* size) = 0;
     // Explains data that GetData copied out before.
-    virtual void GetDataInfo(const void* inBuffer, size_t inSize, EVENT_DATA_INFO_CMD command,
-                             INFO_DATATYPE* type, void* outBuffer, size_t* outSize) = 0;
+    virtual COutcome GetDataInfo(const void* inBuffer, size_t inSize, EVENT_DATA_INFO_CMD command,
+                                 INFO_DATATYPE* type, void* outBuffer, size_t* outSize) = 0;
     // Drops what is queued.
     virtual void Flush() = 0;
     virtual void Kill() = 0;

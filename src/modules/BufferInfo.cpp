@@ -14,7 +14,7 @@ constexpr std::int32_t kXmlSubMinorVersion = 3;
 constexpr std::uint32_t kXmlAddress = 0x100;
 
 std::string Url(std::uint32_t xmlLength) {
-    return Format("Local:TLBufferRegs.xml;%x;%x", kXmlAddress, xmlLength);
+    return LocalUrl("TLBufferRegs.xml", kXmlAddress, xmlLength);
 }
 
 } // namespace
@@ -34,64 +34,58 @@ CBufferInfo::~CBufferInfo() {
     }
 }
 
-void CBufferInfo::GetPortURL(char* buffer, size_t* size) {
-    CopyOutUrl<invalid_buffer_error>(Url(m_xmlLength), buffer, size);
+COutcome CBufferInfo::GetPortURL(char* buffer, size_t* size) {
+    return CopyOutUrl<invalid_buffer_error>(Url(m_xmlLength), buffer, size);
 }
 
-void CBufferInfo::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
-                              size_t* size) {
+COutcome CBufferInfo::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                                  size_t* size) {
     const InfoOut out(type, buffer, size);
-    if (command == PORT_INFO_ID) {
-        out.String("Buffer0");
-    } else if (command == PORT_INFO_LITTLE_ENDIAN || command == PORT_INFO_BIG_ENDIAN ||
-               !AnswerPortInfo(command, "TLBuffer", "BufferPort", out)) {
-        throw std::invalid_argument(Format(kInvalidPortInfoCommand, command));
+    const COutcome unknown = InvalidPortInfoCommand<std::invalid_argument>(command);
+    switch (command) {
+    case PORT_INFO_ID:
+        return out.String("Buffer0");
+    case PORT_INFO_LITTLE_ENDIAN:
+    case PORT_INFO_BIG_ENDIAN:
+        return unknown;
+    default:
+        return AnswerPortInfo(command, "TLBuffer", "BufferPort", out).value_or(unknown);
     }
 }
 
-void CBufferInfo::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
-                                 void* buffer, size_t* size) {
-    RequireFirstUrl<std::invalid_argument>(index);
+COutcome CBufferInfo::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
+                                     void* buffer, size_t* size) {
     const InfoOut out(type, buffer, size);
-    if (command == URL_INFO_URL) {
-        out.String(Url(m_xmlLength));
-    } else {
-        AnswerUrlVersion(command, kXmlSubMinorVersion, out);
-    }
+    return AnswerUrlInfo<std::invalid_argument>(index, command, kXmlSubMinorVersion, out,
+                                                [&] { return out.String(Url(m_xmlLength)); });
 }
 
 void CBufferInfo::RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* /*event*/) {
     throw std::invalid_argument(Format("Event ID %ld not implemented", type));
 }
 
-void CBufferInfo::GetInfo(BUFFER_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
-                          size_t* size) const {
+COutcome CBufferInfo::GetInfo(BUFFER_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                              size_t* size) const {
     const InfoOut out(type, buffer, size);
     switch (command) {
     case BUFFER_INFO_BASE:
         if (m_memory == nullptr) {
-            throw std::runtime_error("Invalid Memory Buffer");
+            return Refusal<std::runtime_error>("Invalid Memory Buffer");
         }
-        out.Pointer(m_memory);
-        break;
+        return out.Pointer(m_memory);
     case BUFFER_INFO_SIZE:
     case BUFFER_INFO_SIZE_FILLED:
-        out.Size(m_size);
-        break;
+        return out.Size(m_size);
     case BUFFER_INFO_USER_PTR:
-        out.Pointer(m_private);
-        break;
+        return out.Pointer(m_private);
     case BUFFER_INFO_NEW_DATA:
-        out.Bool8(m_newData.load(std::memory_order_relaxed));
-        break;
+        return out.Bool8(m_newData.load(std::memory_order_relaxed));
     case BUFFER_INFO_IS_QUEUED:
-        out.Bool8(IsQueued());
-        break;
+        return out.Bool8(IsQueued());
     case BUFFER_INFO_IS_ACQUIRING:
-        out.Bool8(false);
-        break;
+        return out.Bool8(false);
     default:
-        throw invalid_parameter_error(Format("Invalid buffer info command %d", command));
+        return Refusal<invalid_parameter_error>("Invalid buffer info command %d", command);
     }
 }
 

@@ -19,17 +19,18 @@ public:
     CBufferInfo(const CBufferInfo&) = delete;
     CBufferInfo& operator=(const CBufferInfo&) = delete;
 
-    void GetPortURL(char* buffer, size_t* size) override;
-    void GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
-                     size_t* size) override;
-    void GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
-                        void* buffer, size_t* size) override;
+    COutcome GetPortURL(char* buffer, size_t* size) override;
+    COutcome GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                         size_t* size) override;
+    COutcome GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
+                            void* buffer, size_t* size) override;
     // A buffer has no events: throws std::invalid_argument.
     void RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) override;
 
-    // Answers BUFFER_INFO commands. Throws std::runtime_error for the base of a buffer without
-    // memory and invalid_parameter_error for a command that does not exist.
-    void GetInfo(BUFFER_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size) const;
+    // Answers BUFFER_INFO commands. Refuses the base of a buffer without memory as
+    // std::runtime_error and a command that does not exist as invalid_parameter_error.
+    COutcome GetInfo(BUFFER_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                     size_t* size) const;
 
     void* Memory() const { return m_memory; }
     size_t Size() const { return m_size; }

@@ -40,17 +40,7 @@ std::uint32_t StreamIndexOf(const std::string& id) {
 }
 
 std::string Url(std::uint32_t xmlLength) {
-    return Format("Local:TLDataStreamRegs.xml;%x;%x", kXmlAddress, xmlLength);
-}
-
-[[noreturn]] void ThrowInvalidCommand(STREAM_INFO_CMD command) {
-    throw invalid_parameter_error(Format("Invalid stream info command %d", command));
-}
-
-void CheckCustomValue(Optivo::Int32 result, STREAM_INFO_CMD command) {
-    if (result != 0) {
-        ThrowInvalidCommand(command);
-    }
+    return LocalUrl("TLDataStreamRegs.xml", kXmlAddress, xmlLength);
 }
 
 } // namespace
@@ -135,31 +125,27 @@ void CDataStream::Close() {
     delete this;
 }
 
-void CDataStream::GetPortURL(char* buffer, size_t* size) {
-    CopyOutUrl<std::invalid_argument>(Url(m_xmlLength), buffer, size);
+COutcome CDataStream::GetPortURL(char* buffer, size_t* size) {
+    return CopyOutUrl<std::invalid_argument>(Url(m_xmlLength), buffer, size);
 }
 
-void CDataStream::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
-                              size_t* size) {
+COutcome CDataStream::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                                  size_t* size) {
     const InfoOut out(type, buffer, size);
     if (command == PORT_INFO_ID) {
-        out.String(Format("DS%d", m_index) + '\0');
-    } else if (command == PORT_INFO_VERSION) {
-        out.String(ModuleVersionText());
-    } else {
-        AnswerPortInfo(command, "TLDataStream", "StreamPort", out);
+        return out.String(Format("DS%d", m_index) + '\0');
     }
+    if (command == PORT_INFO_VERSION) {
+        return out.String(ModuleVersionText());
+    }
+    return AnswerPortInfo(command, "TLDataStream", "StreamPort", out).value_or(COutcome());
 }
 
-void CDataStream::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
-                                 void* buffer, size_t* size) {
-    RequireFirstUrl<std::invalid_argument>(index);
+COutcome CDataStream::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
+                                     void* buffer, size_t* size) {
     const InfoOut out(type, buffer, size);
-    if (command == URL_INFO_URL) {
-        out.String(Url(m_xmlLength));
-    } else {
-        AnswerUrlVersion(command, kXmlSubMinorVersion, out);
-    }
+    return AnswerUrlInfo<std::invalid_argument>(index, command, kXmlSubMinorVersion, out,
+                                                [&] { return out.String(Url(m_xmlLength)); });
 }
 
 void CDataStream::RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) {
@@ -198,65 +184,51 @@ Optivo::Int32 CDataStream::CameraValue(std::uint32_t command, const size_t* give
     return m_camera.Call(&Optivo::ICamStream::GetStreamInfo, command, &value, &size);
 }
 
-void CDataStream::GetInfo(STREAM_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
-                          size_t* size) {
+COutcome CDataStream::GetInfo(STREAM_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                              size_t* size) {
     const InfoOut out(type, buffer, size);
+    const auto unknown =
+        Refusal<invalid_parameter_error>("Invalid stream info command %d", command);
     std::uint64_t wide = 0;
     std::uint32_t narrow = 0;
     switch (command) {
     case STREAM_INFO_ID:
-        out.String(m_id);
-        break;
+        return out.String(m_id);
     case STREAM_INFO_NUM_DELIVERED:
-        out.UInt64(m_numDelivered.load(std::memory_order_relaxed));
-        break;
+        return out.UInt64(m_numDelivered.load(std::memory_order_relaxed));
     case STREAM_INFO_NUM_UNDERRUN:
         if (CameraValue(Optivo::kStreamNumLost, size, wide) != 0) {
             wide = 0;
         }
-        out.UInt64(wide + m_numLost.load(std::memory_order_relaxed));
-        break;
+        return out.UInt64(wide + m_numLost.load(std::memory_order_relaxed));
     case STREAM_INFO_NUM_ANNOUNCED:
-        out.UInt32(static_cast<std::uint32_t>(NumAnnounced()));
-        break;
+        return out.UInt32(static_cast<std::uint32_t>(NumAnnounced()));
     case STREAM_INFO_NUM_QUEUED:
-        out.UInt32(static_cast<std::uint32_t>(m_input.Size()));
-        break;
+        return out.UInt32(static_cast<std::uint32_t>(m_input.Size()));
     case STREAM_INFO_NUM_AWAIT_DELIVERY:
-        out.UInt32(static_cast<std::uint32_t>(m_output.Size()));
-        break;
+        return out.UInt32(static_cast<std::uint32_t>(m_output.Size()));
     case STREAM_INFO_NUM_STARTED:
         CameraValue(Optivo::kStreamNumStarted, size, wide);
-        out.Int64(static_cast<std::int64_t>(wide));
-        break;
+        return out.Int64(static_cast<std::int64_t>(wide));
     case STREAM_INFO_IS_GRABBING:
-        out.Bool8(m_grabbing.load(std::memory_order_relaxed));
-        break;
+        return out.Bool8(m_grabbing.load(std::memory_order_relaxed));
     case STREAM_INFO_DEFINES_PAYLOADSIZE:
         CameraValue(Optivo::kStreamPayloadSize, size, wide);
-        out.UInt64(wide);
-        break;
+        return out.UInt64(wide);
     case STREAM_INFO_TLTYPE:
-        out.String(kTLType);
-        break;
+        return out.String(kTLType);
     case kCustomValue5:
-        CheckCustomValue(CameraValue(Optivo::kStreamCustom5, size, wide), command);
-        out.UInt64(wide);
-        break;
+        return CameraValue(Optivo::kStreamCustom5, size, wide) == 0 ? out.UInt64(wide) : unknown;
     case kCustomValue6:
-        CheckCustomValue(CameraValue(Optivo::kStreamCustom6, size, wide), command);
-        out.UInt64(wide);
-        break;
+        return CameraValue(Optivo::kStreamCustom6, size, wide) == 0 ? out.UInt64(wide) : unknown;
     case kCustomValue7:
-        CheckCustomValue(CameraValue(Optivo::kStreamCustom7, size, narrow), command);
-        out.UInt32(narrow);
-        break;
+        return CameraValue(Optivo::kStreamCustom7, size, narrow) == 0 ? out.UInt32(narrow)
+                                                                      : unknown;
     case kCustomValue8:
-        CheckCustomValue(CameraValue(Optivo::kStreamCustom8, size, narrow), command);
-        out.UInt32(narrow);
-        break;
+        return CameraValue(Optivo::kStreamCustom8, size, narrow) == 0 ? out.UInt32(narrow)
+                                                                      : unknown;
     default:
-        ThrowInvalidCommand(command);
+        return unknown;
     }
 }
 

@@ -42,11 +42,11 @@ public:
     CDataStream(const CDataStream&) = delete;
     CDataStream& operator=(const CDataStream&) = delete;
 
-    void GetPortURL(char* buffer, size_t* size) override;
-    void GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
-                     size_t* size) override;
-    void GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
-                        void* buffer, size_t* size) override;
+    COutcome GetPortURL(char* buffer, size_t* size) override;
+    COutcome GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                         size_t* size) override;
+    COutcome GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
+                            void* buffer, size_t* size) override;
 
     // Adds a buffer of size bytes: the consumer's memory, or with a null pointer memory of the
     // buffer's own, whose allocation is not checked.
@@ -71,10 +71,11 @@ public:
     virtual void StartAcquisition(ACQ_START_FLAGS flags, std::uint64_t count);
     // Throws io_error when the camera does not stop; the thread then ends by itself.
     virtual void StopAcquisition(ACQ_STOP_FLAGS flags);
-    // Throws invalid_parameter_error for a command that does not exist.
-    virtual void GetInfo(STREAM_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size);
-    virtual void GetBufferInfo(BUFFER_HANDLE handle, BUFFER_INFO_CMD command, INFO_DATATYPE* type,
-                               void* buffer, size_t* size);
+    // Refuses a command that does not exist as invalid_parameter_error.
+    virtual COutcome GetInfo(STREAM_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                             size_t* size);
+    virtual COutcome GetBufferInfo(BUFFER_HANDLE handle, BUFFER_INFO_CMD command,
+                                   INFO_DATATYPE* type, void* buffer, size_t* size);
     // The announced buffer at a position. Throws std::runtime_error behind the last one.
     virtual void GetBufferID(std::uint32_t index, BUFFER_HANDLE* handle);
     // Destroys this object. The caller has begun the closing, so that nobody else does.

@@ -233,9 +233,9 @@ void CDataStream::FlushQueue(ACQ_QUEUE_TYPE operation) {
     }
 }
 
-void CDataStream::GetBufferInfo(BUFFER_HANDLE handle, BUFFER_INFO_CMD command, INFO_DATATYPE* type,
-                                void* buffer, size_t* size) {
-    BufferOf(handle).GetInfo(command, type, buffer, size);
+COutcome CDataStream::GetBufferInfo(BUFFER_HANDLE handle, BUFFER_INFO_CMD command,
+                                    INFO_DATATYPE* type, void* buffer, size_t* size) {
+    return BufferOf(handle).GetInfo(command, type, buffer, size);
 }
 
 void CDataStream::GetBufferID(std::uint32_t index, BUFFER_HANDLE* handle) {

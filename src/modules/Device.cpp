@@ -96,36 +96,34 @@ void CDevice::CloseStreams() {
 
 // The last character of the URL is lost, and two more bytes than its length are reported.
 std::string CDevice::Url() const {
-    std::string url = Format("Local:TLDevRegs.xml;%x;%x", kXmlAddress, m_xmlLength);
+    std::string url = LocalUrl("TLDevRegs.xml", kXmlAddress, m_xmlLength);
     url.pop_back();
     return url;
 }
 
-void CDevice::GetPortURL(char* buffer, size_t* size) {
-    InfoOut(nullptr, buffer, size).String(Url() + '\0');
+COutcome CDevice::GetPortURL(char* buffer, size_t* size) {
+    return InfoOut(nullptr, buffer, size).String(Url() + '\0');
 }
 
-void CDevice::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size) {
+COutcome CDevice::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                              size_t* size) {
     const InfoOut out(type, buffer, size);
     if (command == PORT_INFO_ID) {
-        out.String("TLDEV::" + m_info->GetID());
-    } else if (command == PORT_INFO_VERSION) {
-        // The System module's answer; it may be gone before the device.
-        out.String(ModuleVersionText());
-    } else if (!AnswerPortInfo(command, "TLDevice", "DevicePort", out)) {
-        throw std::invalid_argument(Format(kInvalidPortInfoCommand, command));
+        return out.String("TLDEV::" + m_info->GetID());
     }
+    if (command == PORT_INFO_VERSION) {
+        // The System module's answer; it may be gone before the device.
+        return out.String(ModuleVersionText());
+    }
+    return AnswerPortInfo(command, "TLDevice", "DevicePort", out)
+        .value_or(InvalidPortInfoCommand<std::invalid_argument>(command));
 }
 
-void CDevice::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
-                             void* buffer, size_t* size) {
-    RequireFirstUrl<std::invalid_argument>(index);
+COutcome CDevice::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
+                                 void* buffer, size_t* size) {
     const InfoOut out(type, buffer, size);
-    if (command == URL_INFO_URL) {
-        out.String(Url());
-    } else {
-        AnswerUrlVersion(command, kXmlSubMinorVersion, out);
-    }
+    return AnswerUrlInfo<std::invalid_argument>(index, command, kXmlSubMinorVersion, out,
+                                                [&] { return out.String(Url()); });
 }
 
 void CDevice::RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) {
@@ -163,38 +161,30 @@ void CDevice::ForgetStream(const CDataStream* stream) {
     m_streamLeft.notify_all();
 }
 
-void CDevice::GetInfo(DEVICE_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size) {
+COutcome CDevice::GetInfo(DEVICE_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                          size_t* size) {
     const InfoOut out(type, buffer, size);
     switch (command) {
     case DEVICE_INFO_ID:
-        out.String(m_info->GetID());
-        break;
+        return out.String(m_info->GetID());
     case DEVICE_INFO_VENDOR:
-        out.String(m_info->m_vendor);
-        break;
+        return out.String(m_info->m_vendor);
     case DEVICE_INFO_MODEL:
-        out.String(m_info->m_model);
-        break;
+        return out.String(m_info->m_model);
     case DEVICE_INFO_TLTYPE:
-        out.String(m_info->m_tlType);
-        break;
+        return out.String(m_info->m_tlType);
     case DEVICE_INFO_DISPLAYNAME:
-        out.String(m_info->GetDisplayName());
-        break;
+        return out.String(m_info->GetDisplayName());
     case DEVICE_INFO_ACCESS_STATUS:
-        out.Int32(DEVICE_ACCESS_STATUS_READWRITE);
-        break;
+        return out.Int32(DEVICE_ACCESS_STATUS_READWRITE);
     case DEVICE_INFO_USER_DEFINED_NAME:
-        out.String(m_info->m_userName);
-        break;
+        return out.String(m_info->m_userName);
     case DEVICE_INFO_SERIAL_NUMBER:
-        out.String(m_info->m_serialNumber);
-        break;
+        return out.String(m_info->m_serialNumber);
     case DEVICE_INFO_VERSION:
-        out.String(m_info->m_version);
-        break;
+        return out.String(m_info->m_version);
     default:
-        throw std::invalid_argument(Format("Invalid DeviceInfoId %d", command));
+        return Refusal<std::invalid_argument>("Invalid DeviceInfoId %d", command);
     }
 }
 

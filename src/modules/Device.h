@@ -36,11 +36,11 @@ public:
     CDevice& operator=(const CDevice&) = delete;
 
     // The device's own port has no registers, and its URL names an XML that nobody provides.
-    void GetPortURL(char* buffer, size_t* size) override;
-    void GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
-                     size_t* size) override;
-    void GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
-                        void* buffer, size_t* size) override;
+    COutcome GetPortURL(char* buffer, size_t* size) override;
+    COutcome GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                         size_t* size) override;
+    COutcome GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
+                            void* buffer, size_t* size) override;
 
     virtual boost::shared_ptr<CDeviceInfo> GetDeviceInfo();
     // The stream at a position of the list; null behind its end.
@@ -56,8 +56,8 @@ public:
 
     // Destroys this device; throws what the camera library throws when it takes its device back.
     void Close();
-    // Answers DEVICE_INFO commands; throws std::invalid_argument for one that does not exist.
-    void GetInfo(DEVICE_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size);
+    // Answers DEVICE_INFO commands; refuses one that does not exist as std::invalid_argument.
+    COutcome GetInfo(DEVICE_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size);
     // What the camera reports, or else what it reported last (1 at first).
     std::uint32_t GetNumDataStreams();
     // Throws std::invalid_argument for every index but 0.

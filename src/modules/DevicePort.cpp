@@ -64,49 +64,47 @@ void CDevicePort::Write(std::uint64_t address, const void* buffer, size_t* size)
         address);
 }
 
-void CDevicePort::GetPortURL(char* buffer, size_t* size) {
+COutcome CDevicePort::GetPortURL(char* buffer, size_t* size) {
     const size_t capacity = size == nullptr ? 0 : *size;
-    ReadUrl(buffer, size);
-    EndCameraText(buffer, capacity, *size);
+    const COutcome outcome = ReadUrl(buffer, size);
+    if (!outcome.IsRefusal()) {
+        EndCameraText(buffer, capacity, *size);
+    }
+    return outcome;
 }
 
-void CDevicePort::ReadUrl(char* buffer, size_t* size) {
+COutcome CDevicePort::ReadUrl(char* buffer, size_t* size) {
     if (buffer == nullptr) {
-        throw invalid_buffer_error("Invalid buffer");
+        return Refusal<invalid_buffer_error>("Invalid buffer");
     }
     const auto& camera = m_device->Camera();
     if (!camera || size == nullptr ||
         camera.Call(&Optivo::ICamDevice::GetInfo, Optivo::kDeviceXmlUrl, buffer, size) != 0) {
-        throw invalid_buffer_error("Buffer too small");
+        return Refusal<invalid_buffer_error>("Buffer too small");
     }
+    return {};
 }
 
-std::string CDevicePort::Url() {
-    return ReadCameraText<kInfoCapacity>(
-        [this](char* buffer, Optivo::Size* size) { ReadUrl(buffer, size); });
-}
-
-void CDevicePort::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
-                              size_t* size) {
+COutcome CDevicePort::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                                  size_t* size) {
     const InfoOut out(type, buffer, size);
     if (command == PORT_INFO_ID) {
-        out.String(m_device->GetDeviceInfo()->GetID());
-    } else if (command == PORT_INFO_VERSION) {
-        out.String("1.2");
-    } else if (!AnswerPortInfo(command, "Device", "Device", out)) {
-        throw invalid_parameter_error(Format(kInvalidPortInfoCommand, command));
+        return out.String(m_device->GetDeviceInfo()->GetID());
     }
+    if (command == PORT_INFO_VERSION) {
+        return out.String("1.2");
+    }
+    return AnswerPortInfo(command, "Device", "Device", out)
+        .value_or(InvalidPortInfoCommand<invalid_parameter_error>(command));
 }
 
-void CDevicePort::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
-                                 void* buffer, size_t* size) {
-    RequireFirstUrl<invalid_parameter_error>(index);
+COutcome CDevicePort::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
+                                     void* buffer, size_t* size) {
     const InfoOut out(type, buffer, size);
-    if (command == URL_INFO_URL) {
-        out.String(Url());
-    } else {
-        AnswerUrlVersion(command, kXmlSubMinorVersion, out);
-    }
+    return AnswerUrlInfo<invalid_parameter_error>(index, command, kXmlSubMinorVersion, out, [&] {
+        return AnswerCameraUrl(
+            out, [this](char* url, size_t* urlSize) { return ReadUrl(url, urlSize); });
+    });
 }
 
 void CDevicePort::RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) {

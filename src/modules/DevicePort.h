@@ -11,7 +11,6 @@
 #include <boost/thread/mutex.hpp>
 
 #include <optional>
-#include <string>
 
 namespace GenICam::Client {
 
@@ -32,13 +31,13 @@ public:
     // to judge.
     void Read(std::uint64_t address, void* buffer, size_t* size) override;
     void Write(std::uint64_t address, const void* buffer, size_t* size) override;
-    // The camera's XML URL, with an end. Throws invalid_buffer_error without a buffer and when the
-    // library refuses.
-    void GetPortURL(char* buffer, size_t* size) override;
-    void GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
-                     size_t* size) override;
-    void GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
-                        void* buffer, size_t* size) override;
+    // The camera's XML URL, with an end. Refuses as invalid_buffer_error without a buffer and when
+    // the library does.
+    COutcome GetPortURL(char* buffer, size_t* size) override;
+    COutcome GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                         size_t* size) override;
+    COutcome GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
+                            void* buffer, size_t* size) override;
 
     // Only EVENT_REMOTE_DEVICE; throws invalid_parameter_error for every other type.
     void RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) override;
@@ -49,8 +48,7 @@ public:
 
 private:
     bool MayHaveCallback();
-    void ReadUrl(char* buffer, size_t* size);
-    std::string Url();
+    COutcome ReadUrl(char* buffer, size_t* size);
     void OnEvent(std::uint32_t eventId, std::uint32_t low, std::uint32_t high);
 
     CDevice* m_device;

@@ -47,43 +47,33 @@ void CheckOpened(Optivo::Int32 result, const std::string& id) {
     }
 }
 
-void AnswerDeviceInfo(const CDeviceInfo& info, DEVICE_INFO_CMD command, const InfoOut& out) {
+COutcome AnswerDeviceInfo(const CDeviceInfo& info, DEVICE_INFO_CMD command, const InfoOut& out) {
     switch (command) {
     case DEVICE_INFO_ID:
-        out.String(info.GetID());
-        break;
+        return out.String(info.GetID());
     case DEVICE_INFO_VENDOR:
-        out.String(info.m_vendor);
-        break;
+        return out.String(info.m_vendor);
     case DEVICE_INFO_MODEL:
-        out.String(info.m_model);
-        break;
+        return out.String(info.m_model);
     case DEVICE_INFO_TLTYPE:
-        out.String(info.m_tlType);
-        break;
+        return out.String(info.m_tlType);
     case DEVICE_INFO_DISPLAYNAME:
-        out.String(info.GetDisplayName());
-        break;
+        return out.String(info.GetDisplayName());
     case DEVICE_INFO_USER_DEFINED_NAME:
     case kUserDefinedName:
-        out.String(info.m_userDefinedName);
-        break;
+        return out.String(info.m_userDefinedName);
     case DEVICE_INFO_SERIAL_NUMBER:
     case kSerialNumber:
-        out.String(info.m_serialNumber);
-        break;
+        return out.String(info.m_serialNumber);
     case DEVICE_INFO_VERSION:
     case kVersion:
-        out.String(info.m_version);
-        break;
+        return out.String(info.m_version);
     case kCustomText15:
-        out.String(info.m_custom15);
-        break;
+        return out.String(info.m_custom15);
     case kCustomText14:
-        out.String(info.m_custom14);
-        break;
+        return out.String(info.m_custom14);
     default:
-        throw std::invalid_argument(Format("Invalid Device info Id %d", command));
+        return Refusal<std::invalid_argument>("Invalid Device info Id %d", command);
     }
 }
 
@@ -115,48 +105,46 @@ void CInterface::Write(std::uint64_t address, const void* buffer, size_t* size) 
                      address);
 }
 
-void CInterface::GetPortURL(char* buffer, size_t* size) {
+COutcome CInterface::GetPortURL(char* buffer, size_t* size) {
     const size_t capacity = size == nullptr ? 0 : *size;
-    ReadUrl(buffer, size);
-    EndCameraText(buffer, capacity, *size);
+    const COutcome outcome = ReadUrl(buffer, size);
+    if (!outcome.IsRefusal()) {
+        EndCameraText(buffer, capacity, *size);
+    }
+    return outcome;
 }
 
-void CInterface::ReadUrl(char* buffer, size_t* size) {
+COutcome CInterface::ReadUrl(char* buffer, size_t* size) {
     if (buffer == nullptr) {
-        throw std::invalid_argument("Invalid buffer");
+        return Refusal<std::invalid_argument>("Invalid buffer");
     }
     if (AccessPort(m_camera, &Optivo::ICamInterface::ReadPort, Optivo::kInterfaceXmlUrl, buffer,
                    size) != 0) {
-        throw std::invalid_argument("Buffer too small");
+        return Refusal<std::invalid_argument>("Buffer too small");
     }
+    return {};
 }
 
-std::string CInterface::Url() {
-    return ReadCameraText<kInfoCapacity>(
-        [this](char* buffer, Optivo::Size* size) { ReadUrl(buffer, size); });
-}
-
-void CInterface::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
-                             size_t* size) {
+COutcome CInterface::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                                 size_t* size) {
     const InfoOut out(type, buffer, size);
     if (command == PORT_INFO_ID) {
-        out.String(m_info->GetID());
-    } else if (command == PORT_INFO_VERSION) {
-        out.String(m_owner->GetVersionText());
-    } else if (!AnswerPortInfo(command, "TLInterface", "InterfacePort", out)) {
-        throw std::invalid_argument(Format(kInvalidPortInfoCommand, command));
+        return out.String(m_info->GetID());
     }
+    if (command == PORT_INFO_VERSION) {
+        return out.String(m_owner->GetVersionText());
+    }
+    return AnswerPortInfo(command, "TLInterface", "InterfacePort", out)
+        .value_or(InvalidPortInfoCommand<std::invalid_argument>(command));
 }
 
-void CInterface::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
-                                void* buffer, size_t* size) {
-    RequireFirstUrl<std::invalid_argument>(index);
+COutcome CInterface::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
+                                    void* buffer, size_t* size) {
     const InfoOut out(type, buffer, size);
-    if (command == URL_INFO_URL) {
-        out.String(Url());
-    } else {
-        AnswerUrlVersion(command, kXmlSubMinorVersion, out);
-    }
+    return AnswerUrlInfo<std::invalid_argument>(index, command, kXmlSubMinorVersion, out, [&] {
+        return AnswerCameraUrl(
+            out, [this](char* url, size_t* urlSize) { return ReadUrl(url, urlSize); });
+    });
 }
 
 boost::shared_ptr<CDeviceInfo> CInterface::FindOpen(const char* id) const {
@@ -327,10 +315,10 @@ std::uint32_t CInterface::AccessStatus(const char* id) const {
                         : listed->m_status;
 }
 
-void CInterface::GetDeviceInfo(const char* id, DEVICE_INFO_CMD command, INFO_DATATYPE* type,
-                               void* buffer, size_t* size) {
+COutcome CInterface::GetDeviceInfo(const char* id, DEVICE_INFO_CMD command, INFO_DATATYPE* type,
+                                   void* buffer, size_t* size) {
     if (size == nullptr) {
-        throw std::invalid_argument(" Invalid Pointer");
+        return Refusal<std::invalid_argument>(" Invalid Pointer");
     }
     const char* wanted = &Require(id, "sDeviceID");
     boost::shared_ptr<CDeviceInfo> info = FindOpen(wanted);
@@ -341,11 +329,9 @@ void CInterface::GetDeviceInfo(const char* id, DEVICE_INFO_CMD command, INFO_DAT
         throw std::runtime_error(Format("Unable to find device %S", wanted));
     }
     const InfoOut out(type, buffer, size);
-    if (command == DEVICE_INFO_ACCESS_STATUS) {
-        out.Int32(static_cast<std::int32_t>(AccessStatus(wanted)));
-    } else {
-        AnswerDeviceInfo(*info, command, out);
-    }
+    return command == DEVICE_INFO_ACCESS_STATUS
+               ? out.Int32(static_cast<std::int32_t>(AccessStatus(wanted)))
+               : AnswerDeviceInfo(*info, command, out);
 }
 
 } // namespace GenICam::Client

@@ -34,13 +34,13 @@ public:
     // Port accesses throw the error class of the library's result.
     void Read(std::uint64_t address, void* buffer, size_t* size) override;
     void Write(std::uint64_t address, const void* buffer, size_t* size) override;
-    // The camera library's URL of the interface's XML, with an end. Throws std::invalid_argument
-    // without a buffer and when the library refuses.
-    void GetPortURL(char* buffer, size_t* size) override;
-    void GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
-                     size_t* size) override;
-    void GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
-                        void* buffer, size_t* size) override;
+    // The camera library's URL of the interface's XML, with an end. Refuses as
+    // std::invalid_argument without a buffer and when the library does.
+    COutcome GetPortURL(char* buffer, size_t* size) override;
+    COutcome GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                         size_t* size) override;
+    COutcome GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
+                            void* buffer, size_t* size) override;
 
     // Opens the camera that the ID means; this interface owns the device. The flags are handed on.
     // Throws resource_in_use_error when it is open already, std::invalid_argument when no listed
@@ -61,10 +61,10 @@ public:
     virtual void Close();
     virtual boost::shared_ptr<CInterfaceInfo> GetInterfaceInfo();
     // Answers DEVICE_INFO commands for an open or listed camera.
-    // Throws std::runtime_error when none matches the ID, and std::invalid_argument for a null
-    // size and for a command that does not exist.
-    virtual void GetDeviceInfo(const char* id, DEVICE_INFO_CMD command, INFO_DATATYPE* type,
-                               void* buffer, size_t* size);
+    // Throws std::runtime_error when none matches the ID; refuses a null size and a command that
+    // does not exist as std::invalid_argument.
+    virtual COutcome GetDeviceInfo(const char* id, DEVICE_INFO_CMD command, INFO_DATATYPE* type,
+                                   void* buffer, size_t* size);
 
     // Forgets a device that is being destroyed; the device's last use of its interface.
     void ForgetDevice(const CDevice* device);
@@ -75,8 +75,7 @@ public:
 private:
     using Infos = std::vector<boost::shared_ptr<CDeviceInfo>>;
 
-    void ReadUrl(char* buffer, size_t* size);
-    std::string Url();
+    COutcome ReadUrl(char* buffer, size_t* size);
     Infos DiscoverDevices(std::uint32_t timeout);
     boost::shared_ptr<CDeviceInfo> Describe(const std::string& name);
     boost::shared_ptr<CDeviceInfo> FindListed(const char* id) const;

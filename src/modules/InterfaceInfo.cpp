@@ -35,21 +35,18 @@ CInterfaceInfo::CInterfaceInfo(const char* prefix, const char* name, const char*
 
 CInterfaceInfo::~CInterfaceInfo() = default;
 
-void CInterfaceInfo::GetInfo(INTERFACE_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
-                             size_t* size) const {
+COutcome CInterfaceInfo::GetInfo(INTERFACE_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                                 size_t* size) const {
     const InfoOut out(type, buffer, size);
     switch (command) {
     case INTERFACE_INFO_ID:
-        out.String(GetID());
-        break;
+        return out.String(GetID());
     case INTERFACE_INFO_DISPLAYNAME:
-        out.String(m_displayName);
-        break;
+        return out.String(m_displayName);
     case INTERFACE_INFO_TLTYPE:
-        out.String(m_tlType);
-        break;
+        return out.String(m_tlType);
     default:
-        throw std::invalid_argument(Format("Invalid InterfaceInfoID %d", command));
+        return Refusal<std::invalid_argument>("Invalid InterfaceInfoID %d", command);
     }
 }
 

@@ -17,9 +17,9 @@ public:
     CInterfaceInfo& operator=(const CInterfaceInfo&) = default;
 
     // Answers INTERFACE_INFO_ID, _DISPLAYNAME and _TLTYPE.
-    // Throws std::invalid_argument for every other command.
-    virtual void GetInfo(INTERFACE_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
-                         size_t* size) const;
+    // Refuses every other command as std::invalid_argument.
+    virtual COutcome GetInfo(INTERFACE_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                             size_t* size) const;
     virtual std::string GetID() const;
     // Takes prefix, name and display name from an ID of the long form: two characters, "::", five
     // characters that are skipped, the name, "::", a description.

@@ -8,17 +8,19 @@ GC_ERROR CDataStreamEventNewBuffer::GetData(void* buffer, size_t* size, std::uin
     return m_stream->WaitNewBuffer(buffer, size, timeout);
 }
 
-void CDataStreamEventNewBuffer::GetInfo(EVENT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
-                                        size_t* size) {
-    if (command == EVENT_NUM_IN_QUEUE) {
-        m_stream->GetInfo(STREAM_INFO_NUM_AWAIT_DELIVERY, type, buffer, size);
-    }
+COutcome CDataStreamEventNewBuffer::GetInfo(EVENT_INFO_CMD command, INFO_DATATYPE* type,
+                                            void* buffer, size_t* size) {
+    return command == EVENT_NUM_IN_QUEUE
+               ? m_stream->GetInfo(STREAM_INFO_NUM_AWAIT_DELIVERY, type, buffer, size)
+               : COutcome();
 }
 
-void CDataStreamEventNewBuffer::GetDataInfo(const void* /*inBuffer*/, size_t /*inSize*/,
-                                            EVENT_DATA_INFO_CMD /*command*/,
-                                            INFO_DATATYPE* /*type*/, void* /*outBuffer*/,
-                                            size_t* /*outSize*/) {}
+COutcome CDataStreamEventNewBuffer::GetDataInfo(const void* /*inBuffer*/, size_t /*inSize*/,
+                                                EVENT_DATA_INFO_CMD /*command*/,
+                                                INFO_DATATYPE* /*type*/, void* /*outBuffer*/,
+                                                size_t* /*outSize*/) {
+    return {};
+}
 
 void CDataStreamEventNewBuffer::Flush() {
     m_stream->FlushQueue(ACQ_QUEUE_OUTPUT_DISCARD);

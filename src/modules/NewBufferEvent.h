@@ -15,10 +15,11 @@ public:
 
     GC_ERROR GetData(void* buffer, size_t* size, std::uint64_t timeout) override;
     // Answers EVENT_NUM_IN_QUEUE and writes nothing for every other command.
-    void GetInfo(EVENT_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size) override;
+    COutcome GetInfo(EVENT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                     size_t* size) override;
     // Writes nothing.
-    void GetDataInfo(const void* inBuffer, size_t inSize, EVENT_DATA_INFO_CMD command,
-                     INFO_DATATYPE* type, void* outBuffer, size_t* outSize) override;
+    COutcome GetDataInfo(const void* inBuffer, size_t inSize, EVENT_DATA_INFO_CMD command,
+                         INFO_DATATYPE* type, void* outBuffer, size_t* outSize) override;
     void Flush() override;
     void Kill() override;
 

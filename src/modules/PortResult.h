@@ -1,12 +1,14 @@
-// How a port's accesses reach the camera library and what its results mean, as far as the interface
-// port and the remote device port have that in common.
+// What the interface port and the remote device port share: how their accesses reach the camera
+// library, what its results mean, and how the URL that it gives is answered.
 #pragma once
 
 #include "GenTL/GenTL.h"
 #include "camlib/CameraObjects.h"
+#include "core/InfoOut.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <string>
 
 namespace GenICam::Client {
 
@@ -27,5 +29,14 @@ Optivo::Int32 AccessPort(const CCameraObject<CameraObject>& camera, Operation op
 // Throws the error that belongs to a result from -1014 to -1001 of an access to the address, the
 // same for reading and writing; returns for every other result, 0 included.
 void ThrowPortFailure(Optivo::Int32 result, std::uint64_t address);
+
+// Copies the URL out that readUrl gets from the camera library, or answers what it refuses.
+template <class ReadUrl>
+COutcome AnswerCameraUrl(const InfoOut& out, ReadUrl&& readUrl) {
+    COutcome outcome;
+    const std::string url = ReadCameraText<kInfoCapacity>(
+        [&](char* buffer, Optivo::Size* size) { outcome = readUrl(buffer, size); });
+    return outcome.IsRefusal() ? outcome : out.String(url);
+}
 
 } // namespace GenICam::Client

@@ -127,34 +127,31 @@ void CTL::WriteRegister(std::uint64_t address, std::uint32_t value) {
 }
 
 std::string CTL::Url() const {
-    return Format("Local:TLRegs.xml;%1$x;%2$x", kXml, m_xmlSize);
+    return LocalUrl("TLRegs.xml", kXml, m_xmlSize);
 }
 
 // Two zeros end it, as the device's.
-void CTL::GetPortURL(char* buffer, size_t* size) {
-    CopyOutUrl<std::invalid_argument>(Url() + '\0', buffer, size);
+COutcome CTL::GetPortURL(char* buffer, size_t* size) {
+    return CopyOutUrl<std::invalid_argument>(Url() + '\0', buffer, size);
 }
 
-void CTL::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size) {
+COutcome CTL::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size) {
     const InfoOut out(type, buffer, size);
     if (command == PORT_INFO_ID) {
-        out.String("TL0");
-    } else if (command == PORT_INFO_VERSION) {
-        out.String(GetVersionText());
-    } else if (!AnswerPortInfo(command, "TLSystem", "TLPort", out)) {
-        throw std::invalid_argument(Format(kInvalidPortInfoCommand, command));
+        return out.String("TL0");
     }
+    if (command == PORT_INFO_VERSION) {
+        return out.String(GetVersionText());
+    }
+    return AnswerPortInfo(command, "TLSystem", "TLPort", out)
+        .value_or(InvalidPortInfoCommand<std::invalid_argument>(command));
 }
 
-void CTL::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
-                         void* buffer, size_t* size) {
-    RequireFirstUrl<std::invalid_argument>(index);
+COutcome CTL::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
+                             void* buffer, size_t* size) {
     const InfoOut out(type, buffer, size);
-    if (command == URL_INFO_URL) {
-        out.String(Url());
-    } else {
-        AnswerUrlVersion(command, kXmlSubMinorVersion, out);
-    }
+    return AnswerUrlInfo<std::invalid_argument>(index, command, kXmlSubMinorVersion, out,
+                                                [&] { return out.String(Url()); });
 }
 
 void CTL::UpdateOnce() {
@@ -229,32 +226,25 @@ void CTL::UpdateInterfaceList(bool8_t* changed, std::uint32_t timeout) {
     m_listUpdated = true;
 }
 
-void CTL::GetInfo(TL_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size) {
+COutcome CTL::GetInfo(TL_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size) {
     const InfoOut out(type, buffer, size);
     switch (command) {
     case TL_INFO_VENDOR:
-        out.String(kVendorName);
-        break;
+        return out.String(kVendorName);
     case TL_INFO_MODEL:
-        out.String(kModelName);
-        break;
+        return out.String(kModelName);
     case TL_INFO_VERSION:
-        out.String(GetVersionText());
-        break;
+        return out.String(GetVersionText());
     case TL_INFO_TLTYPE:
-        out.String(kTLType);
-        break;
+        return out.String(kTLType);
     case TL_INFO_NAME:
-        out.String(RequireFileName(ModulePath()));
-        break;
+        return out.String(RequireFileName(ModulePath()));
     case TL_INFO_PATHNAME:
-        out.String(ModulePath());
-        break;
+        return out.String(ModulePath());
     case TL_INFO_DISPLAYNAME:
-        out.String("Norvel GenTL");
-        break;
+        return out.String("Norvel GenTL");
     default:
-        throw std::invalid_argument(Format("Invalid TL info command %d", command));
+        return Refusal<std::invalid_argument>("Invalid TL info command %d", command);
     }
 }
 
@@ -288,22 +278,21 @@ CInterface* CTL::OpenInterface(const char* id) {
     return m_openInterfaces.emplace_back(new CInterface(std::move(info), this, std::move(camera)));
 }
 
-void CTL::GetInterfaceInfo(const char* id, INTERFACE_INFO_CMD command, INFO_DATATYPE* type,
-                           void* buffer, size_t* size) {
+COutcome CTL::GetInterfaceInfo(const char* id, INTERFACE_INFO_CMD command, INFO_DATATYPE* type,
+                               void* buffer, size_t* size) {
     const char* wanted = &Require(id, "sIfaceID");
     for (CInterface* opened : m_openInterfaces) {
         const boost::shared_ptr<CInterfaceInfo> info = opened->GetInterfaceInfo();
         if (info->GetID() == wanted) {
-            info->GetInfo(command, type, buffer, size);
-            return;
+            return info->GetInfo(command, type, buffer, size);
         }
     }
     const auto found = std::find_if(m_infos.begin(), m_infos.end(),
                                     [&](const auto& info) { return info->GetID() == wanted; });
     if (found == m_infos.end()) {
-        throw std::invalid_argument("Invalid Interface name");
+        return Refusal<std::invalid_argument>("Invalid Interface name");
     }
-    (*found)->GetInfo(command, type, buffer, size);
+    return (*found)->GetInfo(command, type, buffer, size);
 }
 
 std::uint64_t CTL::GetFileVersion() {

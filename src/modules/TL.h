@@ -39,11 +39,11 @@ public:
     void Write(std::uint64_t address, const void* buffer, size_t* size) override;
     void ReadRegister(std::uint64_t address, std::uint32_t* value) override;
     void WriteRegister(std::uint64_t address, std::uint32_t value) override;
-    void GetPortURL(char* buffer, size_t* size) override;
-    void GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
-                     size_t* size) override;
-    void GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
-                        void* buffer, size_t* size) override;
+    COutcome GetPortURL(char* buffer, size_t* size) override;
+    COutcome GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
+                         size_t* size) override;
+    COutcome GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
+                            void* buffer, size_t* size) override;
 
     // The number of interfaces of the last update; updates first when there was none.
     virtual std::uint32_t GetNumInterfaces();
@@ -53,16 +53,16 @@ public:
     // null; it is set when an interface came or went and otherwise left alone. The time-out is in
     // milliseconds.
     virtual void UpdateInterfaceList(bool8_t* changed, std::uint32_t timeout);
-    // Throws std::invalid_argument for a command that the System module does not have.
-    virtual void GetInfo(TL_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size);
+    // Refuses a command that the System module does not have as std::invalid_argument.
+    virtual COutcome GetInfo(TL_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size);
     // Forgets an interface that is being destroyed.
     virtual void RemoveInterface(CInterface* opened);
     // The interface that the ID means, opened unless it is open already; this module owns it.
     // Throws std::runtime_error when there is none.
     virtual CInterface* OpenInterface(const char* id);
-    // Throws std::invalid_argument for an ID that is neither open nor listed.
-    virtual void GetInterfaceInfo(const char* id, INTERFACE_INFO_CMD command, INFO_DATATYPE* type,
-                                  void* buffer, size_t* size);
+    // Refuses an ID that is neither open nor listed as std::invalid_argument.
+    virtual COutcome GetInterfaceInfo(const char* id, INTERFACE_INFO_CMD command,
+                                      INFO_DATATYPE* type, void* buffer, size_t* size);
     // Destroys this module; throws what the camera library throws when it takes its system back.
     void Close();
     // Four 16-bit fields, most significant first; 0 without a version resource.

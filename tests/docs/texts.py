@@ -11,7 +11,7 @@ CODES = {
     "GC_ERR_INVALID_PARAMETER": -1009, "GC_ERR_TIMEOUT": -1011,
 }
 # These lose their text on the way to the consumer.
-HIDDEN = {"std::invalid_argument", "std::out_of_range", "InvalidArgumentException"}
+HIDDEN = {"std::invalid_argument", "std::out_of_range", "LibraryInvalidArgument"}
 
 LITERAL = r'"((?:[^"\\]|\\.)*)"'
 
@@ -43,25 +43,25 @@ def found_in(folder):
     for text in sources.values():
         for name, value in constants.items():
             text = re.sub(rf"\b{name}\b(?!\[)", lambda _, value=value: f'"{value}"', text)
-        for name, literal in re.findall(rf"throw ([\w:]+)\( ?(?:Format\( ?|WithLastError\()?{LITERAL}", text):
-            for one in thrown(name, text, literal, everything):
+        raised = re.findall(rf"throw ([\w:]+)\( ?(?:Format\( ?|WithLastError\()?{LITERAL}", text)
+        refused = re.findall(rf"Refusal<([\w:]+)>\( ?{LITERAL}", text)
+        for name, literal in raised + refused:
+            for one in classes(name, text, literal, everything):
                 found.add((code_of(one), plain(literal)))
         for name, literal in re.findall(rf"CheckedCast<\w+, ([\w:]+)>\(handle, {LITERAL}", text):
             found.add((code_of(name), plain(literal)))
         for name, literal in re.findall(rf"(?:\bFail|RecordLastError)\((GC_\w+), {LITERAL}", text):
             # A handle that is none is answered with another code than is recorded.
             found.add((-1006 if "wrong handle" in literal else code_of(name), plain(literal)))
-        for name, literal in re.findall(rf"case (GC_\w+): return Fail\(result, {LITERAL}", text):
-            found.add((code_of(name), plain(literal)))
         for literal in re.findall(rf"\bFail\((?:Format\()?{LITERAL}[^;]*__LINE__\)", text):
             found.add((None, plain(literal)))
     return found
 
 
-def thrown(name, text, literal, everything):
-    """The classes that a throw means: a template's are those it is used with."""
+def classes(name, text, literal, everything):
+    """The classes that a throw or a refusal means: a template's are those it is used with."""
     if name != "Error":
         return [name]
     before = text[:text.index(literal)]
-    function = re.findall(r"(?:void|Module&) (\w+)\(", before)[-1]
+    function = re.findall(r"(?:COutcome|Module&) (\w+)\(", before)[-1]
     return re.findall(rf"\b{function}<([\w:]+)>\(", everything)

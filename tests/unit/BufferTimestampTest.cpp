@@ -43,7 +43,7 @@ protected:
     bool IsGrabbing() {
         bool8_t flag = 0;
         size_t size = sizeof flag;
-        stream->GetInfo(8, nullptr, &flag, &size);
+        EXPECT_ANSWERS(stream->GetInfo(8, nullptr, &flag, &size));
         return flag != 0;
     }
 

@@ -6,6 +6,7 @@
 #include <boost/make_shared.hpp>
 
 #include <cstring>
+#include <tuple>
 
 namespace {
 
@@ -25,16 +26,18 @@ std::string DescriptionOf(const Error& error) {
 }
 
 // The description of the GenICam argument exception that the call throws.
-std::string Refusal(const std::function<void()>& call) {
+std::string Description(const std::function<void()>& call) {
     try {
         call();
     } catch (const GenICam::Client::LibraryInvalidArgument& error) {
         return DescriptionOf(error);
     }
-    return "no refusal";
+    return "no exception";
 }
 
-#define EXPECT_REFUSED(text, ...) EXPECT_EQ(Refusal([&] { __VA_ARGS__; }), text)
+#define EXPECT_THROWN(text, ...) EXPECT_EQ(Description([&] { __VA_ARGS__; }), text)
+#define EXPECT_REFUSED(text, ...)                                                                  \
+    EXPECT_REFUSES(GenICam::Client::LibraryInvalidArgument, text, __VA_ARGS__)
 
 class EventDeviceTest : public testing::Test {
 protected:
@@ -49,7 +52,7 @@ protected:
         uint64_t value = 0xAAAAAAAAAAAAAAAA;
         int32_t type = 0;
         size_t size = sizeof value;
-        event.GetInfo(command, &type, &value, &size);
+        EXPECT_ANSWERS(event.GetInfo(command, &type, &value, &size));
         EXPECT_EQ(type, expectedType);
         EXPECT_EQ(size, 8U);
         return value;
@@ -147,7 +150,7 @@ TEST_F(EventDeviceTest, AnythingBelowFiveBytesIsTooSmall) {
 TEST_F(EventDeviceTest, ANullBufferIsRefusedAndTheEntryStays) {
     Post(7, 8);
     size_t size = 24;
-    EXPECT_REFUSED("Invalid buffer", event.GetData(nullptr, &size, 0));
+    EXPECT_THROWN("Invalid buffer", event.GetData(nullptr, &size, 0));
     EXPECT_EQ(size, 24U);
     EXPECT_EQ(NumQueued(), 1U);
 }
@@ -156,15 +159,16 @@ TEST_F(EventDeviceTest, TheCopyRuleChecksTheBufferAndThenTheSize) {
     const DevEventEntry entry(1, 2);
     char record[24] = "before";
     size_t size = 4;
-    EXPECT_REFUSED("Invalid buffer", CopyEntry(entry, nullptr, &size));
-    EXPECT_REFUSED("Invalid buffer Size", CopyEntry(entry, record, &size));
+    EXPECT_THROWN("Invalid buffer", CopyEntry(entry, nullptr, &size));
+    EXPECT_THROWN("Invalid buffer Size", CopyEntry(entry, record, &size));
     EXPECT_EQ(size, 4U);
     EXPECT_STREQ(record, "before");
 }
 
 TEST_F(EventDeviceTest, AConsumerSeesNoTextOfARefusal) {
-    EXPECT_EQ(GenICam::Client::Translated([&] { event.GetInfo(0, nullptr, nullptr, nullptr); }),
-              -1001);
+    EXPECT_EQ(
+        GenICam::Client::Translated([&] { return event.GetInfo(0, nullptr, nullptr, nullptr); }),
+        -1001);
     int32_t code = 0;
     char text[100] = {};
     size_t size = sizeof text;
@@ -177,13 +181,13 @@ TEST_F(EventDeviceTest, AnswersItsTypeIn4Bytes) {
     int32_t type = 0;
     int32_t value[2] = {77, 77};
     size_t size = 4;
-    event.GetInfo(0, &type, value, &size);
+    EXPECT_ANSWERS(event.GetInfo(0, &type, value, &size));
     EXPECT_EQ(type, 5);
     EXPECT_EQ(value[0], 4);
     EXPECT_EQ(value[1], 77);
     EXPECT_EQ(size, 4U);
     size = 8;
-    event.GetInfo(0, nullptr, value, &size);
+    EXPECT_ANSWERS(event.GetInfo(0, nullptr, value, &size));
     EXPECT_EQ(value[1], 77);
     EXPECT_EQ(size, 4U);
 }
@@ -230,8 +234,8 @@ TEST_F(EventDeviceTest, AnswersNothingToOtherCommands) {
         int32_t type = 99;
         uint64_t value = 77;
         size_t size = 0;
-        event.GetInfo(command, &type, &value, &size);
-        event.GetInfo(command, nullptr, &value, nullptr);
+        EXPECT_ANSWERS(event.GetInfo(command, &type, &value, &size));
+        EXPECT_ANSWERS(event.GetInfo(command, nullptr, &value, nullptr));
         EXPECT_EQ(type, 99);
         EXPECT_EQ(value, 77U);
         EXPECT_EQ(size, 0U);
@@ -244,10 +248,10 @@ TEST_F(EventDeviceTest, ANullSizeIsRefused) {
     for (int32_t command = 0; command < 5; ++command) {
         EXPECT_THROWS(GenICam::Client::invalid_parameter_error,
                       "Argument piSize is a null pointer.",
-                      event.GetInfo(command, nullptr, &value, nullptr));
+                      std::ignore = event.GetInfo(command, nullptr, &value, nullptr));
     }
     EXPECT_EQ(GenICam::Client::Translated(
-                  [&] { event.GetDataInfo(record, 24, 0, nullptr, &value, nullptr); }),
+                  [&] { return event.GetDataInfo(record, 24, 0, nullptr, &value, nullptr); }),
               -1009);
     EXPECT_EQ(value, 77U);
 }
@@ -258,13 +262,13 @@ TEST_F(EventDeviceTest, DataInfoGivesTheEventId) {
     uint32_t id[2] = {77, 77};
     int32_t type = 0;
     size_t size = 4;
-    event.GetDataInfo(record.data(), 24, 0, &type, id, &size);
+    EXPECT_ANSWERS(event.GetDataInfo(record.data(), 24, 0, &type, id, &size));
     EXPECT_EQ(type, 5);
     EXPECT_EQ(id[0], 0x87654321U);
     EXPECT_EQ(id[1], 77U);
     EXPECT_EQ(size, 4U);
     size = 100;
-    event.GetDataInfo(record.data(), 25, 0, nullptr, id, &size);
+    EXPECT_ANSWERS(event.GetDataInfo(record.data(), 25, 0, nullptr, id, &size));
     EXPECT_EQ(size, 4U);
 }
 

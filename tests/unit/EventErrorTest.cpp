@@ -37,7 +37,7 @@ protected:
         int32_t count = -1;
         int32_t type = 0;
         size_t size = sizeof count;
-        event.GetInfo(1, &type, &count, &size);
+        EXPECT_ANSWERS(event.GetInfo(1, &type, &count, &size));
         EXPECT_EQ(type, 5);
         EXPECT_EQ(size, 4U);
         return count;
@@ -147,17 +147,17 @@ TEST_F(EventErrorTest, TellsHowManyAreQueued) {
 TEST_F(EventErrorTest, CopiesTheCountOutByTheCommonRule) {
     int32_t type = 0;
     size_t size = 0;
-    event.GetInfo(1, &type, nullptr, &size);
+    EXPECT_ANSWERS(event.GetInfo(1, &type, nullptr, &size));
     EXPECT_EQ(type, 5);
     EXPECT_EQ(size, 4U);
     int32_t count = 77;
     size = 3;
-    EXPECT_THROWS(std::invalid_argument, "Invalid Buffer Size",
-                  event.GetInfo(1, &type, &count, &size));
+    EXPECT_REFUSES(std::invalid_argument, "Invalid Buffer Size",
+                   event.GetInfo(1, &type, &count, &size));
     EXPECT_EQ(count, 77);
-    EXPECT_THROWS(std::invalid_argument, "Invalid Size", event.GetInfo(1, &type, &count, nullptr));
+    EXPECT_REFUSES(std::invalid_argument, "Invalid Size", event.GetInfo(1, &type, &count, nullptr));
     size = 0;
-    event.GetInfo(1, nullptr, &count, &size);
+    EXPECT_ANSWERS(event.GetInfo(1, nullptr, &count, &size));
     EXPECT_EQ(count, 0);
     EXPECT_EQ(size, 4U);
 }
@@ -169,8 +169,8 @@ TEST_F(EventErrorTest, AnswersNothingToOtherCommands) {
         int32_t type = 99;
         int32_t value = 77;
         size_t size = 88;
-        event.GetInfo(command, &type, &value, &size);
-        event.GetInfo(command, nullptr, nullptr, nullptr);
+        EXPECT_ANSWERS(event.GetInfo(command, &type, &value, &size));
+        EXPECT_ANSWERS(event.GetInfo(command, nullptr, nullptr, nullptr));
         EXPECT_EQ(type, 99);
         EXPECT_EQ(value, 77);
         EXPECT_EQ(size, 88U);
@@ -184,11 +184,11 @@ TEST_F(EventErrorTest, DataInfoAlwaysFails) {
     int32_t type = 99;
     size_t size = sizeof out;
     for (const int32_t command : {0, 1, 2, -1, 1000}) {
-        EXPECT_THROWS(std::invalid_argument, "Invalid Parameter",
-                      event.GetDataInfo(data.data(), data.size(), command, &type, out, &size));
+        EXPECT_REFUSES(std::invalid_argument, "Invalid Parameter",
+                       event.GetDataInfo(data.data(), data.size(), command, &type, out, &size));
     }
-    EXPECT_THROWS(std::invalid_argument, "Invalid Parameter",
-                  event.GetDataInfo(nullptr, 0, 0, nullptr, nullptr, nullptr));
+    EXPECT_REFUSES(std::invalid_argument, "Invalid Parameter",
+                   event.GetDataInfo(nullptr, 0, 0, nullptr, nullptr, nullptr));
     EXPECT_STREQ(out, "before");
     EXPECT_EQ(type, 99);
     EXPECT_EQ(size, sizeof out);
@@ -199,11 +199,11 @@ TEST_F(EventErrorTest, BlockInfoGivesTheCode) {
     const std::string data = Fetch();
     int32_t type = 0;
     size_t size = 0;
-    event.GetBlockInfo(data.data(), data.size(), 0, &type, nullptr, &size);
+    EXPECT_ANSWERS(event.GetBlockInfo(data.data(), data.size(), 0, &type, nullptr, &size));
     EXPECT_EQ(type, 5);
     EXPECT_EQ(size, 4U);
     int32_t code = 0;
-    event.GetBlockInfo(data.data(), data.size(), 0, nullptr, &code, &size);
+    EXPECT_ANSWERS(event.GetBlockInfo(data.data(), data.size(), 0, nullptr, &code, &size));
     EXPECT_EQ(code, -1010);
     EXPECT_EQ(size, 4U);
 }
@@ -213,11 +213,11 @@ TEST_F(EventErrorTest, BlockInfoGivesTheText) {
     const std::string data = Fetch();
     int32_t type = 0;
     size_t size = 0;
-    event.GetBlockInfo(data.data(), data.size(), 1, &type, nullptr, &size);
+    EXPECT_ANSWERS(event.GetBlockInfo(data.data(), data.size(), 1, &type, nullptr, &size));
     EXPECT_EQ(type, 1);
     EXPECT_EQ(size, 5U);
     char text[6] = "#####";
-    event.GetBlockInfo(data.data(), data.size(), 1, nullptr, text, &size);
+    EXPECT_ANSWERS(event.GetBlockInfo(data.data(), data.size(), 1, nullptr, text, &size));
     EXPECT_EQ(std::string(text, 6), std::string("lost\0\0", 6));
     EXPECT_EQ(size, 5U);
 }
@@ -228,8 +228,8 @@ TEST_F(EventErrorTest, BlockInfoKnowsNoOtherCommand) {
     char out[16] = "before";
     size_t size = sizeof out;
     for (const int32_t command : {2, 3, -1, 1000}) {
-        EXPECT_THROWS(std::invalid_argument, "Invalid Event Data Info ID",
-                      event.GetBlockInfo(data.data(), data.size(), command, nullptr, out, &size));
+        EXPECT_REFUSES(std::invalid_argument, "Invalid Event Data Info ID",
+                       event.GetBlockInfo(data.data(), data.size(), command, nullptr, out, &size));
     }
     EXPECT_STREQ(out, "before");
     EXPECT_EQ(size, sizeof out);
@@ -240,11 +240,10 @@ TEST_F(EventErrorTest, BlockInfoReadsNoDataThatIsNotThere) {
     char out[16] = "before";
     size_t size = sizeof out;
     for (const int32_t command : {0, 1}) {
-        EXPECT_NE(
-            FailureOf([&] { event.GetBlockInfo(data, sizeof data, command, nullptr, out, &size); }),
-            Failure());
-        EXPECT_NE(FailureOf([&] { event.GetBlockInfo(nullptr, 9, command, nullptr, out, &size); }),
-                  Failure());
+        EXPECT_REFUSES(std::invalid_argument, "Invalid buffer",
+                       event.GetBlockInfo(data, sizeof data, command, nullptr, out, &size));
+        EXPECT_REFUSES(std::invalid_argument, "Invalid buffer",
+                       event.GetBlockInfo(nullptr, 9, command, nullptr, out, &size));
     }
     EXPECT_STREQ(out, "before");
 }

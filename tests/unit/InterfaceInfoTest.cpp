@@ -54,11 +54,11 @@ TEST(InterfaceInfoTest, AnswersItsThreeCommandsAsTexts) {
         const std::string expected = answers[command];
         int32_t type = 0;
         size_t size = 0;
-        info.GetInfo(command, &type, nullptr, &size);
+        EXPECT_ANSWERS(info.GetInfo(command, &type, nullptr, &size));
         EXPECT_EQ(type, 1);
         EXPECT_EQ(size, expected.size() + 1);
         std::string text(size, '?');
-        info.GetInfo(command, nullptr, text.data(), &size);
+        EXPECT_ANSWERS(info.GetInfo(command, nullptr, text.data(), &size));
         EXPECT_EQ(text, expected + '\0');
         EXPECT_EQ(size, expected.size() + 1);
     }
@@ -67,16 +67,16 @@ TEST(InterfaceInfoTest, AnswersItsThreeCommandsAsTexts) {
 TEST(InterfaceInfoTest, CopiesOutByTheCommonRule) {
     const CInterfaceInfo info = Eth0();
     int32_t type = 0;
-    EXPECT_THROWS(std::invalid_argument, "Invalid Size", info.GetInfo(0, &type, nullptr, nullptr));
+    EXPECT_REFUSES(std::invalid_argument, "Invalid Size", info.GetInfo(0, &type, nullptr, nullptr));
     EXPECT_EQ(type, 1);
     char text[16] = "before";
     size_t size = 9;
-    EXPECT_THROWS(std::invalid_argument, "Invalid Buffer Size",
-                  info.GetInfo(0, &type, text, &size));
+    EXPECT_REFUSES(std::invalid_argument, "Invalid Buffer Size",
+                   info.GetInfo(0, &type, text, &size));
     EXPECT_EQ(size, 9U);
     EXPECT_STREQ(text, "before");
     size = 0;
-    info.GetInfo(0, &type, text, &size);
+    EXPECT_ANSWERS(info.GetInfo(0, &type, text, &size));
     EXPECT_EQ(size, 10U);
     EXPECT_STREQ(text, "GEV::eth0");
 }
@@ -86,12 +86,12 @@ TEST(InterfaceInfoTest, RefusesEveryOtherCommand) {
     int32_t type = 99;
     char text[16] = "before";
     size_t size = sizeof text;
-    EXPECT_THROWS(std::invalid_argument, "Invalid InterfaceInfoID 3",
-                  info.GetInfo(3, &type, text, &size));
-    EXPECT_THROWS(std::invalid_argument, "Invalid InterfaceInfoID -1",
-                  info.GetInfo(-1, &type, text, &size));
-    EXPECT_THROWS(std::invalid_argument, "Invalid InterfaceInfoID 2147483647",
-                  info.GetInfo(2147483647, nullptr, nullptr, nullptr));
+    EXPECT_REFUSES(std::invalid_argument, "Invalid InterfaceInfoID 3",
+                   info.GetInfo(3, &type, text, &size));
+    EXPECT_REFUSES(std::invalid_argument, "Invalid InterfaceInfoID -1",
+                   info.GetInfo(-1, &type, text, &size));
+    EXPECT_REFUSES(std::invalid_argument, "Invalid InterfaceInfoID 2147483647",
+                   info.GetInfo(2147483647, nullptr, nullptr, nullptr));
     EXPECT_EQ(type, 99);
     EXPECT_EQ(size, sizeof text);
     EXPECT_STREQ(text, "before");

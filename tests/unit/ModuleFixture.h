@@ -2,6 +2,7 @@
 #pragma once
 
 #include "OptivoSim.h"
+#include "Thrown.h"
 #include "modules/DataStream.h"
 #include "modules/Device.h"
 #include "modules/Interface.h"
@@ -37,7 +38,7 @@ protected:
     uint32_t NumAnnounced() {
         uint32_t count = 0;
         size_t size = sizeof count;
-        stream->GetInfo(3, nullptr, &count, &size);
+        EXPECT_ANSWERS(stream->GetInfo(3, nullptr, &count, &size));
         return count;
     }
 

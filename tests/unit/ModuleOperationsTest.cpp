@@ -18,18 +18,22 @@ class CPlainModule final : public ICommonBase {
 public:
     CPlainModule() : m_knownTooSoon(IsModule(HandleOf(this))) { PublishHandle(); }
 
-    void GetPortURL(char*, size_t*) override {}
-    void GetPortInfo(PORT_INFO_CMD, INFO_DATATYPE*, void*, size_t*) override {}
-    void GetPortURLInfo(uint32_t, URL_INFO_CMD, INFO_DATATYPE*, void*, size_t*) override {}
+    COutcome GetPortURL(char*, size_t*) override { return {}; }
+    COutcome GetPortInfo(PORT_INFO_CMD, INFO_DATATYPE*, void*, size_t*) override { return {}; }
+    COutcome GetPortURLInfo(uint32_t, URL_INFO_CMD, INFO_DATATYPE*, void*, size_t*) override {
+        return {};
+    }
 
     const bool m_knownTooSoon;
 };
 
 class COtherModule final : public ICommonBase {
 public:
-    void GetPortURL(char*, size_t*) override {}
-    void GetPortInfo(PORT_INFO_CMD, INFO_DATATYPE*, void*, size_t*) override {}
-    void GetPortURLInfo(uint32_t, URL_INFO_CMD, INFO_DATATYPE*, void*, size_t*) override {}
+    COutcome GetPortURL(char*, size_t*) override { return {}; }
+    COutcome GetPortInfo(PORT_INFO_CMD, INFO_DATATYPE*, void*, size_t*) override { return {}; }
+    COutcome GetPortURLInfo(uint32_t, URL_INFO_CMD, INFO_DATATYPE*, void*, size_t*) override {
+        return {};
+    }
 };
 
 // Neither gives nor takes anything, whatever the arguments are.

@@ -39,7 +39,7 @@ protected:
     uint32_t NumWaiting() {
         uint32_t count = 77;
         size_t size = sizeof count;
-        event->GetInfo(1, nullptr, &count, &size);
+        EXPECT_ANSWERS(event->GetInfo(1, nullptr, &count, &size));
         return count;
     }
 
@@ -49,7 +49,7 @@ protected:
         const auto& buffer = *HandleCast<CBufferInfo>(first);
         bool8_t hasNewData = 0;
         size_t size = sizeof hasNewData;
-        buffer.GetInfo(4, nullptr, &hasNewData, &size);
+        EXPECT_ANSWERS(buffer.GetInfo(4, nullptr, &hasNewData, &size));
         EXPECT_EQ(hasNewData, 1);
         EXPECT_FALSE(buffer.IsQueued());
         EXPECT_FALSE(buffer.IsDelivered());

@@ -46,7 +46,7 @@ protected:
     uint64_t NumDelivered() {
         uint64_t count = 0;
         size_t size = sizeof count;
-        stream->GetInfo(1, nullptr, &count, &size);
+        EXPECT_ANSWERS(stream->GetInfo(1, nullptr, &count, &size));
         return count;
     }
 

@@ -73,9 +73,11 @@ TEST(SlotOrderTest, ICommonBase) {
 struct Module : ICommonBase {
     explicit Module(int& numDestroyed) : m_numDestroyed(numDestroyed) {}
     ~Module() override { ++m_numDestroyed; }
-    void GetPortURL(char*, size_t*) override {}
-    void GetPortInfo(PORT_INFO_CMD, INFO_DATATYPE*, void*, size_t*) override {}
-    void GetPortURLInfo(uint32_t, URL_INFO_CMD, INFO_DATATYPE*, void*, size_t*) override {}
+    COutcome GetPortURL(char*, size_t*) override { return {}; }
+    COutcome GetPortInfo(PORT_INFO_CMD, INFO_DATATYPE*, void*, size_t*) override { return {}; }
+    COutcome GetPortURLInfo(uint32_t, URL_INFO_CMD, INFO_DATATYPE*, void*, size_t*) override {
+        return {};
+    }
 
     int& m_numDestroyed;
 };

@@ -56,7 +56,9 @@ std::string ModulePath(std::size_t capacity) {
     return path;
 }
 
-std::uint64_t FileVersion() {
+namespace {
+
+std::uint64_t ReadFileVersion() {
     const std::string path = ModulePath(kVersionPathCapacity);
     DWORD ignored = 0;
     const DWORD size = GetFileVersionInfoSizeA(path.c_str(), &ignored);
@@ -73,6 +75,14 @@ std::uint64_t FileVersion() {
     }
     const auto* info = static_cast<const VS_FIXEDFILEINFO*>(value);
     return (static_cast<std::uint64_t>(info->dwFileVersionMS) << 32) | info->dwFileVersionLS;
+}
+
+} // namespace
+
+// Consumers ask for it in passing, and reading it takes microseconds.
+std::uint64_t FileVersion() {
+    static const std::uint64_t s_version = ReadFileVersion();
+    return s_version;
 }
 
 std::string_view SystemXml() {
