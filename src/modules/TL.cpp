@@ -3,13 +3,13 @@
 #include "core/Errors.h"
 #include "core/ModuleIdentity.h"
 #include "core/PortUrl.h"
-#include "modules/IdPool.h"
 #include "modules/Interface.h"
 #include "platform/Platform.h"
 
 #include <boost/make_shared.hpp>
 
 #include <algorithm>
+#include <map>
 #include <stdexcept>
 
 namespace GenICam::Client {
@@ -205,18 +205,25 @@ CTL::Infos CTL::DiscoverInterfaces(std::uint32_t timeout) {
     return found;
 }
 
+// Of several with one ID, each is known again once, the first of them first.
 void CTL::UpdateInterfaceList(bool8_t* changed, std::uint32_t timeout) {
-    CIdPool<CInterfaceInfo> previous(m_infos);
+    std::multimap<std::string, boost::shared_ptr<CInterfaceInfo>> previous;
+    for (const boost::shared_ptr<CInterfaceInfo>& info : m_infos) {
+        previous.emplace(info->GetID(), info);
+    }
     Infos current;
     Infos appeared;
     for (boost::shared_ptr<CInterfaceInfo>& found : DiscoverInterfaces(timeout)) {
-        if (boost::shared_ptr<CInterfaceInfo> known = previous.Take(found->GetID())) {
-            current.push_back(std::move(known));
+        const std::string id = found->GetID();
+        const auto known = previous.lower_bound(id);
+        if (known != previous.end() && known->first == id) {
+            current.push_back(std::move(known->second));
+            previous.erase(known);
         } else {
             appeared.push_back(std::move(found));
         }
     }
-    if (changed != nullptr && (!appeared.empty() || !previous.Rest().empty())) {
+    if (changed != nullptr && !(appeared.empty() && previous.empty())) {
         *changed = 1;
     }
     current.insert(current.end(), appeared.begin(), appeared.end());
