@@ -5,23 +5,15 @@
 
 #include <cstdlib>
 #include <memory>
+#include <stdexcept>
 
 namespace GenICam::Client {
-namespace {
-
-class CForeignException final : public std::exception {
-public:
-    const char* what() const noexcept override { return "An exception of the camera library"; }
-};
-
-} // namespace
-
-void ThrowForeign(char* message) {
-    const std::unique_ptr<char, void (*)(void*)> owned(message, std::free);
-    if (message == nullptr) {
-        throw CForeignException();
+void ThrowForeign(char* text) {
+    const std::unique_ptr<char, void (*)(void*)> owned(text, std::free);
+    if (text == nullptr) {
+        throw std::invalid_argument("An exception of the camera library");
     }
-    throw std::runtime_error(message);
+    throw std::runtime_error(text);
 }
 
 Optivo::Int32 CallGetSystem(Optivo::ICamSystem** system) {

@@ -45,7 +45,7 @@ public:
 
 // Throws what stands for an exception of Visual C++: std::runtime_error with its text, which is
 // given back here, or with a null text an exception that no clause names.
-[[noreturn]] void ThrowForeign(char* message);
+[[noreturn]] void ThrowForeign(char* text);
 
 // Answers what the operation answers. Exceptions of the library's compiler arrive as ours, when
 // everything that the library had on the stack is destroyed.

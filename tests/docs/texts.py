@@ -29,9 +29,9 @@ def code_of(name):
 
 
 def collapsed(path):
-    """A source without comments and line breaks."""
+    """A source without comments and line breaks, also within its literals."""
     text = re.sub(r"//[^\n]*", "", path.read_text())
-    return re.sub(r"\s+", " ", text)
+    return re.sub(r'(?<!\\)"\s+"', "", re.sub(r"\s+", " ", text))
 
 
 def found_in(folder):

@@ -1,6 +1,10 @@
 #include "platform/windows/LoadedLibrary.h"
 
+#include <boost/format.hpp>
+
+#include <cstdint>
 #include <filesystem>
+#include <locale>
 #include <stdexcept>
 #include <string>
 
@@ -58,19 +62,25 @@ fs::path FindBySystem(const wchar_t* file) {
     return path;
 }
 
-[[noreturn]] void Refuse(const std::string& library, const std::string& reason) {
-    throw std::runtime_error("The camera library " + library + " " + reason);
+template <class... Arguments>
+std::string Format(const char* text, const Arguments&... arguments) {
+    return boost::str((boost::format(text, std::locale::classic()) % ... % arguments));
 }
 
-[[noreturn]] void RefuseUnloaded(const fs::path& path, DWORD error) {
-    const std::string library = Narrow(path);
+[[noreturn]] void Refuse(const std::string& library, DWORD error) {
     switch (error) {
     case ERROR_BAD_EXE_FORMAT:
-        Refuse(library, "is not a library for 64-bit Windows; put the maker's in its place.");
+        throw std::runtime_error(Format("The camera library %s is not a library for 64-bit "
+                                        "Windows; put the maker's in its place.",
+                                        library));
     case ERROR_MOD_NOT_FOUND:
-        Refuse(library, "needs a library that is missing; install the maker's software.");
+        throw std::runtime_error(Format("The camera library %s needs a library that is missing; "
+                                        "install the maker's software.",
+                                        library));
     default:
-        Refuse(library, "cannot be loaded: error " + std::to_string(error) + " of Windows.");
+        throw std::runtime_error(
+            Format("The camera library %s cannot be loaded: error %d of Windows.", library,
+                   static_cast<std::int32_t>(error)));
     }
 }
 
@@ -88,12 +98,13 @@ HMODULE Load(const wchar_t* file) {
     }
     const DWORD error = GetLastError();
     if (library == nullptr && path.empty()) {
-        Refuse(Narrow(file), "is neither in " + Narrow(folder) +
-                                 " nor where Windows looks for libraries; install the maker's "
-                                 "software, or copy its library into that folder.");
+        throw std::runtime_error(
+            Format("The camera library %s is neither in %s nor where Windows looks for libraries; "
+                   "install the maker's software, or copy its library into that folder.",
+                   Narrow(file), Narrow(folder)));
     }
     if (library == nullptr) {
-        RefuseUnloaded(path, error);
+        Refuse(Narrow(path), error);
     }
     return library;
 }
@@ -106,8 +117,9 @@ void (*LibraryFunction(const wchar_t* file, const char* function))() {
     if (found == nullptr) {
         const std::string path = Narrow(PathOf(library));
         FreeLibrary(library);
-        Refuse(path, std::string("has no function ") + function +
-                         "; put the maker's library in its place.");
+        throw std::runtime_error(Format("The camera library %s has no function %s; put the "
+                                        "maker's library in its place.",
+                                        path, function));
     }
     return reinterpret_cast<void (*)()>(found);
 }
