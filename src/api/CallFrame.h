@@ -6,6 +6,7 @@
 
 #include "core/LastError.h"
 #include "core/Outcome.h"
+#include "platform/Cancellation.h"
 
 #include <type_traits>
 #include <utility>
@@ -32,9 +33,9 @@ GC_ERROR FailNotInitialized() noexcept;
 GC_ERROR FailNullHandle() noexcept;
 
 // Runs the body, which answers its outcome or nothing (success); an exception becomes its code.
-// Success leaves the last error alone.
+// Success leaves the last error alone. Only the cancellation of the thread passes.
 template <class Body>
-GC_ERROR Translated(Body&& body) noexcept {
+GC_ERROR Translated(Body&& body) {
     try {
         if constexpr (std::is_void_v<std::invoke_result_t<Body>>) {
             std::forward<Body>(body)();
@@ -42,6 +43,8 @@ GC_ERROR Translated(Body&& body) noexcept {
         } else {
             return Conclude(std::forward<Body>(body)());
         }
+    } catch (Platform::ThreadCancelled&) {
+        throw;
     } catch (...) {
         return TranslateCurrentException();
     }
@@ -49,14 +52,22 @@ GC_ERROR Translated(Body&& body) noexcept {
 
 // Runs the body if the library is initialised.
 template <class Body>
-GC_ERROR Framed(Body&& body) noexcept {
+GC_ERROR Framed(Body&& body) {
     return IsInitialized() ? Translated(std::forward<Body>(body)) : FailNotInitialized();
+}
+
+// The same for a body that closes: what is half closed can be closed by nobody else, so that the
+// thread is cancelled afterwards only.
+template <class Body>
+GC_ERROR FramedClose(Body&& body) {
+    [[maybe_unused]] const Platform::CCancellationDelay delay;
+    return Framed(std::forward<Body>(body));
 }
 
 // Runs the body if the library is initialised and the check finds the port, event source or event
 // handle sound.
 template <class Body>
-GC_ERROR FramedOn(const void* handle, bool (*isSound)(const void*) noexcept, Body&& body) noexcept {
+GC_ERROR FramedOn(const void* handle, bool (*isSound)(const void*) noexcept, Body&& body) {
     if (!IsInitialized()) {
         return FailNotInitialized();
     }

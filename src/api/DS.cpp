@@ -70,7 +70,7 @@ GC_API DSGetBufferID(DS_HANDLE hDataStream, uint32_t iIndex, BUFFER_HANDLE* phBu
 }
 
 GC_API DSClose(DS_HANDLE hDataStream) {
-    return Framed([&] { ClosingStreamOf(hDataStream).Close(); });
+    return FramedClose([&] { ClosingStreamOf(hDataStream).Close(); });
 }
 
 GC_API DSGetParentDev(DS_HANDLE hDataStream, DEV_HANDLE* phDevice) {

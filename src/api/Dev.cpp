@@ -45,7 +45,7 @@ GC_API DevGetInfo(DEV_HANDLE hDevice, DEVICE_INFO_CMD iInfoCmd, INFO_DATATYPE* p
 
 // What is not a device is answered without recording an error.
 GC_API DevClose(DEV_HANDLE hDevice) {
-    return Framed([&]() -> GC_ERROR {
+    return FramedClose([&]() -> GC_ERROR {
         auto* device = HandleCast<CDevice>(hDevice);
         if (device == nullptr) {
             return GC_ERR_INVALID_HANDLE;

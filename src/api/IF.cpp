@@ -7,7 +7,7 @@
 using namespace GenICam::Client;
 
 GC_API IFClose(IF_HANDLE hIface) {
-    return Framed([&] { InterfaceOf(hIface).Close(); });
+    return FramedClose([&] { InterfaceOf(hIface).Close(); });
 }
 
 GC_API IFGetInfo(IF_HANDLE hIface, INTERFACE_INFO_CMD iInfoCmd, INFO_DATATYPE* piType,

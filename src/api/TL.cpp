@@ -18,7 +18,7 @@ GC_API TLOpen(TL_HANDLE* phSystem) {
 }
 
 GC_API TLClose(TL_HANDLE hSystem) {
-    return Framed([&] { SystemOf(hSystem).Close(); });
+    return FramedClose([&] { SystemOf(hSystem).Close(); });
 }
 
 GC_API TLGetInfo(TL_HANDLE hSystem, TL_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, void* pBuffer,
