@@ -3,6 +3,7 @@
 
 #include "core/Errors.h"
 #include "modules/BufferInfo.h"
+#include "platform/Cancellation.h"
 #include "platform/Platform.h"
 
 #include <algorithm>
@@ -24,13 +25,15 @@ constexpr Optivo::Int32 kGrabThrew = GC_ERR_ERROR;
 // A grab result that turns a timed-out wait into a success.
 constexpr Optivo::Int32 kGrabNothingExpected = -4;
 
-// Runs calls of the library; false when they threw. An interruption of the thread passes.
+// Runs calls of the library; false when they threw. What ends the thread passes.
 template <class Calls>
 bool RunsThrough(Calls&& calls) {
     try {
         calls();
         return true;
     } catch (const boost::thread_interrupted&) {
+        throw;
+    } catch (Platform::ThreadCancelled&) {
         throw;
     } catch (...) {
         return false;

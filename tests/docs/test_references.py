@@ -109,7 +109,7 @@ class Errors(unittest.TestCase):
             for thrown in re.findall(r"throw [^;]+;", texts.collapsed(path)):
                 with self.subTest(path=path.name, thrown=thrown):
                     # A text that is passed in is looked for where it is passed.
-                    self.assertRegex(thrown, r'^throw [\w:]+\( ?(?:Format\( ?|WithLastError\()?(?:"|kInvalid)|\(text')
+                    self.assertRegex(thrown, r'^throw [\w:]+\( ?(?:Format\( ?)?(?:"|kInvalid)|\(text')
 
     def test_codes(self):
         known = {name: int(code) for name, code in re.findall(r"(GC_ERR_\w+) = (-?\d+)", HEADER.read_text())}

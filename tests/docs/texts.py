@@ -43,7 +43,7 @@ def found_in(folder):
     for text in sources.values():
         for name, value in constants.items():
             text = re.sub(rf"\b{name}\b(?!\[)", lambda _, value=value: f'"{value}"', text)
-        raised = re.findall(rf"throw ([\w:]+)\( ?(?:Format\( ?|WithLastError\()?{LITERAL}", text)
+        raised = re.findall(rf"throw ([\w:]+)\( ?(?:Format\( ?)?{LITERAL}", text)
         refused = re.findall(rf"Refusal<([\w:]+)>\( ?{LITERAL}", text)
         for name, literal in raised + refused:
             for one in classes(name, text, literal, everything):
@@ -53,6 +53,8 @@ def found_in(folder):
         for name, literal in re.findall(rf"(?:\bFail|RecordLastError)\((GC_\w+), {LITERAL}", text):
             # A handle that is none is answered with another code than is recorded.
             found.add((-1006 if "wrong handle" in literal else code_of(name), plain(literal)))
+        for literal in re.findall(rf"\bThrowLastError\({LITERAL}\)", text):
+            found.add((None, plain(literal)))
         for literal in re.findall(rf"\bFail\((?:Format\()?{LITERAL}[^;]*__LINE__\)", text):
             found.add((None, plain(literal)))
     return found
