@@ -2,18 +2,16 @@
 // This file knows nothing of what they wait for.
 #pragma once
 
-#include "core/Patience.h"
+#include "core/LockSoon.h"
+#include "platform/Pause.h"
 
 #include <boost/date_time/posix_time/posix_time_types.hpp>
-#include <boost/smart_ptr/detail/sp_thread_pause.hpp>
-#include <boost/thread/lock_types.hpp>
 
 #include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <limits>
-#include <thread>
 
 namespace GenICam::Client {
 
@@ -21,29 +19,6 @@ namespace GenICam::Client {
 inline constexpr std::uint64_t kWaitForever = std::numeric_limits<std::uint64_t>::max();
 
 enum class WaitResult { Woken, TimedOut, Closed };
-
-// Takes a lock that others hold for moments: asking again costs less than to sleep and be woken.
-// Whoever holds it longer is waited for asleep. The processor is kept meanwhile: it might come back
-// after a whole turn of somebody else's.
-template <class Lock>
-void LockSoon(Lock& lock) {
-    constexpr int kAttempts = 100;
-    for (int i = 0; i < kAttempts; ++i) {
-        if (lock.try_lock()) {
-            return;
-        }
-        boost::detail::sp_thread_pause();
-    }
-    lock.lock();
-}
-
-// Owns the mutex, taken like that.
-template <class Mutex>
-boost::unique_lock<Mutex> LockedSoon(Mutex& mutex) {
-    boost::unique_lock<Mutex> lock(mutex, boost::defer_lock);
-    LockSoon(lock);
-    return lock;
-}
 
 // A condition variable that neither loses nor invents a wake-up: each grant ends exactly one wait
 // that began before it, the oldest one, and a wait that was granted never reports a time-out. All
@@ -155,7 +130,7 @@ private:
         }
         lock.unlock();
         do {
-            boost::detail::sp_thread_pause();
+            Platform::Pause();
         } while (!waiter.m_granted && !m_closed && Clock::now() < end);
         LockSoon(lock);
         m_backOff = waiter.m_granted ? 0 : std::min(2 * m_backOff + 1, kLongestBackOff);
@@ -168,43 +143,6 @@ private:
     // How many waits sleep at once after the last one that stayed awake, and how many still do.
     unsigned m_backOff = 0;
     unsigned m_numToSleep = 0;
-};
-
-// Counts the calls that are inside an object, so that its destruction can wait for them.
-class CCallCounter {
-public:
-    class CScope {
-    public:
-        explicit CScope(CCallCounter& counter) noexcept : m_counter(counter) {
-            m_counter.m_numInside.fetch_add(1, std::memory_order_relaxed);
-        }
-        ~CScope() { m_counter.m_numInside.fetch_sub(1, std::memory_order_release); }
-        CScope(const CScope&) = delete;
-        CScope& operator=(const CScope&) = delete;
-
-    private:
-        CCallCounter& m_counter;
-    };
-
-    // Returns when no call is inside.
-    void Drain() const noexcept {
-        for (CPatience patience; IsInside();) {
-            patience.Pause();
-        }
-    }
-
-    // The same, but after that time at the latest. Without patience, as images come meanwhile.
-    void DrainFor(std::chrono::microseconds time) const noexcept {
-        const auto end = std::chrono::steady_clock::now() + time;
-        while (IsInside() && std::chrono::steady_clock::now() < end) {
-            std::this_thread::yield();
-        }
-    }
-
-private:
-    bool IsInside() const noexcept { return m_numInside.load(std::memory_order_acquire) != 0; }
-
-    std::atomic<int> m_numInside{0};
 };
 
 } // namespace GenICam::Client

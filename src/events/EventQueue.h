@@ -3,6 +3,7 @@
 // CopyEntry(entry, buffer, size). This file knows no kind and no module.
 #pragma once
 
+#include "core/CallCounter.h"
 #include "core/Errors.h"
 #include "core/WaitPoint.h"
 #include "events/EventObj.h"

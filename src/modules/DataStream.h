@@ -4,7 +4,9 @@
 #pragma once
 
 #include "camlib/CameraObjects.h"
+#include "core/CallCounter.h"
 #include "core/CommonBase.h"
+#include "core/LockSoon.h"
 #include "core/WaitPoint.h"
 #include "events/EventError.h"
 #include "modules/BufferQueue.h"

@@ -2,8 +2,8 @@
 // camera library. It knows its device.
 #pragma once
 
+#include "core/CallCounter.h"
 #include "core/CommonBase.h"
-#include "core/WaitPoint.h"
 #include "events/EventDevice.h"
 #include "platform/Platform.h"
 

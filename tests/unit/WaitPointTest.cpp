@@ -6,15 +6,12 @@
 #include <boost/thread/recursive_mutex.hpp>
 
 #include <functional>
-#include <memory>
 #include <stdexcept>
 #include <vector>
 
 namespace {
 
-using GenICam::Client::CCallCounter;
 using GenICam::Client::CWaitPoint;
-using GenICam::Client::LockSoon;
 using GenICam::Client::WaitResult;
 
 // A lock without threads: what happens while a wait stays awake is scripted.
@@ -341,57 +338,6 @@ TEST(WaitPointTest, TimesOutNoEarlierThanAsked) {
         EXPECT_GE(std::chrono::steady_clock::now() - start,
                   std::chrono::milliseconds(milliseconds));
     }
-}
-
-// A lock that others hold for so many attempts.
-struct ScriptedLock {
-    bool try_lock() { return numHeld-- == 0; }
-    void lock() { ++numSlept; }
-
-    int numHeld;
-    int numSlept = 0;
-};
-
-TEST(LockSoonTest, TakesALockThatIsFreeSoonWithoutSleeping) {
-    for (const int numHeld : {0, 1, 10}) {
-        ScriptedLock lock{numHeld};
-        LockSoon(lock);
-        EXPECT_EQ(lock.numHeld, -1);
-        EXPECT_EQ(lock.numSlept, 0);
-    }
-}
-
-TEST(LockSoonTest, SleepsOnceForALockThatStaysTaken) {
-    ScriptedLock lock{1'000'000};
-    LockSoon(lock);
-    EXPECT_EQ(lock.numSlept, 1);
-}
-
-TEST(CallCounterTest, DrainsAtOnceWhenNoCallIsInside) {
-    CCallCounter counter;
-    counter.Drain();
-    {
-        const CCallCounter::CScope call(counter);
-        const CCallCounter::CScope nested(counter);
-    }
-    counter.Drain();
-}
-
-TEST(CallCounterTest, DrainsWhenTheLastCallHasLeft) {
-    CCallCounter counter;
-    auto first = std::make_unique<CCallCounter::CScope>(counter);
-    auto second = std::make_unique<CCallCounter::CScope>(counter);
-    std::atomic<bool> drained{false};
-    std::thread waiter([&] {
-        counter.Drain();
-        drained = true;
-    });
-    first.reset();
-    std::this_thread::sleep_for(20ms);
-    EXPECT_FALSE(drained);
-    second.reset();
-    EXPECT_TRUE(Eventually([&] { return drained.load(); }));
-    waiter.join();
 }
 
 } // namespace
