@@ -1,11 +1,12 @@
 #include "CamDevice.h"
 
 #include "CamStream.h"
+#include "Pool.h"
 
 namespace OptivoSim {
 
 Int32 CDeviceContents::OpenStream(Optivo::ICamStream** stream) {
-    *stream = CLibrary::Get().Streams().HandOut(std::make_shared<CStreamContents>(m_camera));
+    *stream = CPool<CCamStream>::Get().HandOut(std::make_shared<CStreamContents>(m_camera));
     return kSuccess;
 }
 
@@ -102,7 +103,7 @@ Int32 CCamDevice::RegisterEventCallback(Optivo::DeviceEventCallback callback, vo
 }
 
 Int32 CCamDevice::Close() {
-    return m_handle.Close(OPTIVO_DEVICE_CLOSE, CLibrary::Get().Devices());
+    return m_handle.Close(OPTIVO_DEVICE_CLOSE, CPool<CCamDevice>::Get());
 }
 
 } // namespace OptivoSim

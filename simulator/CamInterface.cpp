@@ -2,13 +2,14 @@
 
 #include "CamDevice.h"
 #include "CopyOut.h"
+#include "Pool.h"
 
 namespace OptivoSim {
 
 namespace {
 
 Optivo::ICamDevice* HandOutDevice(const std::shared_ptr<CCamera>& camera, bool describesOnly) {
-    return CLibrary::Get().Devices().HandOut(
+    return CPool<CCamDevice>::Get().HandOut(
         std::make_shared<CDeviceContents>(camera, describesOnly));
 }
 
@@ -139,7 +140,7 @@ Int32 CCamInterface::ReadPort(UInt64 address, void* destination, Size* size) {
 }
 
 Int32 CCamInterface::Close() {
-    return m_handle.Close(OPTIVO_INTERFACE_CLOSE, CLibrary::Get().Interfaces());
+    return m_handle.Close(OPTIVO_INTERFACE_CLOSE, CPool<CCamInterface>::Get());
 }
 
 } // namespace OptivoSim

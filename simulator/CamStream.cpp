@@ -1,6 +1,7 @@
 #include "CamStream.h"
 
 #include "CopyOut.h"
+#include "Pool.h"
 
 #include <cstdint>
 #include <utility>
@@ -93,7 +94,7 @@ Int32 CCamStream::GetStreamInfo(UInt32 command, void* value, Size* size) {
 }
 
 Int32 CCamStream::Close() {
-    return m_handle.Close(OPTIVO_STREAM_CLOSE, CLibrary::Get().Streams());
+    return m_handle.Close(OPTIVO_STREAM_CLOSE, CPool<CCamStream>::Get());
 }
 
 } // namespace OptivoSim

@@ -2,6 +2,7 @@
 
 #include "CamInterface.h"
 #include "CopyOut.h"
+#include "Pool.h"
 
 #include "camlib/GenICamBase.h"
 
@@ -66,7 +67,7 @@ Int32 CCamSystem::HandOutInterface(OptivoOperation operation, const char* name,
             if (adapter == nullptr) {
                 return kInvalidId;
             }
-            *interface_ = CLibrary::Get().Interfaces().HandOut(
+            *interface_ = CPool<CCamInterface>::Get().HandOut(
                 std::make_shared<CInterfaceContents>(std::move(adapter), describesOnly));
             return kSuccess;
         },
@@ -78,7 +79,7 @@ Int32 CCamSystem::HandOutInterface(OptivoOperation operation, const char* name,
 }
 
 Int32 CCamSystem::Close() {
-    return m_handle.Close(OPTIVO_SYSTEM_CLOSE, CLibrary::Get().Systems());
+    return m_handle.Close(OPTIVO_SYSTEM_CLOSE, CPool<CCamSystem>::Get());
 }
 
 } // namespace OptivoSim
@@ -95,7 +96,7 @@ extern "C" OPTIVO_API Optivo::Int32 GetSystem(Optivo::ICamSystem** system) {
                 *system = nullptr;
                 return kInvalidParameter;
             }
-            *system = CLibrary::Get().Systems().HandOut(std::make_shared<CSystemContents>());
+            *system = CPool<CCamSystem>::Get().HandOut(std::make_shared<CSystemContents>());
             return kSuccess;
         },
         [&] {

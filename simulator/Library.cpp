@@ -1,9 +1,5 @@
 #include "Library.h"
 
-#include "CamDevice.h"
-#include "CamInterface.h"
-#include "CamStream.h"
-#include "CamSystem.h"
 #include "FirstWorld.h"
 
 namespace OptivoSim {
@@ -46,10 +42,6 @@ bool CLibrary::LoadWorld(std::string_view text, TextError& error) {
 
 void CLibrary::Reset() {
     MakeWorld(m_firstWorld, m_hadFirstWorld);
-    m_systems.RecycleClosed();
-    m_interfaces.RecycleClosed();
-    m_devices.RecycleClosed();
-    m_streams.RecycleClosed();
     m_calls.Reset();
     m_numDoubleCloses = 0;
     m_numUsesAfterClose = 0;

@@ -1,10 +1,10 @@
-// Everything that the library holds in common, made by the first use and never destroyed: a
-// consumer's threads, and the library's own, may run until the process is gone.
+// What the calls of all objects share: the world, the faults, the log and the counters. Made by the
+// first use and never destroyed: a consumer's threads, and the library's own, may run until the
+// process is gone.
 #pragma once
 
 #include "CallLog.h"
 #include "Faults.h"
-#include "Pool.h"
 #include "ResultCodes.h"
 #include "Sync.h"
 #include "World.h"
@@ -14,11 +14,6 @@
 #include <string_view>
 
 namespace OptivoSim {
-
-class CCamSystem;
-class CCamInterface;
-class CCamDevice;
-class CCamStream;
 
 // Thread-safe.
 class CLibrary {
@@ -31,11 +26,6 @@ public:
     CFaults& Faults() { return m_faults; }
     CCallLog& Calls() { return m_calls; }
     CWorld& World() { return m_world; }
-
-    CPool<CCamSystem>& Systems() { return m_systems; }
-    CPool<CCamInterface>& Interfaces() { return m_interfaces; }
-    CPool<CCamDevice>& Devices() { return m_devices; }
-    CPool<CCamStream>& Streams() { return m_streams; }
 
     // Both answer what the call is answered with.
     Int32 NoteDoubleClose();
@@ -65,10 +55,6 @@ private:
     CCallLog m_calls;
     CFaults m_faults;
     CWorld m_world;
-    CPool<CCamSystem> m_systems;
-    CPool<CCamInterface> m_interfaces;
-    CPool<CCamDevice> m_devices;
-    CPool<CCamStream> m_streams;
     CMutex m_worldLock;     // of those who replace the world
     WorldPlan m_firstWorld; // that the library began with; fixed from construction on
     std::atomic<std::uint64_t> m_numDoubleCloses{0};

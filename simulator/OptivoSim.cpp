@@ -6,6 +6,7 @@
 #include "CamSystem.h"
 #include "EventThread.h"
 #include "Library.h"
+#include "Pool.h"
 
 #include <algorithm>
 #include <cstring>
@@ -15,8 +16,13 @@
 
 namespace {
 
+using OptivoSim::CCamDevice;
 using OptivoSim::CCamera;
+using OptivoSim::CCamInterface;
+using OptivoSim::CCamStream;
+using OptivoSim::CCamSystem;
 using OptivoSim::CLibrary;
+using OptivoSim::CPool;
 
 std::string TextOf(const char* text) {
     return text != nullptr ? text : "";
@@ -50,6 +56,10 @@ int AddCamera(const char* interfaceName, const char* name, const char* serialNum
 
 void OptivoSim_Reset(void) {
     CLibrary::Get().Reset();
+    CPool<CCamSystem>::Get().RecycleClosed();
+    CPool<CCamInterface>::Get().RecycleClosed();
+    CPool<CCamDevice>::Get().RecycleClosed();
+    CPool<CCamStream>::Get().RecycleClosed();
 }
 
 void OptivoSim_AddFault(const OptivoFault* fault) {
@@ -264,16 +274,15 @@ size_t OptivoSim_Selectors(OptivoOperation operation, uint64_t* selectors, size_
 }
 
 uint64_t OptivoSim_NumAlive(OptivoObjectKind kind) {
-    CLibrary& library = CLibrary::Get();
     switch (kind) {
     case OPTIVO_OBJECT_SYSTEM:
-        return library.Systems().NumAlive();
+        return CPool<CCamSystem>::Get().NumAlive();
     case OPTIVO_OBJECT_INTERFACE:
-        return library.Interfaces().NumAlive();
+        return CPool<CCamInterface>::Get().NumAlive();
     case OPTIVO_OBJECT_DEVICE:
-        return library.Devices().NumAlive();
+        return CPool<CCamDevice>::Get().NumAlive();
     case OPTIVO_OBJECT_STREAM:
-        return library.Streams().NumAlive();
+        return CPool<CCamStream>::Get().NumAlive();
     default:
         return 0;
     }

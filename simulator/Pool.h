@@ -17,6 +17,12 @@ namespace OptivoSim {
 template <typename TObject>
 class CPool {
 public:
+    // The one of the kind, never destroyed: threads may call to the end of the process.
+    static CPool& Get() {
+        static CPool* const pool = new CPool;
+        return *pool;
+    }
+
     template <typename TContents>
     TObject* HandOut(std::shared_ptr<TContents> contents) {
         const std::lock_guard lock(m_lock);
