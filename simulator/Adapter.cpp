@@ -1,7 +1,7 @@
 #include "Adapter.h"
 
 #include "CopyOut.h"
-#include "Descriptions.h"
+#include "InterfaceDescription.h"
 
 #include <algorithm>
 #include <cctype>

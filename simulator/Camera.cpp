@@ -1,7 +1,7 @@
 #include "Camera.h"
 
+#include "CameraDescription.h"
 #include "CopyOut.h"
-#include "Descriptions.h"
 #include "EventThread.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "CameraState.h"
 
-#include "Descriptions.h"
+#include "CameraDescription.h"
 
 #include <algorithm>
 #include <bit>

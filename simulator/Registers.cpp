@@ -1,9 +1,20 @@
 #include "Registers.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstring>
 
 namespace OptivoSim {
+
+namespace {
+
+std::string Hex(UInt64 number) {
+    char text[24];
+    std::snprintf(text, sizeof text, "%llX", number);
+    return text;
+}
+
+} // namespace
 
 void CRegisters::Define(UInt64 address, Size length, EAccess access) {
     m_blocks.push_back({address, length, m_bytes.size(), access});
@@ -79,6 +90,10 @@ void CRegisters::SetText(UInt64 address, const std::string& text) {
     std::uint8_t* const bytes = m_bytes.data() + block->offset;
     std::fill_n(bytes, block->length, std::uint8_t{0});
     std::copy_n(text.begin(), length, bytes);
+}
+
+std::string LocalUrl(const std::string& fileName, UInt64 address, Size length) {
+    return "Local:" + fileName + ";" + Hex(address) + ";" + Hex(length);
 }
 
 } // namespace OptivoSim

@@ -53,4 +53,7 @@ private:
     std::vector<std::uint8_t> m_bytes;
 };
 
+// The URL of a description that stands in the register space of its module.
+std::string LocalUrl(const std::string& fileName, UInt64 address, Size length);
+
 } // namespace OptivoSim

@@ -1,6 +1,6 @@
 #include "WorldFile.h"
 
-#include "Descriptions.h"
+#include "CameraDescription.h"
 #include "ObjectReader.h"
 
 #include <algorithm>

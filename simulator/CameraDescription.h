@@ -1,11 +1,10 @@
-// The GenApi descriptions that cameras and interfaces carry, and the register addresses that these
-// descriptions name. Knows nothing of the values behind them.
+// The GenApi description that a camera carries, and the register addresses that it names. Knows
+// nothing of the values behind them.
 #pragma once
 
 #include "ResultCodes.h"
 
 #include <cstddef>
-#include <string>
 #include <string_view>
 
 namespace OptivoSim {
@@ -61,28 +60,14 @@ inline constexpr UInt64 kUserMemory = 0x800;
 inline constexpr UInt64 kXml = 0x10000;
 } // namespace CameraAddress
 
-namespace InterfaceAddress {
-inline constexpr UInt64 kInterfaceId = 0x100;
-inline constexpr UInt64 kDeviceCount = 0x200;
-inline constexpr UInt64 kDeviceUpdateTimeout = 0x204;
-inline constexpr UInt64 kXml = 0x1000;
-} // namespace InterfaceAddress
-
-inline constexpr Size kTextLength = 64;         // of the text registers of a camera
-inline constexpr Size kInterfaceIdLength = 256; // of an interface
+inline constexpr Size kTextLength = 64; // of the text registers
 inline constexpr Size kUserMemoryLength = 256;
 inline constexpr double kMaxFrameRate = 10000;
 
-// Three zeros that are not counted follow each text.
+// Three zeros that are not counted follow the text.
 std::string_view CameraXml();
-std::string_view InterfaceXml();
-// Where the build put Camera.xml and Interface.xml.
+// Where the build put Camera.xml.
 extern const unsigned char kCameraXml[];
 extern const std::size_t kCameraXmlSize;
-extern const unsigned char kInterfaceXml[];
-extern const std::size_t kInterfaceXmlSize;
-
-// The URL of a description that stands in the register space of its module.
-std::string LocalUrl(const std::string& fileName, UInt64 address, Size length);
 
 } // namespace OptivoSim
