@@ -179,7 +179,7 @@ class Code(harness.ToolTest):
                 source = self.folder / f"block.{block.language}"
                 source.write_text(text)
                 done = subprocess.run([*COMPILERS[block.language], "-Wall", "-Wno-unused", "-Werror", "-fsyntax-only",
-                                       "-I", SOURCES / "include", "-I", SOURCES / "simulator", source],
+                                       "-I", SOURCES / "include", "-I", SOURCES / "simulator/include", source],
                                       capture_output=True, text=True)
                 with self.subTest(block=str(block)):
                     self.assertEqual((done.returncode, done.stderr), (0, ""))

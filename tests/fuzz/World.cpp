@@ -7,7 +7,7 @@
 #include "WorldText.h"
 
 #include "OptivoSim.h"
-#include "WorldFile.h"
+#include "world/WorldFile.h"
 
 #include <algorithm>
 #include <array>

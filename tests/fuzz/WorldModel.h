@@ -2,7 +2,7 @@
 // is. Either is a line for each answer, in the same order.
 #pragma once
 
-#include "WorldFile.h"
+#include "world/WorldFile.h"
 
 #include <string>
 #include <vector>

@@ -1,7 +1,7 @@
 // What the text of a world says, read without the camera library's reader.
 #pragma once
 
-#include "WorldFile.h"
+#include "world/WorldFile.h"
 
 #include <cstddef>
 #include <string>

@@ -1,7 +1,7 @@
 // Writes a plan of a world as a text that describes it, every member named.
 #pragma once
 
-#include "WorldFile.h"
+#include "world/WorldFile.h"
 
 #include <string>
 

@@ -144,12 +144,12 @@ class Describing(ToolTest):
                 self.assertTrue(xml.startswith("<?xml"), xml[:40])
 
     def test_the_cameras_description(self):
-        text = (SOURCES / "simulator/Camera.xml").read_text()
+        text = (SOURCES / "simulator/camera/Camera.xml").read_text()
         self.assertEqual(self.done("xml", "port:20001").out, text)
 
     def test_into_a_file(self):
         self.assertEqual(self.done("xml", "port:10001", "-o", "Träger.xml").out, "")
-        self.assertEqual((self.folder / "Träger.xml").read_bytes(), (SOURCES / "simulator/Camera.xml").read_bytes())
+        self.assertEqual((self.folder / "Träger.xml").read_bytes(), (SOURCES / "simulator/camera/Camera.xml").read_bytes())
 
     def test_a_file_that_cannot_be_written(self):
         path = "missing/x.xml"

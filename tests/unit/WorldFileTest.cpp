@@ -1,5 +1,5 @@
 // What the reader of world files makes of a text, member by member.
-#include "WorldFile.h"
+#include "world/WorldFile.h"
 
 #include <gtest/gtest.h>
 

@@ -1,9 +1,0 @@
-#include "InterfaceDescription.h"
-
-namespace OptivoSim {
-
-std::string_view InterfaceXml() {
-    return {reinterpret_cast<const char*>(kInterfaceXml), kInterfaceXmlSize};
-}
-
-} // namespace OptivoSim

@@ -1,0 +1,74 @@
+// The faults that a test has planned, and the calls that hang because of one. Knows nothing of what
+// the operations do.
+#pragma once
+
+#include "base/Sync.h"
+#include "calls/CallShape.h"
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <list>
+#include <map>
+#include <optional>
+#include <random>
+#include <string>
+#include <tuple>
+#include <vector>
+
+namespace OptivoSim {
+
+struct FaultVerdict {
+    OptivoFaultKind kind;
+    std::int32_t result;
+    std::uint64_t release; // the release that a hang waits for
+};
+
+// A fault, and the calls that it is meant for.
+struct FaultPlan {
+    OptivoFault fault{};
+    std::string object;     // interface or camera by name; empty is any
+    double probability = 1; // 0 and 1 are every matching call
+    std::uint64_t seed = 0; // of what is drawn otherwise
+};
+
+// Thread-safe; a call of an operation without faults takes no lock.
+class CFaults {
+public:
+    void Add(const FaultPlan& plan);
+    void Clear();
+    // Clears, and adds them all.
+    void Replace(const std::vector<FaultPlan>& plans);
+
+    // What goes wrong with this call. The first fault that matches, has no call left to skip and
+    // is not drawn to spare it decides; those behind it do not count the call.
+    std::optional<FaultVerdict> Take(const CallShape& call);
+
+    // The calls that were spoilt with this result by faults of exactly that object, since faults
+    // were last cleared or replaced.
+    std::uint64_t NumSpoilt(OptivoOperation operation, std::int32_t result,
+                            const std::string& object) const;
+
+    void WaitForRelease(const FaultVerdict& verdict);
+    void Release();
+
+private:
+    struct Planned {
+        FaultPlan plan;
+        std::mt19937_64 generator;
+    };
+
+    using Spoiling = std::tuple<OptivoOperation, std::int32_t, std::string>;
+
+    static bool Matches(const FaultPlan& plan, const CallShape& call);
+    static bool IsDrawn(Planned& planned);
+
+    std::array<std::atomic<std::uint32_t>, OPTIVO_NUM_OPERATIONS> m_numPlanned{};
+    mutable CMutex m_lock;
+    CCondition m_released;
+    std::list<Planned> m_planned;
+    std::map<Spoiling, std::uint64_t> m_numSpoilt;
+    std::uint64_t m_numReleases = 0;
+};
+
+} // namespace OptivoSim
