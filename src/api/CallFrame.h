@@ -60,7 +60,7 @@ GC_ERROR Framed(Body&& body) {
 // thread is cancelled afterwards only.
 template <class Body>
 GC_ERROR FramedClose(Body&& body) {
-    [[maybe_unused]] const Platform::CCancellationDelay delay;
+    const Platform::CCancellationDelay delay;
     return Framed(std::forward<Body>(body));
 }
 

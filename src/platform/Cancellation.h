@@ -6,35 +6,27 @@
 
 #if defined(__GLIBCXX__) && defined(__linux__)
 #include <cxxabi.h>
-#include <pthread.h>
 #endif
 
 namespace GenICam::Client::Platform {
 
-#if defined(__GLIBCXX__) && defined(__linux__)
-
 // Whoever catches everything rethrows this.
+#if defined(__GLIBCXX__) && defined(__linux__)
 using ThreadCancelled = abi::__forced_unwind;
+#else
+class ThreadCancelled {};
+#endif
 
-// While it exists the thread is not cancelled, but when it is gone.
+// While it exists its thread is not cancelled, but when it is gone.
 class CCancellationDelay {
 public:
-    CCancellationDelay() noexcept { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_before); }
-    ~CCancellationDelay() { pthread_setcancelstate(m_before, nullptr); }
+    CCancellationDelay() noexcept;
+    ~CCancellationDelay();
     CCancellationDelay(const CCancellationDelay&) = delete;
     CCancellationDelay& operator=(const CCancellationDelay&) = delete;
 
 private:
-    int m_before = 0;
+    [[maybe_unused]] int m_before = 0;
 };
-
-#else
-
-// Nobody throws it.
-class ThreadCancelled {};
-
-class CCancellationDelay {};
-
-#endif
 
 } // namespace GenICam::Client::Platform

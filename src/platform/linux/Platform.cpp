@@ -1,5 +1,6 @@
 #include "platform/Platform.h"
 
+#include "platform/Cancellation.h"
 #include "platform/linux/EmbeddedXml.h"
 
 #include <climits>
@@ -7,6 +8,7 @@
 #include <ctime>
 
 #include <dlfcn.h>
+#include <pthread.h>
 
 namespace GenICam::Client::Platform {
 
@@ -58,6 +60,14 @@ CModuleHold::~CModuleHold() {
     if (m_module != nullptr) {
         dlclose(m_module);
     }
+}
+
+CCancellationDelay::CCancellationDelay() noexcept {
+    pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &m_before);
+}
+
+CCancellationDelay::~CCancellationDelay() {
+    pthread_setcancelstate(m_before, nullptr);
 }
 
 std::uint64_t PerformanceCounter() noexcept {

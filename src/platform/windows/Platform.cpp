@@ -1,5 +1,7 @@
 #include "platform/Platform.h"
 
+#include "platform/Cancellation.h"
+
 #include <boost/format.hpp>
 
 #include <locale>
@@ -115,6 +117,10 @@ CModuleHold::~CModuleHold() {
         FreeLibrary(static_cast<HMODULE>(m_module));
     }
 }
+
+// Threads are not cancelled here.
+CCancellationDelay::CCancellationDelay() noexcept = default;
+CCancellationDelay::~CCancellationDelay() = default;
 
 std::uint64_t PerformanceCounter() noexcept {
     LARGE_INTEGER ticks{};
