@@ -227,7 +227,7 @@ void CRegisterMap::SetCallbacks(std::uint64_t address, Callback onWrite, std::ui
 
 void CRegisterMap::WriteString(std::uint64_t address, const char* text) {
     std::string block(text);
-    block.resize(block.size() / kWidth * kWidth + kWidth);
+    block.resize(TextBlockSize(block.size()));
     RawWrite(address, block.data(), block.size());
 }
 

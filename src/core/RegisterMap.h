@@ -4,11 +4,18 @@
 // This file knows no module. The map takes no lock; its owner serialises.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <vector>
 
 namespace GenICam::Client {
+
+// The size of the register block that holds a text of so many bytes and at least one zero behind
+// it.
+constexpr std::size_t TextBlockSize(std::size_t textSize) {
+    return textSize / sizeof(std::uint32_t) * sizeof(std::uint32_t) + sizeof(std::uint32_t);
+}
 
 // Addresses and sizes are in bytes.
 //

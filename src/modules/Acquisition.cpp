@@ -9,14 +9,12 @@
 #include <algorithm>
 #include <chrono>
 #include <cstring>
-#include <limits>
 #include <new>
 #include <stdexcept>
 
 namespace GenICam::Client {
 namespace {
 
-constexpr std::uint32_t kWithoutLimit = std::numeric_limits<std::uint32_t>::max();
 constexpr Optivo::UInt32 kGrabTimeout = 100;
 // How long consumers that want the input lock go first, at most.
 constexpr std::chrono::microseconds kMakeWayTime(1000);

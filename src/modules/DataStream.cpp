@@ -21,7 +21,6 @@ namespace {
 
 constexpr std::int32_t kXmlSubMinorVersion = 8;
 constexpr std::uint32_t kXmlAddress = 0x200;
-constexpr std::uint32_t kWithoutLimit = std::numeric_limits<std::uint32_t>::max();
 
 // Commands of this producer beside the standard ones.
 enum CustomStreamInfo : STREAM_INFO_CMD {

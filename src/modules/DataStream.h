@@ -20,7 +20,9 @@
 #include <boost/thread/thread_only.hpp>
 
 #include <atomic>
+#include <cstdint>
 #include <deque>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -29,6 +31,9 @@ namespace GenICam::Client {
 
 class CBufferInfo;
 class CDevice;
+
+// As many images as come.
+inline constexpr std::uint32_t kWithoutLimit = std::numeric_limits<std::uint32_t>::max();
 
 // Consumer threads call the operations concurrently with each other and with the acquisition
 // thread; only revoking a buffer while another thread uses it, and using a stream that is being
@@ -179,8 +184,7 @@ private:
     boost::recursive_mutex m_outputLock;
     CWaitPoint<boost::condition_variable_any> m_outputFilled;
 
-    // Without limit when all bits are set.
-    std::atomic<std::uint32_t> m_remaining;
+    std::atomic<std::uint32_t> m_remaining; // may be kWithoutLimit
     std::string m_id;
     std::atomic<bool> m_waitAbort{false};
     boost::shared_ptr<CDataStreamEventNewBuffer> m_newBufferEvent;

@@ -1,13 +1,13 @@
 #include "modules/DeviceInfo.h"
 
+#include "modules/IdParts.h"
+
 #include <algorithm>
-#include <stdexcept>
 #include <string_view>
 
 namespace GenICam::Client {
 namespace {
 
-constexpr std::string_view kSeparator = "::";
 constexpr std::string_view kUserNameTag = "USERNAME->";
 constexpr std::string_view kSerialNumberTag = "SN->";
 
@@ -46,15 +46,7 @@ std::string CDeviceInfo::GetDisplayName() const {
 }
 
 bool CDeviceInfo::MatchName(const char* name) const {
-    std::string_view key(name);
-    const std::size_t prefixEnd = key.find(kSeparator);
-    if (prefixEnd != std::string_view::npos) {
-        key.remove_prefix(prefixEnd + kSeparator.size());
-    }
-    key = key.substr(0, key.find(kSeparator));
-    if (key.empty()) {
-        throw std::invalid_argument("Invalid Device Name");
-    }
+    const std::string_view key = CIdParts(name).Name();
     if (key.starts_with(kUserNameTag)) {
         return key.substr(kUserNameTag.size()) == m_userName;
     }

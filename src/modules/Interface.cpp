@@ -306,32 +306,27 @@ boost::shared_ptr<CInterfaceInfo> CInterface::GetInterfaceInfo() {
     return m_info;
 }
 
-std::uint32_t CInterface::AccessStatus(const char* id) const {
-    const boost::shared_ptr<CDeviceInfo> listed = FindListed(id);
-    if (!listed || listed->m_status == 0) {
-        throw std::runtime_error("Error retrieving device status ( wrong name ) ");
-    }
-    return FindOpen(id) ? static_cast<std::uint32_t>(DEVICE_ACCESS_STATUS_NOACCESS)
-                        : listed->m_status;
-}
-
 COutcome CInterface::GetDeviceInfo(const char* id, DEVICE_INFO_CMD command, INFO_DATATYPE* type,
                                    void* buffer, size_t* size) {
     if (size == nullptr) {
         return Refusal<std::invalid_argument>(" Invalid Pointer");
     }
     const char* wanted = &Require(id, "sDeviceID");
-    boost::shared_ptr<CDeviceInfo> info = FindOpen(wanted);
-    if (!info) {
-        info = FindListed(wanted);
-    }
-    if (!info) {
+    const bool isStatus = command == DEVICE_INFO_ACCESS_STATUS;
+    const boost::shared_ptr<CDeviceInfo> open = FindOpen(wanted);
+    const boost::shared_ptr<CDeviceInfo> listed = open && !isStatus ? nullptr : FindListed(wanted);
+    if (!open && !listed) {
         throw std::runtime_error(Format("Unable to find device %S", wanted));
     }
     const InfoOut out(type, buffer, size);
-    return command == DEVICE_INFO_ACCESS_STATUS
-               ? out.Int32(static_cast<std::int32_t>(AccessStatus(wanted)))
-               : AnswerDeviceInfo(*info, command, out);
+    if (!isStatus) {
+        return AnswerDeviceInfo(open ? *open : *listed, command, out);
+    }
+    if (!listed || listed->m_status == 0) {
+        return Refusal<std::runtime_error>("Error retrieving device status ( wrong name ) ");
+    }
+    return out.Int32(open ? std::int32_t{DEVICE_ACCESS_STATUS_NOACCESS}
+                          : static_cast<std::int32_t>(listed->m_status));
 }
 
 } // namespace GenICam::Client

@@ -81,7 +81,6 @@ private:
     boost::shared_ptr<CDeviceInfo> FindListed(const char* id) const;
     boost::shared_ptr<CDeviceInfo> FindOpen(const char* id) const;
     CDevice* FirstOpen() const;
-    std::uint32_t AccessStatus(const char* id) const;
 
     boost::shared_ptr<CInterfaceInfo> m_info;
     CTL* m_owner;

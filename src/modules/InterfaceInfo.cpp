@@ -1,6 +1,7 @@
 #include "modules/InterfaceInfo.h"
 
 #include "core/Errors.h"
+#include "modules/IdParts.h"
 
 #include <algorithm>
 #include <cctype>
@@ -81,20 +82,10 @@ void CInterfaceInfo::ParseID(const char* id) {
 }
 
 bool CInterfaceInfo::Matches(const char* id) const {
-    const std::string text(id);
-    std::size_t nameStart = 0;
-    const std::size_t prefixEnd = text.find(kSeparator);
-    if (prefixEnd != std::string::npos) {
-        if (prefixEnd > 0 && UpperCase(text.substr(0, prefixEnd)) != m_prefix) {
-            return false;
-        }
-        nameStart = prefixEnd + kSeparatorLength;
-    }
-    const std::string name = Between(text, nameStart, text.find(kSeparator, nameStart));
-    if (name.empty()) {
-        throw std::invalid_argument("Invalid Device Name");
-    }
-    return UpperCase(name) == UpperCase(m_name);
+    const CIdParts parts(id);
+    const std::string prefix = UpperCase(std::string(parts.Prefix()));
+    return (prefix.empty() || prefix == m_prefix) &&
+           UpperCase(std::string(parts.Name())) == UpperCase(m_name);
 }
 
 std::string CInterfaceInfo::GetDisplayName() const {

@@ -81,7 +81,7 @@ void CTL::DefineRegisters() {
     defineText(0x600, "Norvel GenTL", 256);
     defineNumber(0xD8, 3);
     defineNumber(0xDC, 0);
-    defineText(0x100, RequireFileName(ModulePath()).c_str(), 256);
+    defineText(0x100, RequireFileName(path).c_str(), 256);
     defineText(0x200, path.c_str(), 1024);
     // The shorter text replaces the first registers of the block and leaves the others.
     defineText(0x600, "ZT TL Simulator ", 64);

@@ -17,12 +17,6 @@ namespace GenICam::Client {
 
 class CInterface;
 
-// The size of the register block that holds a text of so many bytes and at least one zero behind
-// it.
-constexpr std::size_t TextBlockSize(std::size_t textSize) {
-    return textSize / 4 * 4 + 4;
-}
-
 // Takes no lock: a consumer calls the operations of one System module from one thread at a time.
 class CTL final : public ICommonBase {
 public:
