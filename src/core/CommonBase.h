@@ -16,6 +16,7 @@ namespace GenICam::Client {
 
 // The port of a module: registers, and the URL of the XML that describes them.
 // Sizes are in bytes; pointers are the consumer's and are passed on unchanged.
+// Only the table of operations demands ReadRegister and WriteRegister: nobody calls them.
 class IPort {
 public:
     // Fills *size bytes from the register space.

@@ -24,6 +24,9 @@ constexpr std::size_t TextBlockSize(std::size_t textSize) {
 // mode and for a block access without a buffer; std::out_of_range for a register that is not
 // available; access_error for a checked access that the register's mode forbids. A failing
 // operation changes nothing but the registers that a block operation has already passed.
+//
+// Only the table of operations demands Define64, AccessOf, RawRead, ValueOf64, MarkerOf, SetAccess,
+// SetCallbacks, SetValue64 and SetMarker: nobody calls them.
 class CRegisterMap {
 public:
     enum Access : std::uint32_t { kReadOnly = 1, kWriteOnly = 2, kReadWrite = 3 };

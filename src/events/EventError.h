@@ -21,6 +21,7 @@ size_t DataSizeOf(const ErrorEventEntry& entry);
 // Throws std::invalid_argument for a null buffer and for a size that is too small.
 void CopyEntry(const ErrorEventEntry& entry, void* buffer, size_t* size);
 
+// Only the table of operations demands GetBlockInfo: nobody calls it.
 class CEventError final : public CEventQueue<boost::shared_ptr<ErrorEventEntry>> {
 public:
     CEventError() = default;

@@ -23,6 +23,7 @@ protected:
     EventEntry& operator=(const EventEntry&) = default;
 };
 
+// Only the table of operations demands Reserved: nobody calls it.
 class CEventObj {
 public:
     virtual ~CEventObj() { RetireHandle(); }

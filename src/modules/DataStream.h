@@ -38,6 +38,8 @@ inline constexpr std::uint32_t kWithoutLimit = std::numeric_limits<std::uint32_t
 // Consumer threads call the operations concurrently with each other and with the acquisition
 // thread; only revoking a buffer while another thread uses it, and using a stream that is being
 // closed, are theirs to avoid. Lock order: control, input, output, announced.
+// Only the table of operations demands AllocAndAnnounceBuffer and GetDisplayName: nobody calls
+// them.
 class CDataStream final : public ICommonBase {
 public:
     // Opens the camera's stream whose index stands in the ID from its third character on.

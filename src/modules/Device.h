@@ -25,6 +25,7 @@ class CInterface;
 
 // Only the list of streams is locked: several threads may open and close the streams of one device,
 // and one may close the device while others close its streams.
+// Only the table of operations demands GetStream and RemoveStream: nobody calls them.
 class CDevice final : public ICommonBase {
 public:
     // The camera may be null: the library can call an opening a success and give nothing.

@@ -21,6 +21,7 @@ class CTL;
 
 // Only the list of open devices is locked, as their consumers may close them on threads of their
 // own: otherwise a consumer calls the operations of one interface from one thread at a time.
+// Only the table of operations demands RemoveDevice: nobody calls it.
 class CInterface final : public ICommonBase {
 public:
     // camera is not null.

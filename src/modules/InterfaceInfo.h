@@ -9,6 +9,8 @@
 namespace GenICam::Client {
 
 // An interface's ID is its prefix in upper case, "::" and its name. Texts are zero-terminated.
+// Only the table of operations demands ParseID and the operations behind Matches: nobody calls
+// them.
 class CInterfaceInfo {
 public:
     CInterfaceInfo(const char* prefix, const char* name, const char* tlType);
