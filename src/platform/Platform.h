@@ -31,7 +31,8 @@ std::uint64_t FileVersion();
 std::string_view SystemXml();
 
 // Keeps this module loaded while it exists, for a thread that runs in the module's code. Taking it
-// can fail; the module is then not kept.
+// can fail; the module is then not kept. On Windows, where a module that was loaded stays, it has
+// nothing to do.
 class CModuleHold {
 public:
     CModuleHold() noexcept;

@@ -104,19 +104,9 @@ std::string_view SystemXml() {
     return {static_cast<const char*>(text), SizeofResource(s_instance, resource)};
 }
 
-CModuleHold::CModuleHold() noexcept {
-    HMODULE module = nullptr;
-    if (GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS,
-                           reinterpret_cast<LPCSTR>(&s_instance), &module) != FALSE) {
-        m_module = module;
-    }
-}
-
-CModuleHold::~CModuleHold() {
-    if (m_module != nullptr) {
-        FreeLibrary(static_cast<HMODULE>(m_module));
-    }
-}
+// The module stays without it.
+CModuleHold::CModuleHold() noexcept = default;
+CModuleHold::~CModuleHold() = default;
 
 // Threads are not cancelled here.
 CCancellationDelay::CCancellationDelay() noexcept = default;
