@@ -213,6 +213,17 @@ TEST_F(FlushTest, DiscardedBufferIsQueuedAgain) {
     ExpectFlags(idle, true, false);
 }
 
+TEST_F(FlushTest, DiscardedBuffersAreNotDeliveredOnceTheOutputIsDiscardedToo) {
+    Flush(4);
+    Flush(1);
+    ExpectLengths(0, 0);
+    for (BUFFER_HANDLE buffer : buffers) {
+        EXPECT_OK(gentl.DSQueueBuffer(stream, buffer));
+    }
+    ExpectLengths(6, 0);
+    EXPECT_EQ(FillAll(), buffers);
+}
+
 TEST_F(FlushTest, OtherOperationsDoNothing) {
     for (const ACQ_QUEUE_TYPE operation : {5, 6, 1000, 2147483647, -1, -2147483647 - 1}) {
         SCOPED_TRACE(operation);

@@ -162,6 +162,19 @@ TEST_F(GrabResultTest, DiscardBringsAStrandedBufferBack) {
     EXPECT_EQ(FetchAll(), buffers);
 }
 
+TEST_F(GrabResultTest, StrandedBufferIsFilledAgainOnceAllIsDiscardedAndTheOutputToo) {
+    StartAgainst(FATAL[0]);
+    EXPECT_TRUE(RunsOut());
+    EXPECT_OK(gentl.DSFlushQueue(stream, 4));
+    EXPECT_OK(gentl.DSFlushQueue(stream, 1));
+    QueueAll();
+    ExpectLengths(2, 0);
+    Start();
+    Produce(2);
+    EXPECT_TRUE(Eventually([&] { return NumAwaitDelivery() == 2; }));
+    EXPECT_EQ(FetchAll(), buffers);
+}
+
 TEST_F(GrabResultTest, AcquisitionStartsAgainAfterAFatalResult) {
     StartAgainst(FATAL[0]);
     EXPECT_TRUE(RunsOut());

@@ -119,13 +119,14 @@ TEST_F(CancelledThreadTest, WhileItClosesGoesOnToTheEndOfThat) {
         {OPTIVO_INTERFACE_CLOSE, [this] { return gentl.IFClose(iface); }},
         {OPTIVO_SYSTEM_CLOSE, [this] { return gentl.TLClose(tl); }},
     };
-    for (const auto& [operation, close] : rows) {
+    for (const auto& row : rows) {
+        const OptivoOperation operation = row.first;
         SCOPED_TRACE(operation);
         const uint64_t before = NumCalls(operation);
         AddFault(operation, OPTIVO_FAULT_HANG);
         std::atomic<int32_t> code = 1;
-        CancellableThread closing([&code, &close = close] {
-            code = close();
+        CancellableThread closing([&] {
+            code = row.second();
             pthread_testcancel();
         });
         EXPECT_TRUE(Eventually([&] { return NumCalls(operation) > before; }));

@@ -111,12 +111,13 @@ TEST_F(FailedOpeningTest, WhatWasHandedOutBeforeAnExceptionIsClosedAgain) {
         {OPTIVO_DEVICE_OPEN_DATA_STREAM,
          [&] { return gentl.DevOpenDataStream(device, "DS0", &handle); }},
     };
-    for (const auto& [operation, call] : rows) {
+    for (const auto& row : rows) {
+        const OptivoOperation operation = row.first;
         SCOPED_TRACE(operation);
         const AliveCount before;
         const uint64_t numCalls = NumCalls(operation);
         AddFault(operation, OPTIVO_FAULT_EXCEPTION_AFTER);
-        EXPECT_FAILS(-1001, "Unspecified runtime error.", call());
+        EXPECT_FAILS(-1001, "Unspecified runtime error.", row.second());
         EXPECT_EQ(NumCalls(operation), numCalls + 1);
         for (int kind = 0; kind < OPTIVO_NUM_OBJECT_KINDS; ++kind) {
             EXPECT_EQ(before.Of(static_cast<OptivoObjectKind>(kind)), 0U) << kind;

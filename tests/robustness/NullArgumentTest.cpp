@@ -198,7 +198,9 @@ TEST_F(NullArgumentTest, NeverReachesTheCameraLibraryWhereItsPortsAre) {
     const std::vector<std::pair<PORT_HANDLE, std::vector<OptivoOperation>>> ports = {
         {iface, {OPTIVO_INTERFACE_READ_PORT, OPTIVO_INTERFACE_WRITE_PORT}},
         {remote, {OPTIVO_DEVICE_READ_PORT, OPTIVO_DEVICE_WRITE_PORT, OPTIVO_DEVICE_GET_INFO}}};
-    for (const auto& [port, operations] : ports) {
+    for (const auto& row : ports) {
+        const PORT_HANDLE port = row.first;
+        const std::vector<OptivoOperation>& operations = row.second;
         std::vector<uint64_t> before;
         std::transform(operations.begin(), operations.end(), std::back_inserter(before), NumCalls);
         for (size_t* size : {&m_size, static_cast<size_t*>(N)}) {
