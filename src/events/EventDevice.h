@@ -4,16 +4,19 @@
 
 #include "events/EventQueue.h"
 
+#include <boost/shared_ptr.hpp>
+
 #include <atomic>
 #include <cstdint>
 #include <string>
 
 namespace GenICam::Client {
 
-class DevEventEntry final : public EventEntry {
+class DevEventEntry final {
 public:
     DevEventEntry(std::uint32_t eventId, std::uint64_t value)
         : m_eventId(eventId), m_value(value) {}
+    virtual ~DevEventEntry() = default;
 
     std::uint32_t m_eventId;
     std::uint32_t m_reserved = 0;

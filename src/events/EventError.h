@@ -3,14 +3,17 @@
 
 #include "events/EventQueue.h"
 
+#include <boost/shared_ptr.hpp>
+
 #include <string>
 #include <utility>
 
 namespace GenICam::Client {
 
-class ErrorEventEntry final : public EventEntry {
+class ErrorEventEntry final {
 public:
     ErrorEventEntry(GC_ERROR code, std::string text) : m_code(code), m_text(std::move(text)) {}
+    virtual ~ErrorEventEntry() = default;
 
     GC_ERROR m_code;
     std::string m_text;

@@ -1,27 +1,15 @@
 // The event object behind every event handle. The exported functions reach an event only through
-// these operations; their order is part of the object's binary layout.
+// these operations; their order is part of the object's binary layout, and so is that of the next
+// three of every kind: to push an entry, to register and to unregister.
 // This file knows no kind of event and no module.
 #pragma once
 
 #include "core/LiveObjects.h"
 #include "core/Outcome.h"
 
-#include <boost/shared_ptr.hpp>
-
 #include <cstdint>
 
 namespace GenICam::Client {
-
-// What a queue of events holds.
-class EventEntry {
-public:
-    virtual ~EventEntry() = default;
-
-protected:
-    EventEntry() = default;
-    EventEntry(const EventEntry&) = default;
-    EventEntry& operator=(const EventEntry&) = default;
-};
 
 // Only the table of operations demands Reserved: nobody calls it.
 class CEventObj {
@@ -42,10 +30,6 @@ public:
     virtual void Flush() = 0;
     virtual void Kill() = 0;
     virtual void Reserved() {}
-    // Queues an entry of the event's own kind while the event is registered.
-    virtual void Push(const boost::shared_ptr<EventEntry>& /*entry*/) {}
-    virtual void Register() {}
-    virtual void Unregister() {}
 
     // From here on the handle is good. Ends the construction of the module that has the event: no
     // call finds a module that is half made, even with the handle of an event at the same address
@@ -57,5 +41,10 @@ public:
 protected:
     CEventObj() = default;
 };
+
+// The handle of an event object.
+inline void* HandleOf(CEventObj* event) noexcept {
+    return event;
+}
 
 } // namespace GenICam::Client

@@ -65,14 +65,15 @@ public:
     // Does nothing: a waiting thread goes on waiting.
     void Kill() final {}
 
-    void Push(const boost::shared_ptr<EventEntry>& entry) final {
+    // Queues an entry while the event is registered.
+    virtual void Push(const Entry& entry) {
         if (m_registered.load(std::memory_order_relaxed) == 0) {
             return;
         }
         bool waiting = false;
         {
             const boost::unique_lock<boost::mutex> lock(m_mutex);
-            m_entries.push_back(boost::static_pointer_cast<typename Entry::element_type>(entry));
+            m_entries.push_back(entry);
             waiting = m_arrival.Grant();
         }
         if (waiting) {
@@ -80,8 +81,8 @@ public:
         }
     }
 
-    void Register() final { m_registered.store(1, std::memory_order_relaxed); }
-    void Unregister() final { m_registered.store(0, std::memory_order_relaxed); }
+    virtual void Register() { m_registered.store(1, std::memory_order_relaxed); }
+    virtual void Unregister() { m_registered.store(0, std::memory_order_relaxed); }
 
 protected:
     CEventQueue() = default;

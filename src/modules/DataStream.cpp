@@ -148,25 +148,20 @@ COutcome CDataStream::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, 
 }
 
 void CDataStream::RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) {
-    CEventObj* registered = nullptr;
     if (type == EVENT_ERROR) {
-        registered = m_errorEvent.get();
+        Require(event, "phEvent") = HandleOf(m_errorEvent.get());
+        m_errorEvent->Register();
     } else if (type == EVENT_NEW_BUFFER) {
-        registered = m_newBufferEvent.get();
+        Require(event, "phEvent") = HandleOf(m_newBufferEvent.get());
     } else {
-        return IEventSrc::RegisterEvent(type, event);
+        IEventSrc::RegisterEvent(type, event);
     }
-    EVENT_HANDLE& handle = Require(event, "phEvent");
-    registered->Register();
-    handle = registered;
 }
 
 void CDataStream::UnregisterEvent(EVENT_TYPE type) {
     if (type == EVENT_ERROR) {
         m_errorEvent->Unregister();
-    } else if (type == EVENT_NEW_BUFFER) {
-        m_newBufferEvent->Unregister();
-    } else {
+    } else if (type != EVENT_NEW_BUFFER) {
         IEventSrc::UnregisterEvent(type);
     }
 }

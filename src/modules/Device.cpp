@@ -128,9 +128,8 @@ COutcome CDevice::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO
 
 void CDevice::RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) {
     RequireErrorEvent(type);
-    EVENT_HANDLE& handle = Require(event, "phEvent");
+    Require(event, "phEvent") = HandleOf(m_errorEvent.get());
     m_errorEvent->Register();
-    handle = static_cast<CEventObj*>(m_errorEvent.get());
 }
 
 void CDevice::UnregisterEvent(EVENT_TYPE type) {

@@ -122,7 +122,7 @@ void CDevicePort::RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) {
         camera.Call(&Optivo::ICamDevice::RegisterEventCallback, callback, this);
     }
     m_event->Register();
-    handle = static_cast<CEventObj*>(m_event.get());
+    handle = HandleOf(m_event.get());
 }
 
 void CDevicePort::UnregisterEvent(EVENT_TYPE type) {

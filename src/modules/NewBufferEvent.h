@@ -9,6 +9,7 @@ namespace GenICam::Client {
 class CDataStream;
 
 // Registering changes nothing: the event delivers whether or not it is registered.
+// Only the table of operations demands Push, Register and Unregister: nobody calls them.
 class CDataStreamEventNewBuffer final : public CEventObj {
 public:
     explicit CDataStreamEventNewBuffer(CDataStream* stream) : m_stream(stream) {}
@@ -22,6 +23,9 @@ public:
                          INFO_DATATYPE* type, void* outBuffer, size_t* outSize) override;
     void Flush() override;
     void Kill() override;
+    virtual void Push() {}
+    virtual void Register() {}
+    virtual void Unregister() {}
 
 private:
     CDataStream* m_stream;

@@ -12,10 +12,9 @@ namespace {
 
 using GenICam::Client::abort_error;
 using GenICam::Client::CEventError;
-using GenICam::Client::CEventObj;
 using GenICam::Client::ErrorEventEntry;
 
-void Push(CEventObj& event, GC_ERROR code) {
+void Push(CEventError& event, GC_ERROR code) {
     event.Push(boost::make_shared<ErrorEventEntry>(code, "text"));
 }
 

@@ -209,33 +209,39 @@ std::vector<Slot> EventSlots() {
             {"GetDataInfo", 4, &Event::GetDataInfo},
             {"Flush", 5, &Event::Flush},
             {"Kill", 6, &Event::Kill},
-            {"Reserved", 7, &Event::Reserved},
-            {"Push", 8, &Event::Push},
+            {"Reserved", 7, &Event::Reserved}};
+}
+
+template <typename Event>
+std::vector<Slot> KindSlots() {
+    return {{"Push", 8, &Event::Push},
             {"Register", 9, &Event::Register},
             {"Unregister", 10, &Event::Unregister}};
 }
 
 TEST(SlotOrderTest, CEventObj) {
     ExpectSlots(1, EventSlots<CEventObj>());
-    ExpectSlots(1, {{"what follows", 11, &Extended<CEventObj>::Next}});
+    ExpectSlots(1, {{"what follows", 8, &Extended<CEventObj>::Next}});
 }
 
 TEST(SlotOrderTest, CEventDevice) {
     ExpectSlots(1, EventSlots<CEventDevice>());
+    ExpectSlots(1, KindSlots<CEventDevice>());
     ExpectSlots(1, {{"Post", 11, &CEventDevice::Post}});
 }
 
 TEST(SlotOrderTest, CEventError) {
     ExpectSlots(1, EventSlots<CEventError>());
+    ExpectSlots(1, KindSlots<CEventError>());
     ExpectSlots(1, {{"GetBlockInfo", 11, &CEventError::GetBlockInfo}});
 }
 
 TEST(SlotOrderTest, CDataStreamEventNewBuffer) {
     ExpectSlots(1, EventSlots<CDataStreamEventNewBuffer>());
+    ExpectSlots(1, KindSlots<CDataStreamEventNewBuffer>());
 }
 
-TEST(SlotOrderTest, EntriesHaveAVirtualDestructorAlone) {
-    ExpectSlots(1, {{"what follows the destructor", 2, &Extended<EventEntry>::Next}});
+TEST(SlotOrderTest, EntriesHaveAVirtualDestructor) {
     static_assert(std::has_virtual_destructor_v<DevEventEntry>);
     static_assert(std::has_virtual_destructor_v<ErrorEventEntry>);
 }
