@@ -50,6 +50,9 @@ enum StreamInfoKey : UInt32 {
     kStreamNumLost = 11
 };
 
+// Commands of ICamStream::SetStreamParameter.
+enum StreamParameter : UInt32 { kStreamTimeout = 2 }; // in milliseconds
+
 // Results of ICamStream::GrabImage; every other one ends the acquisition.
 enum GrabResult : Int32 {
     kGrabDelivered = 0,
@@ -67,7 +70,9 @@ public:
     // Writes one image of the payload size into destination, or takes and drops it when that is
     // null. Waits at most timeout milliseconds. Answers a GrabResult.
     virtual Int32 GrabImage(void* destination, UInt32 timeout) = 0;
+    // Sets the value that a StreamParameter selects.
     virtual Int32 SetStreamParameter(UInt32 command, UInt32* value, Size* size) = 0;
+    // Answers the value that a StreamInfoKey selects.
     virtual Int32 GetStreamInfo(UInt32 command, void* value, Size* size) = 0;
     virtual Int32 Close() = 0;
 

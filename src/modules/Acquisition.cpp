@@ -134,8 +134,10 @@ void CDataStream::AcquisitionLoop() noexcept {
 void CDataStream::SetWaitTime() {
     Optivo::UInt32 milliseconds = 1000;
     Optivo::Size size = sizeof milliseconds;
-    RunsThrough(
-        [&] { m_camera.Call(&Optivo::ICamStream::SetStreamParameter, 2, &milliseconds, &size); });
+    RunsThrough([&] {
+        m_camera.Call(&Optivo::ICamStream::SetStreamParameter, Optivo::kStreamTimeout,
+                      &milliseconds, &size);
+    });
 }
 
 // False when the acquisition is over. Polls without a pause: the library may wait for the image.

@@ -19,6 +19,8 @@ namespace GenICam::Client {
 namespace {
 
 constexpr std::int32_t kXmlSubMinorVersion = 9;
+// A result of ICamInterface::OpenDevice beside the codes of GenTL.
+constexpr Optivo::Int32 kLinkSpeedNotSupported = -10003;
 
 // Commands of this producer beside the standard ones.
 enum CustomDeviceInfo : DEVICE_INFO_CMD {
@@ -32,7 +34,7 @@ enum CustomDeviceInfo : DEVICE_INFO_CMD {
 // Throws for a result of ICamInterface::OpenDevice that is a failure.
 void CheckOpened(Optivo::Int32 result, const std::string& id) {
     switch (result) {
-    case -10003:
+    case kLinkSpeedNotSupported:
         throw std::runtime_error(Format("Not supported this link speed.(%s)", id));
     case GC_ERR_INVALID_PARAMETER:
         throw invalid_parameter_error(Format("Invalid Parameter error.(%s)", id));

@@ -19,11 +19,26 @@ constexpr std::size_t kNumReservedRegisters = 100;
 constexpr std::uint32_t kLazyUpdateTimeout = 200;
 constexpr std::int32_t kXmlSubMinorVersion = 2;
 
+// Addresses of the register map.
+namespace Register {
 constexpr std::uint64_t kInterfaceCount = 0x4;
 constexpr std::uint64_t kInterfaceSelector = 0x8;
+constexpr std::uint64_t kInterfaceUpdateList = 0x44;
+constexpr std::uint64_t kVendorName = 0x48;
+constexpr std::uint64_t kModelName = 0x88;
+constexpr std::uint64_t kVersion = 0xC8;
+constexpr std::uint64_t kGenTLVersionMinor = 0xD8;
+constexpr std::uint64_t kGenTLVersionMajor = 0xDC;
+constexpr std::uint64_t kId = 0x100;
+constexpr std::uint64_t kPath = 0x200;
+constexpr std::uint64_t kDisplayName = 0x600;
+constexpr std::uint64_t kTLType = 0x700;
 constexpr std::uint64_t kInterfaceId = 0x740;
-constexpr std::size_t kInterfaceIdLength = 256;
+constexpr std::uint64_t kUnusedText = 0x840;
 constexpr std::uint64_t kXml = 0x940;
+} // namespace Register
+
+constexpr std::size_t kInterfaceIdLength = 256;
 
 } // namespace
 
@@ -33,7 +48,7 @@ CTL::CTL() : m_registers(kNumReservedRegisters) {
         throw std::runtime_error("Unable to reach the camera library");
     }
     DefineRegisters();
-    m_registers.WriteRegister(kInterfaceSelector, 0);
+    m_registers.WriteRegister(Register::kInterfaceSelector, 0);
     DefineXml();
     PublishHandle();
 }
@@ -63,31 +78,31 @@ void CTL::DefineRegisters() {
         m_registers.Define(address, CRegisterMap::kReadOnly, value, 0, nullptr, 0, nullptr);
     };
     const auto onSelect = [](std::uint64_t address, std::uint32_t* value, std::uint64_t context) {
-        if (address == kInterfaceSelector) {
+        if (address == Register::kInterfaceSelector) {
             reinterpret_cast<CTL*>(context)->SelectInterface(*value);
         }
     };
     const auto onReadSelector = [](std::uint64_t, std::uint32_t*, std::uint64_t) {};
     const std::string path = ModulePath();
 
-    defineNumber(kInterfaceCount, static_cast<std::uint32_t>(m_infos.size()));
-    m_registers.Define(kInterfaceSelector, CRegisterMap::kReadWrite, 0, 0, onSelect,
+    defineNumber(Register::kInterfaceCount, static_cast<std::uint32_t>(m_infos.size()));
+    m_registers.Define(Register::kInterfaceSelector, CRegisterMap::kReadWrite, 0, 0, onSelect,
                        reinterpret_cast<std::uintptr_t>(this), onReadSelector);
-    defineNumber(0x44, 0);
-    defineText(0x48, kVendorName.data(), 64);
-    defineText(0x88, kModelName.data(), 64);
-    defineText(0xC8, ModuleVersionText().c_str(), 16);
-    defineText(0x700, kTLType.data(), 64);
-    defineText(0x600, "Norvel GenTL", 256);
-    defineNumber(0xD8, 3);
-    defineNumber(0xDC, 0);
-    defineText(0x100, RequireFileName(path).c_str(), 256);
-    defineText(0x200, path.c_str(), 1024);
+    defineNumber(Register::kInterfaceUpdateList, 0);
+    defineText(Register::kVendorName, kVendorName.data(), 64);
+    defineText(Register::kModelName, kModelName.data(), 64);
+    defineText(Register::kVersion, ModuleVersionText().c_str(), 16);
+    defineText(Register::kTLType, kTLType.data(), 64);
+    defineText(Register::kDisplayName, "Norvel GenTL", 256);
+    defineNumber(Register::kGenTLVersionMinor, 3);
+    defineNumber(Register::kGenTLVersionMajor, 0);
+    defineText(Register::kId, RequireFileName(path).c_str(), 256);
+    defineText(Register::kPath, path.c_str(), 1024);
     // The shorter text replaces the first registers of the block and leaves the others.
-    defineText(0x600, "ZT TL Simulator ", 64);
-    defineText(0x700, kTLType.data(), 64);
-    defineText(kInterfaceId, "", kInterfaceIdLength);
-    defineText(0x840, "", 256);
+    defineText(Register::kDisplayName, "ZT TL Simulator ", 64);
+    defineText(Register::kTLType, kTLType.data(), 64);
+    defineText(Register::kInterfaceId, "", kInterfaceIdLength);
+    defineText(Register::kUnusedText, "", 256);
 }
 
 // The block is larger than the text, so that at least one zero byte follows it.
@@ -95,18 +110,18 @@ void CTL::DefineXml() {
     const std::string_view xml = Platform::SystemXml();
     std::string block(xml);
     block.resize(TextBlockSize(xml.size()));
-    m_registers.DefineBlock(kXml, CRegisterMap::kReadOnly, block.data(), block.size(), 0, nullptr,
-                            0, nullptr);
+    m_registers.DefineBlock(Register::kXml, CRegisterMap::kReadOnly, block.data(), block.size(), 0,
+                            nullptr, 0, nullptr);
     m_xmlSize = block.size();
 }
 
 // An index behind the list leaves the ID of the last selection.
 void CTL::SelectInterface(std::uint32_t index) {
     if (m_infos.empty()) {
-        m_registers.WriteString(kInterfaceId, "");
+        m_registers.WriteString(Register::kInterfaceId, "");
     } else if (index < m_infos.size()) {
         const std::string id = m_infos[index]->GetID().substr(0, kInterfaceIdLength - 1);
-        m_registers.WriteString(kInterfaceId, id.c_str());
+        m_registers.WriteString(Register::kInterfaceId, id.c_str());
     }
 }
 
@@ -127,7 +142,7 @@ void CTL::WriteRegister(std::uint64_t address, std::uint32_t value) {
 }
 
 std::string CTL::Url() const {
-    return LocalUrl("TLRegs.xml", kXml, m_xmlSize);
+    return LocalUrl("TLRegs.xml", Register::kXml, m_xmlSize);
 }
 
 // Two zeros end it, as the device's.
@@ -163,7 +178,7 @@ void CTL::UpdateOnce() {
 std::uint32_t CTL::GetNumInterfaces() {
     UpdateOnce();
     const auto count = static_cast<std::uint32_t>(m_infos.size());
-    m_registers.SetValue(kInterfaceCount, count);
+    m_registers.SetValue(Register::kInterfaceCount, count);
     return count;
 }
 
@@ -228,8 +243,8 @@ void CTL::UpdateInterfaceList(bool8_t* changed, std::uint32_t timeout) {
     }
     current.insert(current.end(), appeared.begin(), appeared.end());
     m_infos.swap(current);
-    m_registers.SetValue(kInterfaceCount, static_cast<std::uint32_t>(m_infos.size()));
-    m_registers.WriteRegister(kInterfaceSelector, 0);
+    m_registers.SetValue(Register::kInterfaceCount, static_cast<std::uint32_t>(m_infos.size()));
+    m_registers.WriteRegister(Register::kInterfaceSelector, 0);
     m_listUpdated = true;
 }
 
