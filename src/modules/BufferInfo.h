@@ -49,10 +49,15 @@ public:
     std::uint64_t Timestamp() const { return m_timestamp.load(std::memory_order_relaxed); }
     void SetTimestamp(std::uint64_t ticks) { m_timestamp.store(ticks, std::memory_order_relaxed); }
 
-    // The stream that announced the buffer, only ever compared; null when it has gone without it.
-    std::atomic<const void*> m_owner{nullptr};
+    // The stream that announced the buffer; null when it has gone without it.
+    void SetOwner(const void* stream) { m_owner = stream; }
+    void NoteQueuedIn(const void* stream) {
+        if (stream != m_owner) {
+            m_hasStrayed = true;
+        }
+    }
     // Whether the buffer was ever queued in a stream that did not announce it.
-    std::atomic<bool> m_strayed{false};
+    bool HasStrayed() const { return m_hasStrayed; }
 
 private:
     void* m_memory;
@@ -62,6 +67,8 @@ private:
     std::atomic<bool> m_newData{false};
     std::atomic<bool> m_isDelivered{false};
     std::atomic<std::uint64_t> m_timestamp{0};
+    std::atomic<const void*> m_owner{nullptr}; // only ever compared
+    std::atomic<bool> m_hasStrayed{false};
     bool m_ownsMemory;
     std::uint32_t m_xmlLength = 0;
 };

@@ -32,7 +32,7 @@ void WriteIfWanted(T* destination, T value) {
 } // namespace
 
 CBufferInfo* CDataStream::Announce(std::unique_ptr<CBufferInfo> buffer) {
-    buffer->m_owner = this;
+    buffer->SetOwner(this);
     // Room for its delivery is made here, not by the acquisition thread.
     const OutputLock output(m_outputLock);
     const boost::lock_guard<boost::mutex> lock(m_announcedLock);
@@ -85,7 +85,7 @@ void CDataStream::RevokeBuffer(BUFFER_HANDLE handle, void** memory, void** priva
         throw std::runtime_error("Buffer queued");
     }
     // Clear state does not mean that no queue holds it: a discard leaves it in the output queue.
-    if (buffer.m_strayed) {
+    if (buffer.HasStrayed()) {
         CStreamRegistry::Instance().DropEverywhere(buffer);
     } else {
         DropBuffer(buffer);
@@ -130,9 +130,7 @@ void CDataStream::QueueBuffer(BUFFER_HANDLE handle) {
         if (buffer.IsQueued()) {
             return;
         }
-        if (buffer.m_owner != this) {
-            buffer.m_strayed = true;
-        }
+        buffer.NoteQueuedIn(this);
         m_input.PushBack(&buffer);
         buffer.SetState(true, false, false);
         waiting = m_inputFilled.Grant();

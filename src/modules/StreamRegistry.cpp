@@ -61,11 +61,11 @@ void CStreamRegistry::Keep(Optivo::ICamStream* camera,
     }
     for (CBufferInfo* buffer : buffers) {
         buffer->RetireHandle();
-        buffer->m_owner = nullptr;
+        buffer->SetOwner(nullptr);
     }
     try {
         for (const CBufferInfo* buffer : buffers) {
-            if (buffer->m_strayed) {
+            if (buffer->HasStrayed()) {
                 DropEverywhere(*buffer);
             }
         }
