@@ -12,8 +12,8 @@ namespace {
 
 // Answers GC_ERR_ERROR, unrecorded, when the module's path has no file name.
 COutcome AnswerModuleFileName(const InfoOut& out) {
-    std::string name;
-    return FileNameOf(ModulePath(), name) ? out.String(name) : COutcome(GC_ERR_ERROR);
+    const std::optional<std::string> name = FileNameOf(ModulePath());
+    return name ? out.String(*name) : COutcome(GC_ERR_ERROR);
 }
 
 COutcome AnswerLibraryInfo(TL_INFO_CMD command, const InfoOut& out) {

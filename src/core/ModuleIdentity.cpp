@@ -3,6 +3,7 @@
 #include "platform/Platform.h"
 
 #include <stdexcept>
+#include <utility>
 
 namespace GenICam::Client {
 namespace {
@@ -15,21 +16,20 @@ std::string ModulePath() {
     return Platform::ModulePath(kPathCapacity);
 }
 
-bool FileNameOf(const std::string& path, std::string& name) {
+std::optional<std::string> FileNameOf(const std::string& path) {
     const std::size_t separator = path.rfind(Platform::kPathSeparator);
     if (separator == std::string::npos) {
-        return false;
+        return std::nullopt;
     }
-    name = path.substr(separator + 1);
-    return true;
+    return path.substr(separator + 1);
 }
 
 std::string RequireFileName(const std::string& path) {
-    std::string name;
-    if (!FileNameOf(path, name)) {
+    std::optional<std::string> name = FileNameOf(path);
+    if (!name) {
         throw std::runtime_error("Invalid Module Name");
     }
-    return name;
+    return *std::move(name);
 }
 
 std::string VersionText(std::uint64_t version) {

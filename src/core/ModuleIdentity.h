@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -15,9 +16,8 @@ inline constexpr std::string_view kTLType = "Mixed";
 // The full path of the producer's own file; empty when it is not known.
 std::string ModulePath();
 
-// The file name in a path: what follows the last separator. False, leaving name alone, when the
-// path is empty or has no separator.
-bool FileNameOf(const std::string& path, std::string& name);
+// The file name in a path: what follows the last separator. Nothing when there is no separator.
+std::optional<std::string> FileNameOf(const std::string& path);
 // The same. Throws std::runtime_error "Invalid Module Name" instead.
 std::string RequireFileName(const std::string& path);
 
