@@ -9,22 +9,25 @@
 
 #include <exception>
 #include <locale>
+#include <memory>
 #include <string>
 #include <utility>
 
 namespace GenICam::Client {
 
-// An error with the GenTL code that a consumer gets for it; keeps a copy of its text.
+// An error with the GenTL code that a consumer gets for it; keeps a copy of its text, which all
+// copies share, as copying an exception must not throw.
 template <GC_ERROR Code>
 class client_error : public std::exception {
 public:
     static constexpr GC_ERROR code = Code;
 
-    explicit client_error(std::string text) : m_text(std::move(text)) {}
-    const char* what() const noexcept override { return m_text.c_str(); }
+    explicit client_error(std::string text)
+        : m_text(std::make_shared<const std::string>(std::move(text))) {}
+    const char* what() const noexcept override { return m_text->c_str(); }
 
 private:
-    std::string m_text;
+    const std::shared_ptr<const std::string> m_text;
 };
 
 using initialization_error = client_error<GC_ERR_NOT_INITIALIZED>;

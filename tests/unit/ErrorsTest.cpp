@@ -71,6 +71,7 @@ template <typename Error>
 ErrorClass Class(const char* name, int32_t code) {
     static_assert(std::is_base_of_v<std::exception, Error>);
     static_assert(std::is_constructible_v<Error, const char*>);
+    static_assert(std::is_nothrow_copy_constructible_v<Error>);
     return {name,
             code,
             &typeid(Error),
