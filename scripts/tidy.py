@@ -4,6 +4,7 @@
 import concurrent.futures
 import functools
 import hashlib
+import itertools
 import json
 import pathlib
 import re
@@ -38,8 +39,11 @@ def arguments_for_clang(compiler):
 
 
 def headers_of(build):
-    """Object file -> everything it was compiled from, as Ninja recorded it."""
+    """Object file -> everything it was compiled from, as Ninja recorded it or the compiler of a custom command wrote."""
     found, target = {}, None
+    for written in build.rglob("*.obj.d"):
+        words = written.read_text().replace("\\\n", " ").split()
+        found[words[0].removesuffix(":")] = [str((build / word).resolve()) for word in words[1:]]
     for line in output_of("ninja", "-C", str(build), "-t", "deps").splitlines():
         if line.startswith("    "):
             found[target].append(str((build / line.strip()).resolve()))
@@ -58,7 +62,8 @@ def sources_in_tree():
 def jobs_in(build):
     """Source file -> (command for clang, everything it includes)."""
     headers = headers_of(build)
-    for entry in json.loads((build / "compile_commands.json").read_text()):
+    entries = (json.loads(commands.read_text()) for commands in sorted(build.glob("*_commands.json")))
+    for entry in itertools.chain.from_iterable(entries):
         source = pathlib.Path(entry["file"]).resolve()
         if source not in sources_in_tree():
             continue

@@ -108,12 +108,8 @@ void CInterface::Write(std::uint64_t address, const void* buffer, size_t* size) 
 }
 
 COutcome CInterface::GetPortURL(char* buffer, size_t* size) {
-    const size_t capacity = size == nullptr ? 0 : *size;
-    const COutcome outcome = ReadUrl(buffer, size);
-    if (!outcome.IsRefusal()) {
-        EndCameraText(buffer, capacity, *size);
-    }
-    return outcome;
+    return GiveCameraUrl(buffer, size,
+                         [this](char* url, size_t* urlSize) { return ReadUrl(url, urlSize); });
 }
 
 COutcome CInterface::ReadUrl(char* buffer, size_t* size) {

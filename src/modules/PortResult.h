@@ -39,4 +39,18 @@ COutcome AnswerCameraUrl(const InfoOut& out, ReadUrl&& readUrl) {
     return outcome.IsRefusal() ? outcome : out.String(url);
 }
 
+// Has readUrl write the URL to a consumer's memory, as a text that ends there.
+template <class ReadUrl>
+COutcome GiveCameraUrl(char* buffer, std::size_t* size, ReadUrl&& readUrl) {
+    if (size == nullptr) {
+        return readUrl(buffer, size); // which refuses it
+    }
+    const std::size_t capacity = *size;
+    const COutcome outcome = readUrl(buffer, size);
+    if (!outcome.IsRefusal()) {
+        EndCameraText(buffer, capacity, *size);
+    }
+    return outcome;
+}
+
 } // namespace GenICam::Client
