@@ -22,14 +22,14 @@ constexpr std::size_t kSize = 64;
 constexpr std::uint64_t kWidthRegister = 0x400;
 
 // An open camera with a stream of one buffer that acquires nothing.
-struct IdleStream {
+struct SIdleStream {
     const bool isWorldMade = (MakeCameras(1, kSide, kSide, -1), true);
-    OpenModule module;
-    ModuleStream stream{module, 0, 1, kSize};
+    COpenModule module;
+    CModuleStream stream{module, 0, 1, kSize};
 };
 
 void ReadPortOfModule(benchmark::State& state) {
-    const IdleStream idle;
+    const SIdleStream idle;
     Producer& gentl = idle.module.gentl;
     for (auto _ : state) {
         std::uint32_t value = 0;
@@ -41,8 +41,8 @@ void ReadPortOfModule(benchmark::State& state) {
 
 void ReadPortOfLibrary(benchmark::State& state) {
     MakeCameras(1, kSide, kSide, -1);
-    OpenLibrary library;
-    LibraryStream stream(library, 0);
+    COpenLibrary library;
+    CLibraryStream stream(library, 0);
     Optivo::ICamDevice& device = stream.Device();
     for (auto _ : state) {
         std::uint32_t value = 0;
@@ -54,7 +54,7 @@ void ReadPortOfLibrary(benchmark::State& state) {
 
 // The port of a stream gives and takes nothing: what is left is the frame with its handle check.
 void EmptyCall(benchmark::State& state) {
-    const IdleStream idle;
+    const SIdleStream idle;
     Producer& gentl = idle.module.gentl;
     for (auto _ : state) {
         std::uint32_t value = 0;
@@ -65,14 +65,14 @@ void EmptyCall(benchmark::State& state) {
 }
 
 void StreamInfo(benchmark::State& state) {
-    IdleStream idle;
+    SIdleStream idle;
     for (auto _ : state) {
         benchmark::DoNotOptimize(idle.stream.Number(STREAM_INFO_NUM_DELIVERED));
     }
 }
 
 void BufferInfo(benchmark::State& state) {
-    const IdleStream idle;
+    const SIdleStream idle;
     Producer& gentl = idle.module.gentl;
     auto* const buffer = idle.stream.buffers.at(0);
     for (auto _ : state) {
@@ -88,7 +88,7 @@ void BufferInfo(benchmark::State& state) {
 
 // What a consumer gets that asks a buffer for more than there is, ten times an image.
 void Refuse(benchmark::State& state, BUFFER_INFO_CMD command, std::size_t offered, GC_ERROR code) {
-    const IdleStream idle;
+    const SIdleStream idle;
     Producer& gentl = idle.module.gentl;
     auto* const buffer = idle.stream.buffers.at(0);
     for (auto _ : state) {
@@ -113,8 +113,8 @@ void RefusedSize(benchmark::State& state) {
 void QueueBuffers(benchmark::State& state) {
     constexpr unsigned kMany = 1000;
     MakeCameras(1, kSide, kSide, -1);
-    const OpenModule module;
-    ModuleStream stream(module, 0, kMany, kSize);
+    const COpenModule module;
+    CModuleStream stream(module, 0, kMany, kSize);
     while (state.KeepRunningBatch(kMany)) {
         const auto begin = Clock::now();
         for (auto* const buffer : stream.buffers) {
@@ -128,7 +128,7 @@ void QueueBuffers(benchmark::State& state) {
 
 // A buffer is queued and taken back: two calls.
 void QueueAndDiscard(benchmark::State& state) {
-    IdleStream idle;
+    SIdleStream idle;
     auto* const buffer = idle.stream.buffers.at(0);
     Producer& gentl = idle.module.gentl;
     for (auto _ : state) {
@@ -138,8 +138,8 @@ void QueueAndDiscard(benchmark::State& state) {
 }
 
 // Where the System module's XML is, as its URL tells: "Local:NAME;ADDRESS;LENGTH".
-struct Block {
-    Block(Producer& gentl, TL_HANDLE system) {
+struct SBlock {
+    SBlock(Producer& gentl, TL_HANDLE system) {
         std::array<char, 1024> url{};
         std::size_t length = url.size();
         Check(gentl.GCGetPortURL(system, url.data(), &length), "GCGetPortURL");
@@ -156,9 +156,9 @@ struct Block {
 };
 
 void XmlOfModule(benchmark::State& state) {
-    const IdleStream idle;
+    const SIdleStream idle;
     Producer& gentl = idle.module.gentl;
-    const Block block(gentl, idle.module.system);
+    const SBlock block(gentl, idle.module.system);
     std::vector<char> text(block.size);
     for (auto _ : state) {
         std::size_t size = block.size;
@@ -171,8 +171,8 @@ void XmlOfModule(benchmark::State& state) {
 }
 
 void XmlByVirtualCalls(benchmark::State& state) {
-    const IdleStream idle;
-    const Block block(idle.module.gentl, idle.module.system);
+    const SIdleStream idle;
+    const SBlock block(idle.module.gentl, idle.module.system);
     std::vector<char> text(block.size);
     const std::unique_ptr<IWords> words = MakeWords(block.size);
     for (auto _ : state) {
@@ -185,23 +185,23 @@ void XmlByVirtualCalls(benchmark::State& state) {
 }
 
 // As many handles as a process with some cameras has, in an order that no processor foresees.
-class Handles {
+class CHandles {
 public:
     static constexpr std::size_t kCount = 1024;
 
-    Handles() {
+    CHandles() {
         for (std::size_t i = 0; i < kCount; ++i) {
             m_objects[i] = std::make_unique<std::array<char, 200>>();
             GenICam::Client::CLiveObjects::Modules().Add(m_objects[i].get());
         }
     }
-    ~Handles() {
+    ~CHandles() {
         for (const auto& object : m_objects) {
             GenICam::Client::CLiveObjects::Modules().Remove(object.get());
         }
     }
-    Handles(const Handles&) = delete;
-    Handles& operator=(const Handles&) = delete;
+    CHandles(const CHandles&) = delete;
+    CHandles& operator=(const CHandles&) = delete;
 
     const void* Next() {
         m_next = (m_next * 5 + 1) % kCount;
@@ -214,7 +214,7 @@ private:
 };
 
 void HandleCheck(benchmark::State& state) {
-    Handles handles;
+    CHandles handles;
     const auto& live = GenICam::Client::CLiveObjects::Modules();
     bool areAllFound = true;
     for (auto _ : state) {
@@ -225,40 +225,40 @@ void HandleCheck(benchmark::State& state) {
 }
 
 void NoHandleCheck(benchmark::State& state) {
-    Handles handles;
+    CHandles handles;
     for (auto _ : state) {
         benchmark::DoNotOptimize(handles.Next());
     }
 }
 
 // An operation of the camera library that does nothing.
-class EmptyOperation {
+class CEmptyOperation {
 public:
     virtual Optivo::Int32 Answer() { return 0; }
 
 protected:
-    ~EmptyOperation() = default;
+    ~CEmptyOperation() = default;
 };
-class EmptyObject final : public EmptyOperation {};
+class CEmptyObject final : public CEmptyOperation {};
 
 // The compiler does not know the object's class, nor that of the camera library's objects.
-EmptyOperation& Unknown(EmptyOperation& object) {
-    EmptyOperation* unknown = &object;
+CEmptyOperation& Unknown(CEmptyOperation& object) {
+    CEmptyOperation* unknown = &object;
     benchmark::DoNotOptimize(unknown);
     return *unknown;
 }
 
 void GuardedCall(benchmark::State& state) {
-    EmptyObject object;
-    EmptyOperation& operation = Unknown(object);
+    CEmptyObject object;
+    CEmptyOperation& operation = Unknown(object);
     for (auto _ : state) {
         benchmark::DoNotOptimize(GenICam::Client::CallLibrary([&] { return operation.Answer(); }));
     }
 }
 
 void UnguardedCall(benchmark::State& state) {
-    EmptyObject object;
-    EmptyOperation& operation = Unknown(object);
+    CEmptyObject object;
+    CEmptyOperation& operation = Unknown(object);
     for (auto _ : state) {
         benchmark::DoNotOptimize(operation.Answer());
     }
@@ -266,7 +266,7 @@ void UnguardedCall(benchmark::State& state) {
 
 } // namespace
 
-void RegisterCalls(const Effort& /*effort*/) {
+void RegisterCalls(const SEffort& /*effort*/) {
     const auto add = [](const char* name, void (*run)(benchmark::State&)) {
         benchmark::RegisterBenchmark(name, run)->UseRealTime();
     };

@@ -8,7 +8,7 @@
 
 // Which of two amounts of work is done: the one that is worth judging, or the one that only shows
 // that every benchmark still runs.
-struct Effort {
+struct SEffort {
     bool isQuick = false;
 
     template <class Amount>
@@ -18,12 +18,12 @@ struct Effort {
 };
 
 // Frames through the data stream: cost and throughput.
-void RegisterFrames(const Effort& effort);
+void RegisterFrames(const SEffort& effort);
 // How long a waiting consumer takes to get an image.
-void RegisterLatency(const Effort& effort);
+void RegisterLatency(const SEffort& effort);
 // Single calls of exported functions.
-void RegisterCalls(const Effort& effort);
+void RegisterCalls(const SEffort& effort);
 // Updates of the device list.
-void RegisterLists(const Effort& effort);
+void RegisterLists(const SEffort& effort);
 // What the whole process consumes.
-void RegisterProcess(const Effort& effort);
+void RegisterProcess(const SEffort& effort);

@@ -18,7 +18,7 @@ constexpr unsigned kLargeWidth = 4096;
 constexpr unsigned kLargeHeight = 3072;
 constexpr std::size_t kLargeSize = std::size_t{12} << 20;
 
-class ItemQueue {
+class CItemQueue {
 public:
     void Push(int item) {
         {
@@ -43,8 +43,8 @@ private:
 
 void CostOfModule(benchmark::State& state) {
     MakeCameras(1, kSmallSide, kSmallSide, 0);
-    const OpenModule module;
-    ModuleStream stream(module, 0, kNumBuffers, kSmallSize);
+    const COpenModule module;
+    CModuleStream stream(module, 0, kNumBuffers, kSmallSize);
     stream.Start();
     stream.TakeMany(kWarmUp);
     const std::uint64_t lostBefore = stream.Number(STREAM_INFO_NUM_UNDERRUN);
@@ -58,8 +58,8 @@ void CostOfModule(benchmark::State& state) {
 
 void CostOfQueues(benchmark::State& state) {
     constexpr int kEnd = -1;
-    ItemQueue filled;
-    ItemQueue empty;
+    CItemQueue filled;
+    CItemQueue empty;
     std::thread filler([&] {
         for (int item = empty.Pop(); item != kEnd; item = empty.Pop()) {
             filled.Push(item);
@@ -78,8 +78,8 @@ void CostOfQueues(benchmark::State& state) {
 // What the library takes of a frame, which the producer's figure contains.
 void CostOfLibrary(benchmark::State& state) {
     MakeCameras(1, kSmallSide, kSmallSide, 0);
-    OpenLibrary library;
-    LibraryStream stream(library, 0);
+    COpenLibrary library;
+    CLibraryStream stream(library, 0);
     stream.Start();
     void* const memory = ImageMemory(0, kSmallSize);
     stream.TakeMany(kWarmUp, memory);
@@ -95,8 +95,8 @@ void CountBytes(benchmark::State& state) {
 
 void ThroughputOfModule(benchmark::State& state, unsigned warmUp) {
     MakeCameras(1, kLargeWidth, kLargeHeight, 0);
-    const OpenModule module;
-    ModuleStream stream(module, 0, kNumLargeBuffers, kLargeSize);
+    const COpenModule module;
+    CModuleStream stream(module, 0, kNumLargeBuffers, kLargeSize);
     stream.Start();
     stream.TakeMany(warmUp);
     for (auto _ : state) {
@@ -107,8 +107,8 @@ void ThroughputOfModule(benchmark::State& state, unsigned warmUp) {
 
 void ThroughputOfLibrary(benchmark::State& state, unsigned warmUp) {
     MakeCameras(1, kLargeWidth, kLargeHeight, 0);
-    OpenLibrary library;
-    LibraryStream stream(library, 0);
+    COpenLibrary library;
+    CLibraryStream stream(library, 0);
     stream.Start();
     unsigned next = 0;
     const auto grab = [&] {
@@ -127,7 +127,7 @@ void ThroughputOfLibrary(benchmark::State& state, unsigned warmUp) {
 
 } // namespace
 
-void RegisterFrames(const Effort& effort) {
+void RegisterFrames(const SEffort& effort) {
     benchmark::RegisterBenchmark("frame_cost/module", CostOfModule)->UseRealTime();
     benchmark::RegisterBenchmark("frame_cost/limit", CostOfQueues)->UseRealTime();
     benchmark::RegisterBenchmark("frame_cost/library", CostOfLibrary)->UseRealTime();

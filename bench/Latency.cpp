@@ -40,7 +40,7 @@ void NoteBegin() {
 }
 
 // A flag that threads wait for.
-class Signal {
+class CSignal {
 public:
     void Give() {
         {
@@ -62,18 +62,18 @@ private:
 };
 
 // A thread that does something whenever it is asked to.
-class Helper {
+class CHelper {
 public:
-    explicit Helper(std::function<void()> work) : m_work(std::move(work)) {
+    explicit CHelper(std::function<void()> work) : m_work(std::move(work)) {
         m_thread = std::thread([this] { Run(); });
     }
-    ~Helper() {
+    ~CHelper() {
         m_stop = true;
         m_asked.Give();
         m_thread.join();
     }
-    Helper(const Helper&) = delete;
-    Helper& operator=(const Helper&) = delete;
+    CHelper(const CHelper&) = delete;
+    CHelper& operator=(const CHelper&) = delete;
 
     void Ask() { m_asked.Give(); }
 
@@ -85,7 +85,7 @@ private:
     }
 
     std::function<void()> m_work;
-    Signal m_asked;
+    CSignal m_asked;
     std::atomic<bool> m_stop{false};
     std::thread m_thread;
 };
@@ -93,9 +93,9 @@ private:
 #if defined(__linux__)
 // Keeps the calling thread, and those that it makes meanwhile, on one of the processors that the
 // process may use.
-class ThreadPlacement {
+class CThreadPlacement {
 public:
-    explicit ThreadPlacement(int processor) {
+    explicit CThreadPlacement(int processor) {
         Require(pthread_getaffinity_np(pthread_self(), sizeof m_before, &m_before) == 0,
                 "getaffinity");
         const cpu_set_t& all = Usable();
@@ -108,9 +108,9 @@ public:
         CPU_SET(chosen, &one);
         Set(one);
     }
-    ~ThreadPlacement() { Set(m_before); }
-    ThreadPlacement(const ThreadPlacement&) = delete;
-    ThreadPlacement& operator=(const ThreadPlacement&) = delete;
+    ~CThreadPlacement() { Set(m_before); }
+    CThreadPlacement(const CThreadPlacement&) = delete;
+    CThreadPlacement& operator=(const CThreadPlacement&) = delete;
 
 private:
     static const cpu_set_t& Usable() {
@@ -129,13 +129,13 @@ private:
 };
 #else
 // Threads do not pass their processors on here: the system places all of them.
-struct ThreadPlacement {
-    explicit ThreadPlacement(int /*processor*/) {}
-    ~ThreadPlacement() {}
+struct CThreadPlacement {
+    explicit CThreadPlacement(int /*processor*/) {}
+    ~CThreadPlacement() {}
 };
 #endif
 
-struct Placement {
+struct SPlacement {
     int ofWaker;
     int ofWaiter;
 };
@@ -143,13 +143,13 @@ struct Placement {
 // Measures from NoteBegin to the return of the wait, which cause ends; renew makes all ready again.
 // Called on the waker's processor, which the threads that take part in the cause inherit.
 template <class Wait, class Renew>
-void MeasureWaits(benchmark::State& state, Placement placement, const std::function<void()>& cause,
+void MeasureWaits(benchmark::State& state, SPlacement placement, const std::function<void()>& cause,
                   const Wait& wait, const Renew& renew) {
-    Helper causer([&] {
+    CHelper causer([&] {
         std::this_thread::sleep_for(kPause);
         cause();
     });
-    const ThreadPlacement waiterPlace(placement.ofWaiter);
+    const CThreadPlacement waiterPlace(placement.ofWaiter);
     std::vector<double> nanoseconds;
     nanoseconds.reserve(static_cast<std::size_t>(state.max_iterations));
     for (auto _ : state) {
@@ -167,11 +167,11 @@ void MeasureWaits(benchmark::State& state, Placement placement, const std::funct
     state.counters["p99"] = nanoseconds[nanoseconds.size() * 99 / 100];
 }
 
-void OfModule(benchmark::State& state, Placement placement) {
-    const ThreadPlacement wakerPlace(placement.ofWaker);
+void OfModule(benchmark::State& state, SPlacement placement) {
+    const CThreadPlacement wakerPlace(placement.ofWaker);
     MakeCameras(1, kSide, kSide, -1);
-    const OpenModule module;
-    ModuleStream stream(module, 0, kNumBuffers, kSize);
+    const COpenModule module;
+    CModuleStream stream(module, 0, kNumBuffers, kSize);
     stream.Start();
     OptivoSim_ObserveGrabs(NoteBegin);
     const std::string camera = CameraName(0);
@@ -182,10 +182,10 @@ void OfModule(benchmark::State& state, Placement placement) {
     OptivoSim_ObserveGrabs(nullptr);
 }
 
-void OfConditionVariable(benchmark::State& state, Placement placement) {
-    const ThreadPlacement wakerPlace(placement.ofWaker);
-    Signal filled;
-    Helper filler([&] {
+void OfConditionVariable(benchmark::State& state, SPlacement placement) {
+    const CThreadPlacement wakerPlace(placement.ofWaker);
+    CSignal filled;
+    CHelper filler([&] {
         NoteBegin();
         filled.Give();
     });
@@ -195,16 +195,16 @@ void OfConditionVariable(benchmark::State& state, Placement placement) {
 
 } // namespace
 
-void RegisterLatency(const Effort& effort) {
+void RegisterLatency(const SEffort& effort) {
     const auto waits = effort.Of<benchmark::IterationCount>(500, 20);
-    const auto add = [waits](const char* name, auto measure, Placement placement) {
+    const auto add = [waits](const char* name, auto measure, SPlacement placement) {
         benchmark::RegisterBenchmark(name, measure, placement)->UseManualTime()->Iterations(waits);
     };
-    constexpr Placement kApart{0, 1};
+    constexpr SPlacement kApart{0, 1};
     add("latency/module", OfModule, kApart);
     add("latency/limit", OfConditionVariable, kApart);
 #if defined(__linux__)
-    constexpr Placement kTogether{0, 0};
+    constexpr SPlacement kTogether{0, 0};
     add("latency_together/module", OfModule, kTogether);
     add("latency_together/limit", OfConditionVariable, kTogether);
 #endif

@@ -18,7 +18,7 @@ constexpr std::array kTextKeys = {Optivo::kDeviceVendor,       Optivo::kDeviceMo
 
 // Every update finds so many devices. Either they are always the same, or half of them are found by
 // every other update only, and as many others in between.
-struct List {
+struct SList {
     unsigned numDevices;
     bool isChanging;
 
@@ -37,14 +37,14 @@ struct List {
     }
 };
 
-void Report(benchmark::State& state, const List& list) {
+void Report(benchmark::State& state, const SList& list) {
     state.SetItemsProcessed(static_cast<std::int64_t>(list.numDevices) *
                             static_cast<std::int64_t>(state.iterations()));
 }
 
-void OfModule(benchmark::State& state, List list) {
+void OfModule(benchmark::State& state, SList list) {
     list.MakeWorld();
-    const OpenModule module;
+    const COpenModule module;
     Producer& gentl = module.gentl;
     for (auto _ : state) {
         bool8_t changed = 0;
@@ -74,9 +74,9 @@ void Describe(Optivo::ICamInterface& camera, Optivo::UInt32 index) {
     Check(device->Close(), "Close");
 }
 
-void OfLibrary(benchmark::State& state, List list) {
+void OfLibrary(benchmark::State& state, SList list) {
     list.MakeWorld();
-    OpenLibrary library;
+    COpenLibrary library;
     for (auto _ : state) {
         Optivo::UInt32 count = 0;
         Check(library.Interface().UpdateDeviceList(&count, 1000), "UpdateDeviceList");
@@ -90,12 +90,12 @@ void OfLibrary(benchmark::State& state, List list) {
 
 } // namespace
 
-void RegisterLists(const Effort& /*effort*/) {
+void RegisterLists(const SEffort& /*effort*/) {
     for (const bool isChanging : {false, true}) {
         for (const unsigned numDevices : {100U, 1000U, 10000U}) {
             const std::string name = std::string(isChanging ? "changed_list_" : "same_list_") +
                                      std::to_string(numDevices);
-            const List list{numDevices, isChanging};
+            const SList list{numDevices, isChanging};
             benchmark::RegisterBenchmark((name + "/module").c_str(), OfModule, list)
                 ->UseRealTime()
                 ->Unit(benchmark::kMicrosecond);

@@ -12,7 +12,7 @@ namespace {
 char g_shortest[] = "--benchmark_min_time=0.001";
 
 int Run(int argc, char** argv) {
-    Effort effort;
+    SEffort effort;
     std::vector<char*> arguments;
     arguments.reserve(static_cast<std::size_t>(argc) + 1);
     for (int i = 0; i < argc; ++i) {

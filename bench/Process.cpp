@@ -65,10 +65,10 @@ void MeasureProcessor(benchmark::State& state, double seconds,
 
 void ProcessorOfModule(benchmark::State& state, double seconds) {
     MakeCameras(kNumCameras, kVgaWidth, kVgaHeight, 0);
-    const OpenModule module;
-    std::deque<ModuleStream> streams;
+    const COpenModule module;
+    std::deque<CModuleStream> streams;
     for (unsigned camera = 0; camera < kNumCameras; ++camera) {
-        ModuleStream& stream = streams.emplace_back(module, camera, kNumBuffers, kVgaSize);
+        CModuleStream& stream = streams.emplace_back(module, camera, kNumBuffers, kVgaSize);
         stream.Start();
         stream.TakeMany(kWarmUp);
         Require(OptivoSim_SetFrameRate(CameraName(camera).c_str(), -1) == 1, "frame rate");
@@ -78,10 +78,10 @@ void ProcessorOfModule(benchmark::State& state, double seconds) {
 
 void ProcessorOfLibrary(benchmark::State& state, double seconds) {
     MakeCameras(kNumCameras, kVgaWidth, kVgaHeight, 0);
-    OpenLibrary library;
-    std::deque<LibraryStream> streams;
+    COpenLibrary library;
+    std::deque<CLibraryStream> streams;
     for (unsigned camera = 0; camera < kNumCameras; ++camera) {
-        LibraryStream& stream = streams.emplace_back(library, camera);
+        CLibraryStream& stream = streams.emplace_back(library, camera);
         stream.Start();
         stream.TakeMany(kWarmUp, ImageMemory(camera, kVgaSize));
     }
@@ -95,8 +95,8 @@ void MemoryOfFrames(benchmark::State& state, std::uint64_t numFrames) {
     constexpr unsigned kSide = 8;
     constexpr std::size_t kSize = 64;
     MakeCameras(1, kSide, kSide, 0);
-    const OpenModule module;
-    ModuleStream stream(module, 0, 16, kSize);
+    const COpenModule module;
+    CModuleStream stream(module, 0, 16, kSize);
     stream.Start();
     stream.TakeMany(kWarmUp);
     std::vector<double> kibibytes;
@@ -123,7 +123,7 @@ void LoadOpenList(benchmark::State& state) {
     for (auto _ : state) {
         Clock::time_point begin;
         const auto producer = Producer::LoadCopy([&](const std::string&) { begin = Clock::now(); });
-        const OpenModule module(*producer);
+        const COpenModule module(*producer);
         std::uint32_t count = 0;
         Check(module.gentl.IFGetNumDevices(module.iface, &count), "IFGetNumDevices");
         Require(count == 1, "the number of devices");
@@ -133,7 +133,7 @@ void LoadOpenList(benchmark::State& state) {
 
 } // namespace
 
-void RegisterProcess(const Effort& effort) {
+void RegisterProcess(const SEffort& effort) {
     // Windows counts a process's time in hundredths of a second, of which the limit takes five.
     const double seconds = effort.Of(2.0, 1.0);
     benchmark::RegisterBenchmark("processor/module", ProcessorOfModule, seconds)

@@ -52,7 +52,7 @@ void* ImageMemory(std::size_t index, std::size_t size) {
     return memory.get();
 }
 
-OpenModule::OpenModule(Producer& producer) : gentl(producer) {
+COpenModule::COpenModule(Producer& producer) : gentl(producer) {
     Check(gentl.GCInitLib(), "GCInitLib");
     Check(gentl.TLOpen(&system), "TLOpen");
     Check(gentl.TLUpdateInterfaceList(system, nullptr, kLongWait), "TLUpdateInterfaceList");
@@ -60,14 +60,14 @@ OpenModule::OpenModule(Producer& producer) : gentl(producer) {
     Check(gentl.IFUpdateDeviceList(iface, nullptr, kLongWait), "IFUpdateDeviceList");
 }
 
-OpenModule::~OpenModule() {
+COpenModule::~COpenModule() {
     gentl.IFClose(iface);
     gentl.TLClose(system);
     gentl.GCCloseLib();
 }
 
-ModuleStream::ModuleStream(const OpenModule& module, unsigned camera, unsigned numBuffers,
-                           std::size_t size)
+CModuleStream::CModuleStream(const COpenModule& module, unsigned camera, unsigned numBuffers,
+                             std::size_t size)
     : gentl(module.gentl) {
     Check(gentl.IFOpenDevice(module.iface, CameraName(camera).c_str(), DEVICE_ACCESS_CONTROL,
                              &device),
@@ -82,38 +82,38 @@ ModuleStream::ModuleStream(const OpenModule& module, unsigned camera, unsigned n
     }
 }
 
-ModuleStream::~ModuleStream() {
+CModuleStream::~CModuleStream() {
     gentl.DSStopAcquisition(stream, ACQ_STOP_FLAGS_DEFAULT);
     gentl.DSFlushQueue(stream, ACQ_QUEUE_ALL_DISCARD);
     gentl.DSClose(stream);
     gentl.DevClose(device);
 }
 
-void ModuleStream::Start() {
+void CModuleStream::Start() {
     for (auto* const buffer : buffers) {
         Queue(buffer);
     }
     Check(gentl.DSStartAcquisition(stream, ACQ_START_FLAGS_DEFAULT, GENTL_INFINITE), "start");
 }
 
-GC_ERROR ModuleStream::Wait(EVENT_NEW_BUFFER_DATA& data, std::uint64_t milliseconds) {
+GC_ERROR CModuleStream::Wait(EVENT_NEW_BUFFER_DATA& data, std::uint64_t milliseconds) {
     std::size_t size = sizeof data;
     return gentl.EventGetData(m_event, &data, &size, milliseconds);
 }
 
-BUFFER_HANDLE ModuleStream::Fetch() {
+BUFFER_HANDLE CModuleStream::Fetch() {
     EVENT_NEW_BUFFER_DATA data{};
     Check(Wait(data, kLongWait), "EventGetData");
     return data.BufferHandle;
 }
 
-void ModuleStream::TakeMany(std::uint64_t count) {
+void CModuleStream::TakeMany(std::uint64_t count) {
     for (std::uint64_t i = 0; i < count; ++i) {
         Take();
     }
 }
 
-bool ModuleStream::TryTake() {
+bool CModuleStream::TryTake() {
     EVENT_NEW_BUFFER_DATA data{};
     if (Wait(data, kShortWait) != GC_ERR_SUCCESS) {
         return false;
@@ -122,7 +122,7 @@ bool ModuleStream::TryTake() {
     return true;
 }
 
-std::uint64_t ModuleStream::Number(STREAM_INFO_CMD command) {
+std::uint64_t CModuleStream::Number(STREAM_INFO_CMD command) {
     std::uint64_t value = 0;
     std::size_t size = sizeof value;
     INFO_DATATYPE type = 0;
@@ -130,7 +130,7 @@ std::uint64_t ModuleStream::Number(STREAM_INFO_CMD command) {
     return value;
 }
 
-OpenLibrary::OpenLibrary() {
+COpenLibrary::COpenLibrary() {
     Optivo::ICamSystem* system = nullptr;
     Check(GetSystem(&system), "GetSystem");
     m_system.reset(system);
@@ -139,7 +139,7 @@ OpenLibrary::OpenLibrary() {
     m_interface.reset(found);
 }
 
-LibraryStream::LibraryStream(OpenLibrary& library, unsigned camera) {
+CLibraryStream::CLibraryStream(COpenLibrary& library, unsigned camera) {
     Optivo::ICamDevice* device = nullptr;
     Check(library.Interface().OpenDevice(CameraName(camera).c_str(), &device), "OpenDevice");
     m_device.reset(device);
@@ -148,22 +148,22 @@ LibraryStream::LibraryStream(OpenLibrary& library, unsigned camera) {
     m_stream.reset(stream);
 }
 
-void LibraryStream::Start() {
+void CLibraryStream::Start() {
     Check(m_stream->StartAcquisition(0, kWithoutLimit), "StartAcquisition");
 }
 
-bool LibraryStream::TryTake(void* destination) {
+bool CLibraryStream::TryTake(void* destination) {
     Optivo::UInt32 ready = 0;
     Optivo::Size size = sizeof ready;
     Check(m_stream->GetStreamInfo(Optivo::kStreamImageReady, &ready, &size), "GetStreamInfo");
     return ready != 0 && m_stream->GrabImage(destination, kShortWait) == Optivo::kGrabDelivered;
 }
 
-void LibraryStream::Take(void* destination) {
+void CLibraryStream::Take(void* destination) {
     Require(TryTake(destination), "no image");
 }
 
-void LibraryStream::TakeMany(std::uint64_t count, void* destination) {
+void CLibraryStream::TakeMany(std::uint64_t count, void* destination) {
     for (std::uint64_t i = 0; i < count; ++i) {
         Take(destination);
     }

@@ -31,12 +31,12 @@ void* ImageMemory(std::size_t index, std::size_t size);
 inline constexpr unsigned kWarmUp = 256;
 
 // The world's interface, open through the producer, with its cameras listed.
-class OpenModule {
+class COpenModule {
 public:
-    explicit OpenModule(Producer& producer = TheProducer());
-    ~OpenModule();
-    OpenModule(const OpenModule&) = delete;
-    OpenModule& operator=(const OpenModule&) = delete;
+    explicit COpenModule(Producer& producer = TheProducer());
+    ~COpenModule();
+    COpenModule(const COpenModule&) = delete;
+    COpenModule& operator=(const COpenModule&) = delete;
 
     Producer& gentl;
     TL_HANDLE system = nullptr;
@@ -44,12 +44,13 @@ public:
 };
 
 // A camera's stream, open through the producer, with buffers announced.
-class ModuleStream {
+class CModuleStream {
 public:
-    ModuleStream(const OpenModule& module, unsigned camera, unsigned numBuffers, std::size_t size);
-    ~ModuleStream();
-    ModuleStream(const ModuleStream&) = delete;
-    ModuleStream& operator=(const ModuleStream&) = delete;
+    CModuleStream(const COpenModule& module, unsigned camera, unsigned numBuffers,
+                  std::size_t size);
+    ~CModuleStream();
+    CModuleStream(const CModuleStream&) = delete;
+    CModuleStream& operator=(const CModuleStream&) = delete;
 
     // Queues every buffer and starts without limit.
     void Start();
@@ -74,19 +75,19 @@ private:
 };
 
 // An object of the camera library whose operations are called without the module's guard.
-struct ObjectCloser {
+struct SObjectCloser {
     template <class Object>
     void operator()(Object* object) const {
         object->Close();
     }
 };
 template <class Object>
-using ObjectPtr = std::unique_ptr<Object, ObjectCloser>;
+using ObjectPtr = std::unique_ptr<Object, SObjectCloser>;
 
 // The world's interface, open at the camera library.
-class OpenLibrary {
+class COpenLibrary {
 public:
-    OpenLibrary();
+    COpenLibrary();
 
     Optivo::ICamInterface& Interface() { return *m_interface; }
 
@@ -96,9 +97,9 @@ private:
 };
 
 // A camera's stream, open at the camera library.
-class LibraryStream {
+class CLibraryStream {
 public:
-    LibraryStream(OpenLibrary& library, unsigned camera);
+    CLibraryStream(COpenLibrary& library, unsigned camera);
 
     void Start();
     // Asks whether an image is there and takes it; false when none came for a moment.

@@ -6,9 +6,9 @@
 
 namespace {
 
-class Words final : public IWords {
+class CWords final : public IWords {
 public:
-    explicit Words(std::size_t size) : m_bytes(size) {}
+    explicit CWords(std::size_t size) : m_bytes(size) {}
     void Copy(std::size_t offset, void* destination) const override {
         std::memcpy(destination, m_bytes.data() + offset, sizeof(std::uint32_t));
     }
@@ -20,5 +20,5 @@ private:
 } // namespace
 
 std::unique_ptr<IWords> MakeWords(std::size_t size) {
-    return std::make_unique<Words>(size);
+    return std::make_unique<CWords>(size);
 }

@@ -10,8 +10,8 @@ constexpr auto kRelaxed = std::memory_order_relaxed;
 
 } // namespace
 
-void CCallLog::Record(const CallShape& call) {
-    Operation& operation = m_operations[call.operation];
+void CCallLog::Record(const SCallShape& call) {
+    SOperation& operation = m_operations[call.operation];
     if (call.text != nullptr) {
         const std::lock_guard lock(m_textLock);
         m_texts[call.operation] = call.text;
@@ -25,7 +25,7 @@ void CCallLog::Record(const CallShape& call) {
 }
 
 void CCallLog::Reset() {
-    for (Operation& operation : m_operations) {
+    for (SOperation& operation : m_operations) {
         operation.numBegun.store(0, kRelaxed);
         operation.numCalls.store(0, kRelaxed);
         operation.lastArgument.store(0, kRelaxed);

@@ -16,7 +16,7 @@ namespace OptivoSim {
 // Thread-safe; a call without a text takes no lock.
 class CCallLog {
 public:
-    void Record(const CallShape& call);
+    void Record(const SCallShape& call);
     void Reset();
 
     std::uint64_t NumCalls(OptivoOperation operation) const;
@@ -32,7 +32,7 @@ private:
     static constexpr std::size_t kNumKept = 64;
 
     // Apart from its neighbours, as streams of two cameras write here for every image.
-    struct alignas(64) Operation {
+    struct alignas(64) SOperation {
         std::atomic<std::uint64_t> numBegun{0};
         std::atomic<std::uint64_t> numCalls{0};
         std::atomic<std::uint64_t> lastArgument{0};
@@ -40,7 +40,7 @@ private:
         std::array<std::atomic<std::uint64_t>, kNumKept> selectors{};
     };
 
-    std::array<Operation, OPTIVO_NUM_OPERATIONS> m_operations;
+    std::array<SOperation, OPTIVO_NUM_OPERATIONS> m_operations;
     mutable CMutex m_textLock;
     std::array<std::string, OPTIVO_NUM_OPERATIONS> m_texts;
 };

@@ -9,7 +9,7 @@
 namespace OptivoSim {
 
 // What the log keeps of a call, what a fault looks at, and the outputs that it may spoil.
-struct CallShape {
+struct SCallShape {
     OptivoOperation operation;
     std::uint64_t selector = 0;
     std::uint64_t argument = 0;

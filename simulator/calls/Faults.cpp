@@ -30,7 +30,7 @@ bool IsSparing(double probability) {
 
 } // namespace
 
-void CFaults::Add(const FaultPlan& plan) {
+void CFaults::Add(const SFaultPlan& plan) {
     if (!CanHappen(plan.fault)) {
         return;
     }
@@ -43,10 +43,10 @@ void CFaults::Clear() {
     Replace({});
 }
 
-void CFaults::Replace(const std::vector<FaultPlan>& plans) {
-    std::list<Planned> planned;
+void CFaults::Replace(const std::vector<SFaultPlan>& plans) {
+    std::list<SPlanned> planned;
     std::array<std::uint32_t, OPTIVO_NUM_OPERATIONS> numPlanned{};
-    for (const FaultPlan& plan : plans) {
+    for (const SFaultPlan& plan : plans) {
         if (CanHappen(plan.fault)) {
             planned.push_back({plan, std::mt19937_64(plan.seed)});
             ++numPlanned[plan.fault.operation];
@@ -58,7 +58,7 @@ void CFaults::Replace(const std::vector<FaultPlan>& plans) {
     std::copy(numPlanned.begin(), numPlanned.end(), m_numPlanned.begin());
 }
 
-bool CFaults::Matches(const FaultPlan& plan, const CallShape& call) {
+bool CFaults::Matches(const SFaultPlan& plan, const SCallShape& call) {
     const OptivoFault& fault = plan.fault;
     return fault.operation == call.operation &&
            (fault.selector == OPTIVO_ANY_SELECTOR || fault.selector == call.selector) &&
@@ -67,13 +67,13 @@ bool CFaults::Matches(const FaultPlan& plan, const CallShape& call) {
 }
 
 // Spelled out, as the standard distributions differ between libraries.
-bool CFaults::IsDrawn(Planned& planned) {
+bool CFaults::IsDrawn(SPlanned& planned) {
     const double probability = planned.plan.probability;
     return !IsSparing(probability) ||
            static_cast<double>(planned.generator() >> 11U) * 0x1p-53 < probability;
 }
 
-std::optional<FaultVerdict> CFaults::Take(const CallShape& call) {
+std::optional<SFaultVerdict> CFaults::Take(const SCallShape& call) {
     if (m_numPlanned[call.operation].load(std::memory_order_acquire) == 0) {
         return std::nullopt;
     }
@@ -89,7 +89,7 @@ std::optional<FaultVerdict> CFaults::Take(const CallShape& call) {
             continue;
         }
         const bool isDrawn = IsDrawn(*planned);
-        const FaultVerdict verdict{fault.kind, fault.result, m_numReleases + 1};
+        const SFaultVerdict verdict{fault.kind, fault.result, m_numReleases + 1};
         if (isDrawn) {
             ++m_numSpoilt[{fault.operation, fault.result, planned->plan.object}];
         }
@@ -111,7 +111,7 @@ std::uint64_t CFaults::NumSpoilt(OptivoOperation operation, std::int32_t result,
     return found != m_numSpoilt.end() ? found->second : 0;
 }
 
-void CFaults::WaitForRelease(const FaultVerdict& verdict) {
+void CFaults::WaitForRelease(const SFaultVerdict& verdict) {
     std::unique_lock<std::mutex> lock(m_lock);
     m_released.wait(lock, [&] { return m_numReleases >= verdict.release; });
 }

@@ -18,14 +18,14 @@
 
 namespace OptivoSim {
 
-struct FaultVerdict {
+struct SFaultVerdict {
     OptivoFaultKind kind;
     std::int32_t result;
     std::uint64_t release; // the release that a hang waits for
 };
 
 // A fault, and the calls that it is meant for.
-struct FaultPlan {
+struct SFaultPlan {
     OptivoFault fault{};
     std::string object;     // interface or camera by name; empty is any
     double probability = 1; // 0 and 1 are every matching call
@@ -35,38 +35,38 @@ struct FaultPlan {
 // Thread-safe; a call of an operation without faults takes no lock.
 class CFaults {
 public:
-    void Add(const FaultPlan& plan);
+    void Add(const SFaultPlan& plan);
     void Clear();
     // Clears, and adds them all.
-    void Replace(const std::vector<FaultPlan>& plans);
+    void Replace(const std::vector<SFaultPlan>& plans);
 
     // What goes wrong with this call. The first fault that matches, has no call left to skip and
     // is not drawn to spare it decides; those behind it do not count the call.
-    std::optional<FaultVerdict> Take(const CallShape& call);
+    std::optional<SFaultVerdict> Take(const SCallShape& call);
 
     // The calls that were spoilt with this result by faults of exactly that object, since faults
     // were last cleared or replaced.
     std::uint64_t NumSpoilt(OptivoOperation operation, std::int32_t result,
                             const std::string& object) const;
 
-    void WaitForRelease(const FaultVerdict& verdict);
+    void WaitForRelease(const SFaultVerdict& verdict);
     void Release();
 
 private:
-    struct Planned {
-        FaultPlan plan;
+    struct SPlanned {
+        SFaultPlan plan;
         std::mt19937_64 generator;
     };
 
     using Spoiling = std::tuple<OptivoOperation, std::int32_t, std::string>;
 
-    static bool Matches(const FaultPlan& plan, const CallShape& call);
-    static bool IsDrawn(Planned& planned);
+    static bool Matches(const SFaultPlan& plan, const SCallShape& call);
+    static bool IsDrawn(SPlanned& planned);
 
     std::array<std::atomic<std::uint32_t>, OPTIVO_NUM_OPERATIONS> m_numPlanned{};
     mutable CMutex m_lock;
     CCondition m_released;
-    std::list<Planned> m_planned;
+    std::list<SPlanned> m_planned;
     std::map<Spoiling, std::uint64_t> m_numSpoilt;
     std::uint64_t m_numReleases = 0;
 };

@@ -50,8 +50,8 @@ bool IsCommand(UInt64 address) {
            address == kTimestampLatch || address == kUserSetLoad || address == kUserSetSave;
 }
 
-CameraState StateOf(const CameraModel& model) {
-    CameraState state;
+SCameraState StateOf(const SCameraModel& model) {
+    SCameraState state;
     state.settings.format = model.format;
     state.settings.pattern = model.pattern;
     state.settings.isRateEnabled = model.frameRate > 0 ? 1 : 0;
@@ -65,7 +65,7 @@ CameraState StateOf(const CameraModel& model) {
 
 } // namespace
 
-CCamera::CCamera(const CameraModel& model)
+CCamera::CCamera(const SCameraModel& model)
     : m_name(model.name),
       m_epoch(CImageQueue::Clock::now()),
       m_status(model.status),
@@ -80,7 +80,7 @@ CCamera::CCamera(const CameraModel& model)
     Apply(m_state.settings.ToPicture());
 }
 
-void CCamera::DefineRegisters(const CameraModel& model) {
+void CCamera::DefineRegisters(const SCameraModel& model) {
     using namespace CameraAddress;
     for (const UInt64 address : {kVendorName, kModelName, kVersion, kSerialNumber}) {
         m_registers.Define(address, kTextLength, EAccess::ReadOnly);
@@ -202,7 +202,7 @@ Int32 CCamera::WriteUserId(UInt64 offset, const void* source, Size size) {
 
 Int32 CCamera::Change(UInt64 address, const void* source, Size size) {
     const std::lock_guard lock(m_lock);
-    const Picture before = m_state.settings.ToPicture();
+    const SPicture before = m_state.settings.ToPicture();
     const bool isFixed = m_state.isLocked != 0 || IsStarted();
     const Int32 result = WriteFeature(m_state, address, source, size, isFixed);
     if (result == kSuccess) {
@@ -231,7 +231,7 @@ Int32 CCamera::Execute(UInt64 command) {
         if (m_state.isLocked != 0 || IsStarted()) {
             return kAccessDenied;
         }
-        const Picture before = m_state.settings.ToPicture();
+        const SPicture before = m_state.settings.ToPicture();
         m_state.LoadUserSet();
         Apply(before);
         return kSuccess;
@@ -249,14 +249,14 @@ Int32 CCamera::Execute(UInt64 command) {
 }
 
 // Takes the settings over into what works by them.
-void CCamera::Apply(const Picture& before) {
-    const CameraSettings& settings = m_state.settings;
+void CCamera::Apply(const SPicture& before) {
+    const SCameraSettings& settings = m_state.settings;
     for (UInt32 event = 0; event < kNumEvents; ++event) {
         m_isEventOn[event] = settings.isEventOn[event] != 0;
     }
-    m_exposure = std::chrono::round<ImageBatch::Duration>(
+    m_exposure = std::chrono::round<SImageBatch::Duration>(
         std::chrono::duration<double, std::micro>(settings.exposureTime));
-    const Picture picture = settings.ToPicture();
+    const SPicture picture = settings.ToPicture();
     if (picture != before) {
         m_pattern = IsStarted() ? std::make_shared<const CTestPattern>(picture) : nullptr;
     }
@@ -323,7 +323,7 @@ void CCamera::Fire(ETrigger trigger) {
 void CCamera::PulseLine(ETriggerActivation edge) {
     const std::lock_guard lock(m_lock);
     for (UInt32 i = 0; i < kNumTriggers; ++i) {
-        const Trigger& trigger = m_state.settings.triggers[i];
+        const STrigger& trigger = m_state.settings.triggers[i];
         const auto activation = static_cast<ETriggerActivation>(trigger.activation);
         if (trigger.source == static_cast<UInt32>(ETriggerSource::Line0) &&
             (activation == edge || activation == ETriggerActivation::AnyEdge)) {
@@ -406,12 +406,12 @@ std::uint64_t CCamera::PayloadSize() const {
     return m_state.settings.format.PayloadSize();
 }
 
-void CCamera::OnImages(const ImageBatch& images) {
+void CCamera::OnImages(const SImageBatch& images) {
     if (m_isEventOn[kEventFrameStart]) {
         Report(kEventFrameStart, images);
     }
     if (m_isEventOn[kEventExposureEnd]) {
-        ImageBatch exposed = images;
+        SImageBatch exposed = images;
         exposed.time += m_exposure.load();
         Report(kEventExposureEnd, exposed);
     }
@@ -421,7 +421,7 @@ void CCamera::OnImages(const ImageBatch& images) {
     }
 }
 
-void CCamera::Report(EEvent event, const ImageBatch& images) {
+void CCamera::Report(EEvent event, const SImageBatch& images) {
     CEventThread::Get().Post([camera = shared_from_this(), event, images] {
         for (std::uint64_t i = images.first; i < images.first + images.count; ++i) {
             const std::chrono::nanoseconds time = images.TimeOf(i) - camera->m_epoch;
@@ -437,7 +437,7 @@ void CCamera::Report(EEvent event, const ImageBatch& images) {
 // What happens to the camera between two numbers of images that it has made.
 void CCamera::DoOnceMade(std::uint64_t before, std::uint64_t after) {
     const auto isReached = [&](std::uint64_t count) { return before < count && count <= after; };
-    for (const EventBurst& burst : m_bursts) {
+    for (const SEventBurst& burst : m_bursts) {
         if (isReached(std::max<std::uint64_t>(burst.afterImages, 1))) {
             CEventThread::Get().Post([camera = shared_from_this(), burst] {
                 for (UInt32 i = 0; i < burst.count; ++i) {

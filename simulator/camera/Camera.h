@@ -25,7 +25,7 @@ namespace OptivoSim {
 // Thread-safe.
 class CCamera final : public std::enable_shared_from_this<CCamera>, public IImageListener {
 public:
-    explicit CCamera(const CameraModel& model);
+    explicit CCamera(const SCameraModel& model);
 
     const std::string& Name() const { return m_name; }
     // The single owner that the camera may have; false when it has one already. A new owner finds
@@ -76,7 +76,7 @@ public:
     std::uint64_t StreamValue(UInt32 command) const;
 
 private:
-    void DefineRegisters(const CameraModel& model);
+    void DefineRegisters(const SCameraModel& model);
     std::uint64_t Now() const;
     bool IsStarted() const;
     bool WaitsForTrigger(ETrigger trigger) const;
@@ -85,16 +85,16 @@ private:
     Int32 WriteUserId(UInt64 offset, const void* source, Size size);
     Int32 Execute(UInt64 command);
     Int32 Change(UInt64 address, const void* source, Size size);
-    void Apply(const Picture& before);
+    void Apply(const SPicture& before);
     void SetBudgets(std::uint64_t budget);
     void GiveUp();
     void Fire(ETrigger trigger);
-    void OnImages(const ImageBatch& images) override;
-    void Report(EEvent event, const ImageBatch& images);
+    void OnImages(const SImageBatch& images) override;
+    void Report(EEvent event, const SImageBatch& images);
     void DoOnceMade(std::uint64_t before, std::uint64_t after);
 
     const std::string m_name;
-    const ImageBatch::TimePoint m_epoch;
+    const SImageBatch::TimePoint m_epoch;
     std::atomic<bool> m_isOwned{false};
     std::atomic<bool> m_isPlugged{true};
     std::atomic<unsigned> m_connection{0};
@@ -107,16 +107,16 @@ private:
 
     // Touched with a queue locked, so without this camera's locks.
     std::array<std::atomic<bool>, kNumEvents> m_isEventOn{};
-    std::atomic<ImageBatch::Duration> m_exposure{};
+    std::atomic<SImageBatch::Duration> m_exposure{};
     std::atomic<std::uint64_t> m_numMade{0};
-    const std::vector<EventBurst> m_bursts;
+    const std::vector<SEventBurst> m_bursts;
     const std::uint64_t m_unplugAfter;
 
     mutable CMutex m_textLock;
     std::map<UInt32, std::string> m_texts; // by DeviceInfoKey
 
     mutable CMutex m_lock; // guards what follows; a queue's own lock comes after it
-    CameraState m_state;
+    SCameraState m_state;
     bool m_isManual = false;                       // images come on request only
     std::shared_ptr<const CTestPattern> m_pattern; // rendered by the first start
     std::vector<CImageQueue*> m_queues;            // not owned

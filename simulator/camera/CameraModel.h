@@ -11,14 +11,14 @@
 namespace OptivoSim {
 
 // Events that a camera reports one after the other once it has made so many images.
-struct EventBurst {
+struct SEventBurst {
     std::uint32_t eventId = 0;
     std::uint64_t value = 0;
     std::uint32_t count = 0;
     std::uint64_t afterImages = 0;
 };
 
-struct CameraModel {
+struct SCameraModel {
     std::string name;
     std::string vendor;
     std::string model;
@@ -30,11 +30,11 @@ struct CameraModel {
     std::string custom15; // hardware address or port path
     std::uint32_t status = 1;
     std::uint32_t numStreams = 1;
-    ImageFormat format; // at full size; the sensor is as large
+    SImageFormat format; // at full size; the sensor is as large
     ETestPattern pattern = ETestPattern::ColorBar;
     double frameRate = 0; // 0 is as fast as images are taken
     std::vector<OptivoImageFault> imageFaults;
-    std::vector<EventBurst> eventBursts;
+    std::vector<SEventBurst> eventBursts;
     std::uint64_t unplugAfterImages = 0; // 0 is never
 };
 

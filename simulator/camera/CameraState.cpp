@@ -25,11 +25,11 @@ constexpr double kMaxExposureTime = 1000000;
 constexpr double kNominalExposureTime = 10000;
 constexpr std::int32_t kTemperature = 425;
 
-UInt32 WidthMax(const CameraState& state) {
+UInt32 WidthMax(const SCameraState& state) {
     return state.sensorWidth / state.settings.binningX;
 }
 
-UInt32 HeightMax(const CameraState& state) {
+UInt32 HeightMax(const SCameraState& state) {
     return state.sensorHeight / state.settings.binningY;
 }
 
@@ -50,11 +50,11 @@ void FitExtent(UInt32& extent, UInt32& offset, UInt32 most, UInt32 step) {
 using Bits = std::uint64_t;
 
 // A register: what it shows, and how a new value is taken. A null write is read-only.
-struct Feature {
+struct SFeature {
     UInt64 address;
     Size size;
-    Bits (*read)(const CameraState& state);
-    bool (*write)(CameraState& state, Bits bits) = nullptr; // false: outside the limits
+    Bits (*read)(const SCameraState& state);
+    bool (*write)(SCameraState& state, Bits bits) = nullptr; // false: outside the limits
     bool affectsPayload = false;
 };
 
@@ -79,9 +79,9 @@ bool Take(double& target, Bits bits, double least, double most) {
     return true;
 }
 
-using State = CameraState;
+using State = SCameraState;
 
-const Feature kFeatures[] = {
+const SFeature kFeatures[] = {
     {CameraAddress::kTemperature, 4,
      [](const State&) { return Bits{static_cast<std::uint32_t>(kTemperature)}; }},
     {CameraAddress::kSensorWidth, 4, [](const State& s) { return Bits{s.sensorWidth}; }},
@@ -194,7 +194,7 @@ const Feature kFeatures[] = {
 
 // The registers that exist once for each trigger or event.
 template <UInt32 trigger>
-void AddTrigger(std::vector<Feature>& features) {
+void AddTrigger(std::vector<SFeature>& features) {
     constexpr UInt64 kOffset = trigger * CameraAddress::kTriggerStride;
     features.push_back(
         {CameraAddress::kTriggerMode + kOffset, 4,
@@ -216,7 +216,7 @@ void AddTrigger(std::vector<Feature>& features) {
 }
 
 template <UInt32 event>
-void AddEvent(std::vector<Feature>& features) {
+void AddEvent(std::vector<SFeature>& features) {
     using namespace CameraAddress;
     features.push_back(
         {kEventNotification + event * kEventNotificationStride, 4,
@@ -228,34 +228,34 @@ void AddEvent(std::vector<Feature>& features) {
                         [](const State& s) { return Bits{s.events[event].nanoseconds}; }});
 }
 
-std::vector<Feature> AllFeatures() {
-    std::vector<Feature> features(std::begin(kFeatures), std::end(kFeatures));
+std::vector<SFeature> AllFeatures() {
+    std::vector<SFeature> features(std::begin(kFeatures), std::end(kFeatures));
     AddTrigger<kTriggerAcquisitionStart>(features);
     AddTrigger<kTriggerFrameStart>(features);
     AddEvent<kEventFrameStart>(features);
     AddEvent<kEventExposureEnd>(features);
     std::sort(features.begin(), features.end(),
-              [](const Feature& a, const Feature& b) { return a.address < b.address; });
+              [](const SFeature& a, const SFeature& b) { return a.address < b.address; });
     return features;
 }
 
 // The register that holds this address, or null.
-const Feature* Find(UInt64 address) {
+const SFeature* Find(UInt64 address) {
     // Never destroyed, as a consumer's threads may still ask when the process ends.
-    static const auto& features = *new std::vector<Feature>(AllFeatures());
+    static const auto& features = *new std::vector<SFeature>(AllFeatures());
     const auto next =
         std::upper_bound(features.begin(), features.end(), address,
-                         [](UInt64 a, const Feature& feature) { return a < feature.address; });
+                         [](UInt64 a, const SFeature& feature) { return a < feature.address; });
     if (next == features.begin()) {
         return nullptr;
     }
-    const Feature& feature = *std::prev(next);
+    const SFeature& feature = *std::prev(next);
     return address - feature.address < feature.size ? &feature : nullptr;
 }
 
 } // namespace
 
-Picture CameraSettings::ToPicture() const {
+SPicture SCameraSettings::ToPicture() const {
     const double amplification = std::pow(10.0, gain / 10.0 / 20.0);
     return {format,
             offsetX,
@@ -266,22 +266,22 @@ Picture CameraSettings::ToPicture() const {
             amplification * exposureTime / kNominalExposureTime};
 }
 
-void CameraState::SetSensor(UInt32 width, UInt32 height) {
+void SCameraState::SetSensor(UInt32 width, UInt32 height) {
     sensorWidth = width;
     sensorHeight = height;
-    const auto fill = [&](CameraSettings& set) {
+    const auto fill = [&](SCameraSettings& set) {
         set.format.width = width;
         set.format.height = height;
         set.offsetX = set.offsetY = 0;
         set.binningX = set.binningY = 1;
     };
     fill(settings);
-    for (CameraSettings& set : userSets) {
+    for (SCameraSettings& set : userSets) {
         fill(set);
     }
 }
 
-Int32 CameraState::SaveUserSet() {
+Int32 SCameraState::SaveUserSet() {
     if (userSetSelector == kUserSetDefault) {
         return kAccessDenied;
     }
@@ -289,8 +289,8 @@ Int32 CameraState::SaveUserSet() {
     return kSuccess;
 }
 
-Int32 ReadFeature(const CameraState& state, UInt64 address, void* destination, Size size) {
-    const Feature* const feature = Find(address);
+Int32 ReadFeature(const SCameraState& state, UInt64 address, void* destination, Size size) {
+    const SFeature* const feature = Find(address);
     if (feature == nullptr) {
         return kInvalidAddress;
     }
@@ -303,9 +303,9 @@ Int32 ReadFeature(const CameraState& state, UInt64 address, void* destination, S
     return kSuccess;
 }
 
-Int32 WriteFeature(CameraState& state, UInt64 address, const void* source, Size size,
+Int32 WriteFeature(SCameraState& state, UInt64 address, const void* source, Size size,
                    bool isFixed) {
-    const Feature* const feature = Find(address);
+    const SFeature* const feature = Find(address);
     if (feature == nullptr) {
         return kInvalidAddress;
     }

@@ -17,15 +17,15 @@ enum ETrigger : UInt32 { kTriggerAcquisitionStart, kTriggerFrameStart, kNumTrigg
 enum EEvent : UInt32 { kEventFrameStart, kEventExposureEnd, kNumEvents };
 enum EUserSet : UInt32 { kUserSetDefault, kUserSet1, kNumUserSets };
 
-struct Trigger {
+struct STrigger {
     UInt32 isOn = 0;
     UInt32 source = 0;     // an ETriggerSource
     UInt32 activation = 0; // an ETriggerActivation
 };
 
 // What a user set keeps.
-struct CameraSettings {
-    ImageFormat format;
+struct SCameraSettings {
+    SImageFormat format;
     UInt32 offsetX = 0;
     UInt32 offsetY = 0;
     UInt32 binningX = 1;
@@ -37,28 +37,28 @@ struct CameraSettings {
     double frameRate = 1;
     UInt32 acquisitionMode = 0; // an EAcquisitionMode
     UInt32 acquisitionFrameCount = 1;
-    std::array<Trigger, kNumTriggers> triggers;
+    std::array<STrigger, kNumTriggers> triggers;
     std::array<UInt32, kNumEvents> isEventOn{};
 
-    Picture ToPicture() const;
+    SPicture ToPicture() const;
 };
 
-struct ReportedEvent {
+struct SReportedEvent {
     std::uint64_t number = 0; // of the image
     std::uint64_t nanoseconds = 0;
 };
 
-struct CameraState {
+struct SCameraState {
     UInt32 sensorWidth = 0;
     UInt32 sensorHeight = 0;
-    CameraSettings settings;
-    std::array<CameraSettings, kNumUserSets> userSets;
+    SCameraSettings settings;
+    std::array<SCameraSettings, kNumUserSets> userSets;
     UInt32 triggerSelector = kTriggerAcquisitionStart;
     UInt32 eventSelector = kEventFrameStart;
     UInt32 userSetSelector = kUserSetDefault;
     UInt32 isLocked = 0; // what the consumer wrote to TLParamsLocked
     std::uint64_t latchedNanoseconds = 0;
-    std::array<ReportedEvent, kNumEvents> events;
+    std::array<SReportedEvent, kNumEvents> events;
 
     // A sensor of this size, all of it in the image; the user sets take it too.
     void SetSensor(UInt32 width, UInt32 height);
@@ -70,11 +70,12 @@ struct CameraState {
 
 // The access to the numeric registers. Both answer kInvalidAddress where there is none.
 // A read may touch a piece of a register, but not reach beyond it.
-Int32 ReadFeature(const CameraState& state, UInt64 address, void* destination, Size size);
+Int32 ReadFeature(const SCameraState& state, UInt64 address, void* destination, Size size);
 // A write takes a whole register. isFixed: what the payload depends on must stay.
 // \retval kAccessDenied     the register is read-only, or locked
 // \retval kInvalidParameter a piece of a register, or a value outside the limits
 // \retval kInvalidAddress   the bytes reach beyond the register
-Int32 WriteFeature(CameraState& state, UInt64 address, const void* source, Size size, bool isFixed);
+Int32 WriteFeature(SCameraState& state, UInt64 address, const void* source, Size size,
+                   bool isFixed);
 
 } // namespace OptivoSim

@@ -22,14 +22,14 @@ public:
     std::optional<OptivoImageFault> Take();
 
 private:
-    struct Planned {
+    struct SPlanned {
         OptivoImageFault fault;
         std::mt19937_64 random;
     };
 
     std::atomic<bool> m_hasAny{false};
     CMutex m_lock;
-    std::vector<Planned> m_planned;
+    std::vector<SPlanned> m_planned;
 };
 
 } // namespace OptivoSim

@@ -16,14 +16,14 @@ constexpr std::chrono::milliseconds kLossPause(1);
 constexpr double kMostImages = 1e18;
 constexpr double kLongestWaitSeconds = 1e9;
 
-ImageBatch::Duration Seconds(double seconds) {
-    return std::chrono::ceil<ImageBatch::Duration>(
+SImageBatch::Duration Seconds(double seconds) {
+    return std::chrono::ceil<SImageBatch::Duration>(
         std::chrono::duration<double>(std::min(seconds, kLongestWaitSeconds)));
 }
 
 } // namespace
 
-void CImageQueue::Start(UInt32 count, const ImageMaking& making,
+void CImageQueue::Start(UInt32 count, const SImageMaking& making,
                         std::shared_ptr<const CTestPattern> pattern) {
     const std::lock_guard lock(m_lock);
     m_isStarted = !m_isEnded;
@@ -120,7 +120,7 @@ Int32 CImageQueue::Grab(void* destination, UInt32 timeoutMs) {
     if (m_isEnded) {
         return Optivo::kGrabEnded;
     }
-    const Stamp stamp = TakeFront();
+    const SStamp stamp = TakeFront();
     if (destination != nullptr) {
         const std::shared_ptr<const CTestPattern> pattern = m_pattern;
         lock.unlock();
@@ -165,7 +165,7 @@ void CImageQueue::RestartClock() {
     m_clockImages = 0;
 }
 
-void CImageQueue::BookWithinBudget(ImageBatch images, std::uint64_t maxPending) {
+void CImageQueue::BookWithinBudget(SImageBatch images, std::uint64_t maxPending) {
     images.count = std::min(images.count, m_making.budget);
     if (m_making.budget != kUnbounded) {
         m_making.budget -= images.count;
@@ -174,11 +174,11 @@ void CImageQueue::BookWithinBudget(ImageBatch images, std::uint64_t maxPending) 
 }
 
 // A lost image is made up for, so that an acquisition of a given length still delivers all of it.
-void CImageQueue::Book(const ImageBatch& images, std::uint64_t maxPending) {
+void CImageQueue::Book(const SImageBatch& images, std::uint64_t maxPending) {
     if (images.count == 0 || m_allowance == 0) {
         return;
     }
-    ImageBatch made = images;
+    SImageBatch made = images;
     made.first = m_next + m_pending;
     const std::uint64_t room = maxPending - std::min(maxPending, m_pending);
     const std::uint64_t kept = std::min({images.count, m_allowance, room});
@@ -198,7 +198,7 @@ void CImageQueue::Book(const ImageBatch& images, std::uint64_t maxPending) {
     m_listener.OnImages(made);
 }
 
-void CImageQueue::Remember(const ImageBatch& images) {
+void CImageQueue::Remember(const SImageBatch& images) {
     // What is gone makes room.
     while (m_numBatches > 0 &&
            m_batches[m_firstBatch].first + m_batches[m_firstBatch].count <= m_next) {
@@ -215,7 +215,7 @@ void CImageQueue::Remember(const ImageBatch& images) {
 
 CImageQueue::Clock::time_point CImageQueue::MadeAt(std::uint64_t number) {
     for (std::size_t i = 0; i < m_numBatches; ++i) {
-        const ImageBatch& batch = m_batches[(m_firstBatch + i) % kNumBatches];
+        const SImageBatch& batch = m_batches[(m_firstBatch + i) % kNumBatches];
         if (number < batch.first + batch.count) {
             return batch.TimeOf(number);
         }
@@ -231,9 +231,9 @@ void CImageQueue::AdvanceClock(Clock::time_point now) {
     const auto due =
         static_cast<std::uint64_t>(std::clamp(seconds * m_making.rate, 0.0, kMostImages));
     if (due > m_clockImages) {
-        const ImageBatch images{.count = due - m_clockImages,
-                                .time = NextDue(),
-                                .interval = Seconds(1 / m_making.rate)};
+        const SImageBatch images{.count = due - m_clockImages,
+                                 .time = NextDue(),
+                                 .interval = Seconds(1 / m_making.rate)};
         m_clockImages = due;
         BookWithinBudget(images, kNumInternalBuffers);
     }
@@ -317,7 +317,7 @@ bool CImageQueue::WaitForImage(std::unique_lock<std::mutex>& lock,
     }
 }
 
-CImageQueue::Stamp CImageQueue::TakeFront() {
+CImageQueue::SStamp CImageQueue::TakeFront() {
     const std::uint64_t number = m_next;
     if (!m_isRepeat || !m_hasLast) {
         m_last = {number, MadeAt(number)};

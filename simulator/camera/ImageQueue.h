@@ -17,7 +17,7 @@
 namespace OptivoSim {
 
 // Images with consecutive numbers, made at regular times.
-struct ImageBatch {
+struct SImageBatch {
     using TimePoint = std::chrono::steady_clock::time_point;
     using Duration = std::chrono::steady_clock::duration;
 
@@ -34,14 +34,14 @@ struct ImageBatch {
 // Is told of every image that is made, with the queue locked.
 class IImageListener {
 public:
-    virtual void OnImages(const ImageBatch& images) = 0;
+    virtual void OnImages(const SImageBatch& images) = 0;
 
 protected:
     ~IImageListener() = default;
 };
 
 // What a camera does with a stream while it runs.
-struct ImageMaking {
+struct SImageMaking {
     double rate = 0; // as OptivoSim_SetFrameRate takes it
     // Images that may be made beside those of Produce; 0 while the camera is halted.
     std::uint64_t budget = std::numeric_limits<std::uint64_t>::max();
@@ -57,7 +57,7 @@ public:
         : m_listener(listener), m_faults(faults), m_epoch(epoch) {}
 
     // Forgets what waits, and delivers from image 0 on. count is 0xFFFFFFFF for no limit.
-    void Start(UInt32 count, const ImageMaking& making,
+    void Start(UInt32 count, const SImageMaking& making,
                std::shared_ptr<const CTestPattern> pattern);
     void Stop();
     bool IsStarted() const;
@@ -88,7 +88,7 @@ public:
 private:
     static constexpr std::size_t kNumBatches = 32;
 
-    struct Stamp {
+    struct SStamp {
         std::uint64_t number = 0;
         Clock::time_point time;
     };
@@ -96,9 +96,9 @@ private:
     bool IsClocked() const { return m_isStarted && m_making.budget > 0 && m_making.rate > 0; }
     void DropPending();
     void RestartClock();
-    void Book(const ImageBatch& images, std::uint64_t maxPending);
-    void BookWithinBudget(ImageBatch images, std::uint64_t maxPending);
-    void Remember(const ImageBatch& images);
+    void Book(const SImageBatch& images, std::uint64_t maxPending);
+    void BookWithinBudget(SImageBatch images, std::uint64_t maxPending);
+    void Remember(const SImageBatch& images);
     Clock::time_point MadeAt(std::uint64_t number);
     void AdvanceClock(Clock::time_point now);
     Clock::time_point NextDue() const;
@@ -107,7 +107,7 @@ private:
     bool FrontIsReady();
     void LoseFront();
     bool WaitForImage(std::unique_lock<std::mutex>& lock, std::chrono::milliseconds timeout);
-    Stamp TakeFront();
+    SStamp TakeFront();
 
     IImageListener& m_listener;
     CImageFaults& m_faults;
@@ -117,7 +117,7 @@ private:
     CCondition m_changed;
     bool m_isStarted = false;
     bool m_isEnded = false;
-    ImageMaking m_making;
+    SImageMaking m_making;
     std::uint64_t m_run = 0; // counts starts and stops
     std::shared_ptr<const CTestPattern> m_pattern;
 
@@ -129,7 +129,7 @@ private:
     std::uint64_t m_lost = 0;
     std::uint64_t m_untaken = 0;
     // When the pending images were made, a ring that begins at m_firstBatch.
-    std::array<ImageBatch, kNumBatches> m_batches;
+    std::array<SImageBatch, kNumBatches> m_batches;
     std::size_t m_firstBatch = 0;
     std::size_t m_numBatches = 0;
 
@@ -137,7 +137,7 @@ private:
     bool m_isRepeat = false; // the front image is replaced by the one before
     Clock::time_point m_notBefore;
     bool m_hasLast = false;
-    Stamp m_last; // the image that was grabbed last
+    SStamp m_last; // the image that was grabbed last
 };
 
 } // namespace OptivoSim

@@ -26,13 +26,13 @@ void CRegisters::DefineShared(UInt64 address, const void* bytes, Size length) {
         {address, length, 0, EAccess::ReadOnly, static_cast<const std::uint8_t*>(bytes)});
 }
 
-const CRegisters::Block* CRegisters::Find(UInt64 address, Size length) const {
+const CRegisters::SBlock* CRegisters::Find(UInt64 address, Size length) const {
     auto next = std::upper_bound(m_blocks.begin(), m_blocks.end(), address,
-                                 [](UInt64 a, const Block& block) { return a < block.address; });
+                                 [](UInt64 a, const SBlock& block) { return a < block.address; });
     if (next == m_blocks.begin()) {
         return nullptr;
     }
-    const Block& block = *std::prev(next);
+    const SBlock& block = *std::prev(next);
     const UInt64 offset = address - block.address;
     return offset < block.length && length <= block.length - offset ? &block : nullptr;
 }
@@ -41,7 +41,7 @@ Int32 CRegisters::Read(UInt64 address, void* destination, const Size* size) cons
     if (destination == nullptr || size == nullptr) {
         return kInvalidParameter;
     }
-    const Block* const block = Find(address, *size);
+    const SBlock* const block = Find(address, *size);
     if (block == nullptr) {
         return kInvalidAddress;
     }
@@ -59,7 +59,7 @@ Int32 CRegisters::Write(UInt64 address, const void* source, const Size* size) {
     if (source == nullptr || size == nullptr) {
         return kInvalidParameter;
     }
-    const Block* const block = Find(address, *size);
+    const SBlock* const block = Find(address, *size);
     if (block == nullptr) {
         return kInvalidAddress;
     }
@@ -72,7 +72,7 @@ Int32 CRegisters::Write(UInt64 address, const void* source, const Size* size) {
 }
 
 void CRegisters::SetBytes(UInt64 address, const void* bytes, Size length) {
-    const Block* const block = Find(address, 1);
+    const SBlock* const block = Find(address, 1);
     if (block == nullptr) {
         return;
     }
@@ -81,7 +81,7 @@ void CRegisters::SetBytes(UInt64 address, const void* bytes, Size length) {
 }
 
 void CRegisters::SetText(UInt64 address, const std::string& text) {
-    const Block* const block = Find(address, 1);
+    const SBlock* const block = Find(address, 1);
     if (block == nullptr) {
         return;
     }

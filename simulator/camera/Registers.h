@@ -38,7 +38,7 @@ public:
     }
 
 private:
-    struct Block {
+    struct SBlock {
         UInt64 address;
         Size length;
         Size offset; // into m_bytes
@@ -46,10 +46,10 @@ private:
         const std::uint8_t* shared = nullptr; // in place of the bytes at the offset; not owned
     };
 
-    const Block* Find(UInt64 address, Size length) const;
+    const SBlock* Find(UInt64 address, Size length) const;
 
-    std::vector<Block> m_blocks; // sorted by address
-    mutable CMutex m_lock;       // guards m_bytes
+    std::vector<SBlock> m_blocks; // sorted by address
+    mutable CMutex m_lock;        // guards m_bytes
     std::vector<std::uint8_t> m_bytes;
 };
 

@@ -34,7 +34,7 @@ std::uint32_t BayerRGChannel(std::uint32_t x, std::uint32_t y) {
 // The values of a picture's pixels, from 0 to 255 before the brightness.
 class CPainter {
 public:
-    explicit CPainter(const Picture& picture) : m_picture(picture) {
+    explicit CPainter(const SPicture& picture) : m_picture(picture) {
         for (std::uint32_t value = 0; value < kNumValues; ++value) {
             const double shade = std::round(value * 257.0 * picture.brightness);
             m_shades[value] = static_cast<std::uint16_t>(std::min(shade, 65535.0));
@@ -97,13 +97,13 @@ private:
         return BarValue(x + y, channel);
     }
 
-    const Picture& m_picture;
+    const SPicture& m_picture;
     std::array<std::uint16_t, kNumValues> m_shades{};
 };
 
 } // namespace
 
-CTestPattern::CTestPattern(const Picture& picture)
+CTestPattern::CTestPattern(const SPicture& picture)
     : m_rowSize(picture.format.RowSize()),
       m_payloadSize(picture.format.PayloadSize()),
       m_bytes(m_payloadSize + m_rowSize * kPeriod) {

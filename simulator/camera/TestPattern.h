@@ -28,7 +28,7 @@ enum class ETestPattern : std::uint32_t {
     ColorBar = 5
 };
 
-struct ImageFormat {
+struct SImageFormat {
     EPixelFormat pixelFormat = EPixelFormat::Mono8;
     std::uint32_t width = 0;
     std::uint32_t height = 0;
@@ -44,12 +44,12 @@ struct ImageFormat {
         }
     }
     std::size_t PayloadSize() const { return RowSize() * height; }
-    bool operator==(const ImageFormat&) const = default;
+    bool operator==(const SImageFormat&) const = default;
 };
 
 // Everything that an image's pixels depend on.
-struct Picture {
-    ImageFormat format;
+struct SPicture {
+    SImageFormat format;
     std::uint32_t offsetX = 0; // of the image in the binned sensor
     std::uint32_t offsetY = 0;
     std::uint32_t binningX = 1;
@@ -57,7 +57,7 @@ struct Picture {
     ETestPattern pattern = ETestPattern::GreyDiagonalRampMoving;
     double brightness = 1; // what pixels are multiplied by; they end at white
 
-    bool operator==(const Picture&) const = default;
+    bool operator==(const SPicture&) const = default;
 };
 
 // At pixel (x, y) of the sensor, image n shows, of 256 values each (m is 2n times the vertical
@@ -73,7 +73,7 @@ struct Picture {
 // The first 32 bytes of an image are left to its stamp.
 class CTestPattern {
 public:
-    explicit CTestPattern(const Picture& picture);
+    explicit CTestPattern(const SPicture& picture);
 
     std::size_t PayloadSize() const { return m_payloadSize; }
     // Writes an image of PayloadSize() bytes, stamped with its number and time if it has room.

@@ -18,7 +18,7 @@ void CDeviceContents::Close() {
 }
 
 template <typename TWork, typename TClear>
-Int32 CCamDevice::PerformOpened(const CallShape& call, TWork&& work, TClear&& clear) {
+Int32 CCamDevice::PerformOpened(const SCallShape& call, TWork&& work, TClear&& clear) {
     return m_handle.Perform(
         call,
         [&](CDeviceContents& device) {
@@ -31,7 +31,7 @@ Int32 CCamDevice::PerformOpened(const CallShape& call, TWork&& work, TClear&& cl
 }
 
 template <typename TWork>
-Int32 CCamDevice::PerformOpened(const CallShape& call, TWork&& work) {
+Int32 CCamDevice::PerformOpened(const SCallShape& call, TWork&& work) {
     return PerformOpened(call, std::forward<TWork>(work), [] {});
 }
 

@@ -57,7 +57,7 @@ Int32 CInterfaceContents::OpenDevice(const char* name, Optivo::ICamDevice** devi
 }
 
 template <typename TWork, typename TClear>
-Int32 CCamInterface::PerformOpened(const CallShape& call, TWork&& work, TClear&& clear) {
+Int32 CCamInterface::PerformOpened(const SCallShape& call, TWork&& work, TClear&& clear) {
     return m_handle.Perform(
         call,
         [&](CInterfaceContents& contents) {
@@ -67,7 +67,7 @@ Int32 CCamInterface::PerformOpened(const CallShape& call, TWork&& work, TClear&&
 }
 
 template <typename TWork>
-Int32 CCamInterface::PerformOpened(const CallShape& call, TWork&& work) {
+Int32 CCamInterface::PerformOpened(const SCallShape& call, TWork&& work) {
     return PerformOpened(call, std::forward<TWork>(work), [] {});
 }
 

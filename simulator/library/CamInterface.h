@@ -54,9 +54,9 @@ public:
 private:
     // As the handle's Perform, but refused by an interface that is only described.
     template <typename TWork, typename TClear>
-    Int32 PerformOpened(const CallShape& call, TWork&& work, TClear&& clear);
+    Int32 PerformOpened(const SCallShape& call, TWork&& work, TClear&& clear);
     template <typename TWork>
-    Int32 PerformOpened(const CallShape& call, TWork&& work);
+    Int32 PerformOpened(const SCallShape& call, TWork&& work);
 
     CHandle<CInterfaceContents> m_handle;
 };

@@ -10,11 +10,11 @@ namespace OptivoSim {
 
 namespace {
 
-bool HasRoom(const CallShape& call) {
+bool HasRoom(const SCallShape& call) {
     return call.buffer != nullptr && call.size != nullptr && *call.size > 0;
 }
 
-void EmptyText(const CallShape& call) {
+void EmptyText(const SCallShape& call) {
     if (HasRoom(call)) {
         *static_cast<char*>(call.buffer) = '\0';
         *call.size = 1;
@@ -22,7 +22,7 @@ void EmptyText(const CallShape& call) {
 }
 
 // Bytes that no encoding of text has in this order, and that no reader can print.
-void FillWithNoText(const CallShape& call) {
+void FillWithNoText(const SCallShape& call) {
     if (!HasRoom(call)) {
         return;
     }
@@ -44,7 +44,7 @@ void ThrowGenericException() {
                                     "RuntimeException");
 }
 
-void BeginFault(const FaultVerdict& verdict, const CallShape& call) {
+void BeginFault(const SFaultVerdict& verdict, const SCallShape& call) {
     switch (verdict.kind) {
     case OPTIVO_FAULT_GENERIC_EXCEPTION:
         ThrowGenericException();

@@ -18,11 +18,11 @@ namespace OptivoSim {
 [[noreturn]] void ThrowGenericException();
 
 // What a fault does before the work: throws, waits, or spoils the outputs.
-void BeginFault(const FaultVerdict& verdict, const CallShape& call);
+void BeginFault(const SFaultVerdict& verdict, const SCallShape& call);
 
 // Does the work of a call as far as the planned faults let it. clear stores a null object.
 template <typename TWork, typename TClear>
-Int32 PerformCall(const CallShape& call, TWork&& work, TClear&& clear) {
+Int32 PerformCall(const SCallShape& call, TWork&& work, TClear&& clear) {
     CLibrary& library = CLibrary::Get();
     // Taken before the call is logged: whoever sees a hanging call counted can release it.
     const auto verdict = library.Faults().Take(call);
@@ -92,7 +92,7 @@ public:
 
     // work gets the contents and answers the call's result.
     template <typename TWork, typename TClear>
-    Int32 Perform(const CallShape& call, TWork&& work, TClear&& clear) const {
+    Int32 Perform(const SCallShape& call, TWork&& work, TClear&& clear) const {
         const std::shared_ptr<TContents> contents = Hold();
         if (contents == nullptr) {
             CLibrary::Get().Calls().Record(call);
@@ -103,14 +103,14 @@ public:
     }
 
     template <typename TWork>
-    Int32 Perform(const CallShape& call, TWork&& work) const {
+    Int32 Perform(const SCallShape& call, TWork&& work) const {
         return Perform(call, std::forward<TWork>(work), [] {});
     }
 
     // Ends the contents by their Close and notes it in the pool, once.
     template <typename TPool>
     Int32 Close(OptivoOperation operation, TPool& pool) {
-        const CallShape call{.operation = operation};
+        const SCallShape call{.operation = operation};
         const std::shared_ptr<TContents> contents = Hold();
         if (contents == nullptr) {
             CLibrary::Get().Calls().Record(call);
@@ -121,7 +121,7 @@ public:
     }
 
 private:
-    static CallShape Named(CallShape call, const TContents& contents) {
+    static SCallShape Named(SCallShape call, const TContents& contents) {
         call.object = contents.ObjectName();
         return call;
     }

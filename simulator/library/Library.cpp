@@ -23,7 +23,7 @@ Int32 CLibrary::NoteUseAfterClose() {
     return kInvalidHandle;
 }
 
-void CLibrary::MakeWorld(const WorldPlan& plan, bool hasWorld) {
+void CLibrary::MakeWorld(const SWorldPlan& plan, bool hasWorld) {
     const std::lock_guard lock(m_worldLock);
     m_world.Make(plan);
     m_faults.Replace(plan.faults);
@@ -31,8 +31,8 @@ void CLibrary::MakeWorld(const WorldPlan& plan, bool hasWorld) {
     m_hasWorld = hasWorld;
 }
 
-bool CLibrary::LoadWorld(std::string_view text, TextError& error) {
-    WorldPlan plan;
+bool CLibrary::LoadWorld(std::string_view text, STextError& error) {
+    SWorldPlan plan;
     if (!ParseWorld(text, plan, error)) {
         return false;
     }

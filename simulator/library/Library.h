@@ -45,18 +45,18 @@ public:
     bool HasWorld() const { return m_hasWorld; }
     void Reset();
     // Replaces world and faults by those of a text; false, with the error, changes nothing.
-    bool LoadWorld(std::string_view text, TextError& error);
+    bool LoadWorld(std::string_view text, STextError& error);
 
 private:
     CLibrary();
 
-    void MakeWorld(const WorldPlan& plan, bool hasWorld);
+    void MakeWorld(const SWorldPlan& plan, bool hasWorld);
 
     CCallLog m_calls;
     CFaults m_faults;
     CWorld m_world;
-    CMutex m_worldLock;     // of those who replace the world
-    WorldPlan m_firstWorld; // that the library began with; fixed from construction on
+    CMutex m_worldLock;      // of those who replace the world
+    SWorldPlan m_firstWorld; // that the library began with; fixed from construction on
     std::atomic<std::uint64_t> m_numDoubleCloses{0};
     std::atomic<std::uint64_t> m_numUsesAfterClose{0};
     std::atomic<void (*)()> m_grabObserver{nullptr};

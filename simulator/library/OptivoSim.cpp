@@ -70,7 +70,7 @@ void OptivoSim_AddFaultWhere(const OptivoFault* fault, const OptivoFaultConditio
     if (fault == nullptr) {
         return;
     }
-    OptivoSim::FaultPlan plan;
+    OptivoSim::SFaultPlan plan;
     plan.fault = *fault;
     if (condition != nullptr) {
         plan.object = TextOf(condition->object);
@@ -117,7 +117,7 @@ void OptivoSim_RemoveAll(void) {
 }
 
 int OptivoSim_LoadWorld(const char* json, char* error, size_t capacity) {
-    OptivoSim::TextError problem;
+    OptivoSim::STextError problem;
     bool isLoaded = false;
     try {
         isLoaded = CLibrary::Get().LoadWorld(json != nullptr ? json : "", problem);

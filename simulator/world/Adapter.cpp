@@ -9,7 +9,7 @@
 
 namespace OptivoSim {
 
-CAdapter::CAdapter(const InterfacePlan& plan)
+CAdapter::CAdapter(const SInterfacePlan& plan)
     : m_name(plan.name), m_prefix(plan.prefix), m_tlType(plan.tlType), m_discovery(plan.discovery) {
     using namespace InterfaceAddress;
     const std::string_view xml = InterfaceXml();
@@ -21,7 +21,7 @@ CAdapter::CAdapter(const InterfacePlan& plan)
     m_registers.DefineShared(kXml, xml.data(), (xml.size() + 3) / 4 * 4);
     m_registers.SetText(kInterfaceId, m_name);
     m_registers.SetNumber(kDeviceUpdateTimeout, UInt32{1000});
-    for (const CameraPlan& camera : plan.cameras) {
+    for (const SCameraPlan& camera : plan.cameras) {
         AddCamera(camera);
     }
 }
@@ -40,7 +40,7 @@ std::shared_ptr<CCamera> CAdapter::FindCamera(const std::string& name) const {
     return found != m_firstByName.end() ? found->second : nullptr;
 }
 
-bool CAdapter::AddCamera(const CameraPlan& plan, bool mayRepeat) {
+bool CAdapter::AddCamera(const SCameraPlan& plan, bool mayRepeat) {
     auto camera = std::make_shared<CCamera>(plan.model);
     const std::lock_guard lock(m_lock);
     const bool isNew = m_firstByName.try_emplace(camera->Name(), camera).second;
@@ -52,7 +52,7 @@ bool CAdapter::AddCamera(const CameraPlan& plan, bool mayRepeat) {
 }
 
 bool CAdapter::RemoveCamera(const std::string& name) {
-    const auto isNamed = [&](const Attached& attached) { return attached.camera->Name() == name; };
+    const auto isNamed = [&](const SAttached& attached) { return attached.camera->Name() == name; };
     const std::lock_guard lock(m_lock);
     if (m_firstByName.erase(name) == 0) {
         return false;
@@ -78,7 +78,7 @@ bool CAdapter::IsFound(const Discovery& discovery, std::uint64_t update) {
 std::vector<std::string> CAdapter::NextNames() {
     std::vector<std::string> names;
     const std::lock_guard lock(m_lock);
-    for (const Attached& attached : m_cameras) {
+    for (const SAttached& attached : m_cameras) {
         if (attached.camera->IsPlugged() && IsFound(attached.discovery, m_numUpdates)) {
             names.push_back(attached.camera->Name());
         }

@@ -19,7 +19,7 @@ namespace OptivoSim {
 class CAdapter {
 public:
     // With the interface's cameras.
-    explicit CAdapter(const InterfacePlan& plan);
+    explicit CAdapter(const SInterfacePlan& plan);
 
     const std::string& Name() const { return m_name; }
     // The prefix in upper case, "::" and the name.
@@ -31,7 +31,7 @@ public:
     // The first of that name, or null.
     std::shared_ptr<CCamera> FindCamera(const std::string& name) const;
     // False for a name that is there already, unless it may repeat.
-    bool AddCamera(const CameraPlan& plan, bool mayRepeat = false);
+    bool AddCamera(const SCameraPlan& plan, bool mayRepeat = false);
     bool RemoveCamera(const std::string& name);
     void RemoveCameras();
 
@@ -44,7 +44,7 @@ public:
     Int32 WritePort(UInt64 address, const void* source, const Size* size);
 
 private:
-    struct Attached {
+    struct SAttached {
         std::shared_ptr<CCamera> camera;
         Discovery discovery;
     };
@@ -60,7 +60,7 @@ private:
     CRegisters m_registers;
 
     mutable CMutex m_lock;
-    std::vector<Attached> m_cameras;
+    std::vector<SAttached> m_cameras;
     std::unordered_map<std::string, std::shared_ptr<CCamera>> m_firstByName;
     std::uint64_t m_numUpdates = 0;
 };

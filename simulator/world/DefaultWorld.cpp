@@ -39,17 +39,17 @@ constexpr char kText[] = R"({
   ]
 })";
 
-const WorldPlan* MakePlan() {
-    auto plan = std::make_unique<WorldPlan>();
-    TextError error;
+const SWorldPlan* MakePlan() {
+    auto plan = std::make_unique<SWorldPlan>();
+    STextError error;
     ParseWorld(kText, *plan, error); // sound, as every test sees
     return plan.release();
 }
 
 } // namespace
 
-const WorldPlan& DefaultWorld() {
-    static const WorldPlan* const plan = MakePlan();
+const SWorldPlan& DefaultWorld() {
+    static const SWorldPlan* const plan = MakePlan();
     return *plan;
 }
 

@@ -6,6 +6,6 @@
 namespace OptivoSim {
 
 // Two interfaces with three cameras; made by the first call, and never destroyed.
-const WorldPlan& DefaultWorld();
+const SWorldPlan& DefaultWorld();
 
 } // namespace OptivoSim

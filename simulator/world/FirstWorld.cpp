@@ -24,7 +24,7 @@ bool ReadFile(const char* path, std::string& text) {
     return file.eof();
 }
 
-bool ReadWorldFile(const char* path, WorldPlan& plan, TextError& error) {
+bool ReadWorldFile(const char* path, SWorldPlan& plan, STextError& error) {
     std::string text;
     if (!ReadFile(path, text)) {
         error.reason = "the file cannot be read";
@@ -35,13 +35,13 @@ bool ReadWorldFile(const char* path, WorldPlan& plan, TextError& error) {
 
 } // namespace
 
-bool ReadFirstWorld(WorldPlan& plan) {
+bool ReadFirstWorld(SWorldPlan& plan) {
     const char* const path = std::getenv("OPTIVO_SIM_CONFIG");
     if (path == nullptr || *path == '\0') {
         plan = DefaultWorld();
         return true;
     }
-    TextError error;
+    STextError error;
     if (ReadWorldFile(path, plan, error)) {
         return true;
     }

@@ -8,6 +8,6 @@ namespace OptivoSim {
 
 // False when the file that the environment variable OPTIVO_SIM_CONFIG names cannot be read or
 // describes no world; standard error then tells why, and the plan is empty.
-bool ReadFirstWorld(WorldPlan& plan);
+bool ReadFirstWorld(SWorldPlan& plan);
 
 } // namespace OptivoSim

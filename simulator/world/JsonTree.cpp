@@ -62,7 +62,7 @@ std::string Printable(const std::string& reason) {
 // Builds the tree while the parser reads.
 class CTreeBuilder : public Json::json_sax_t {
 public:
-    CTreeBuilder(std::string_view text, JsonNode& root, TextError& error)
+    CTreeBuilder(std::string_view text, SJsonNode& root, STextError& error)
         : m_text(text), m_root(root), m_error(error) {}
 
     std::size_t* NumRead() { return &m_numRead; }
@@ -109,8 +109,8 @@ private:
         return std::min(m_text.find_first_not_of(" \t\r\n,:", m_end), m_text.size());
     }
 
-    JsonNode& Add(EJson kind) {
-        JsonNode& node = m_open.empty() ? m_root : m_open.back()->children.emplace_back();
+    SJsonNode& Add(EJson kind) {
+        SJsonNode& node = m_open.empty() ? m_root : m_open.back()->children.emplace_back();
         node.kind = kind;
         node.offset = NextToken();
         node.key = std::exchange(m_key, {});
@@ -119,7 +119,7 @@ private:
     }
 
     bool AddInteger(std::uint64_t magnitude, bool isNegative) {
-        JsonNode& node = Add(EJson::Integer);
+        SJsonNode& node = Add(EJson::Integer);
         node.magnitude = magnitude;
         node.isNegative = isNegative;
         node.number = isNegative ? -static_cast<double>(magnitude) : static_cast<double>(magnitude);
@@ -127,7 +127,7 @@ private:
     }
 
     bool Enter(EJson kind) {
-        JsonNode& node = Add(kind);
+        SJsonNode& node = Add(kind);
         if (m_open.size() == kMaxDepth) {
             m_error = ErrorAt(m_text, node.offset, "nested too deeply");
             return false;
@@ -144,12 +144,12 @@ private:
     }
 
     std::string_view m_text;
-    JsonNode& m_root;
-    TextError& m_error;
+    SJsonNode& m_root;
+    STextError& m_error;
     std::size_t m_numRead = 0;
     std::size_t m_end = 0; // of the token before
     std::string m_key;
-    std::vector<JsonNode*> m_open; // containers, the innermost last
+    std::vector<SJsonNode*> m_open; // containers, the innermost last
 };
 
 std::string Escaped(const std::string& key) {
@@ -166,12 +166,12 @@ std::string Escaped(const std::string& key) {
     return escaped;
 }
 
-bool FindPointer(const JsonNode& at, const JsonNode& wanted, std::string& pointer) {
+bool FindPointer(const SJsonNode& at, const SJsonNode& wanted, std::string& pointer) {
     if (&at == &wanted) {
         return true;
     }
     for (std::size_t i = 0; i < at.children.size(); ++i) {
-        const JsonNode& child = at.children[i];
+        const SJsonNode& child = at.children[i];
         if (FindPointer(child, wanted, pointer)) {
             const std::string own =
                 at.kind == EJson::Array ? std::to_string(i) : Escaped(child.key);
@@ -184,11 +184,11 @@ bool FindPointer(const JsonNode& at, const JsonNode& wanted, std::string& pointe
 
 } // namespace
 
-std::string TextError::Message() const {
+std::string STextError::Message() const {
     return std::to_string(line) + ":" + std::to_string(column) + ": " + reason;
 }
 
-TextError ErrorAt(std::string_view text, std::size_t offset, const std::string& reason) {
+STextError ErrorAt(std::string_view text, std::size_t offset, const std::string& reason) {
     const std::string_view before = text.substr(0, std::min(offset, text.size()));
     const std::size_t newline = before.rfind('\n');
     const std::size_t lineStart = newline != std::string_view::npos ? newline + 1 : 0;
@@ -197,7 +197,7 @@ TextError ErrorAt(std::string_view text, std::size_t offset, const std::string& 
             Printable(reason)};
 }
 
-bool ParseJson(std::string_view text, JsonNode& root, TextError& error) {
+bool ParseJson(std::string_view text, SJsonNode& root, STextError& error) {
     root = {};
     CTreeBuilder builder(text, root, error);
     const CByteIterator first(text.data(), builder.NumRead());
@@ -205,7 +205,7 @@ bool ParseJson(std::string_view text, JsonNode& root, TextError& error) {
     return Json::sax_parse(first, last, &builder);
 }
 
-std::string PointerTo(const JsonNode& root, const JsonNode& node) {
+std::string PointerTo(const SJsonNode& root, const SJsonNode& node) {
     std::string pointer;
     FindPointer(root, node, pointer);
     return pointer;

@@ -11,12 +11,12 @@ constexpr std::size_t kMaxText = 4095;
 constexpr std::size_t kMaxDiscovery = 1000;
 
 template <typename TInteger>
-[[noreturn]] void RefuseInteger(const JsonNode& node, TInteger least, TInteger most) {
-    throw ValueError{&node, "must be an integer from " + std::to_string(least) + " to " +
-                                std::to_string(most)};
+[[noreturn]] void RefuseInteger(const SJsonNode& node, TInteger least, TInteger most) {
+    throw SValueError{&node, "must be an integer from " + std::to_string(least) + " to " +
+                                 std::to_string(most)};
 }
 
-std::uint64_t Unsigned(const JsonNode& node, std::uint64_t least, std::uint64_t most) {
+std::uint64_t Unsigned(const SJsonNode& node, std::uint64_t least, std::uint64_t most) {
     if (node.kind != EJson::Integer || node.isNegative || node.magnitude < least ||
         node.magnitude > most) {
         RefuseInteger(node, least, most);
@@ -36,14 +36,14 @@ std::string Plain(double value) {
 
 } // namespace
 
-CObjectReader::CObjectReader(const JsonNode& object)
+CObjectReader::CObjectReader(const SJsonNode& object)
     : m_object(object), m_isRead(object.children.size()) {
     if (object.kind != EJson::Object) {
-        throw ValueError{&object, "must be an object"};
+        throw SValueError{&object, "must be an object"};
     }
 }
 
-const JsonNode* CObjectReader::Find(const char* key) {
+const SJsonNode* CObjectReader::Find(const char* key) {
     for (std::size_t i = 0; i < m_object.children.size(); ++i) {
         if (m_object.children[i].key == key) {
             m_isRead[i] = true;
@@ -53,74 +53,74 @@ const JsonNode* CObjectReader::Find(const char* key) {
     return nullptr;
 }
 
-const JsonNode& CObjectReader::Require(const char* key) {
-    if (const JsonNode* const node = Find(key)) {
+const SJsonNode& CObjectReader::Require(const char* key) {
+    if (const SJsonNode* const node = Find(key)) {
         return *node;
     }
-    throw ValueError{&m_object, std::string("has no member ") + key};
+    throw SValueError{&m_object, std::string("has no member ") + key};
 }
 
-const std::string& CObjectReader::Text(const JsonNode& node) {
+const std::string& CObjectReader::Text(const SJsonNode& node) {
     if (node.kind != EJson::Text) {
-        throw ValueError{&node, "must be a text"};
+        throw SValueError{&node, "must be a text"};
     }
     if (node.text.find('\0') != std::string::npos) {
-        throw ValueError{&node, "must not contain \\u0000"};
+        throw SValueError{&node, "must not contain \\u0000"};
     }
     if (node.text.size() > kMaxText) {
-        throw ValueError{&node, "must have at most " + std::to_string(kMaxText) + " bytes"};
+        throw SValueError{&node, "must have at most " + std::to_string(kMaxText) + " bytes"};
     }
     return node.text;
 }
 
 void CObjectReader::Read(const char* key, std::string& value) {
-    if (const JsonNode* const node = Find(key)) {
+    if (const SJsonNode* const node = Find(key)) {
         value = Text(*node);
     }
 }
 
 void CObjectReader::ReadName(const char* key, std::string& value) {
-    const JsonNode* const node = Find(key);
+    const SJsonNode* const node = Find(key);
     if (node == nullptr) {
         return;
     }
     value = Text(*node);
     if (value.empty()) {
-        throw ValueError{node, "must not be empty"};
+        throw SValueError{node, "must not be empty"};
     }
 }
 
 void CObjectReader::Read(const char* key, double& value, double most) {
-    const JsonNode* const node = Find(key);
+    const SJsonNode* const node = Find(key);
     if (node == nullptr) {
         return;
     }
     const bool isNumber = node->kind == EJson::Integer || node->kind == EJson::Number;
     if (!isNumber || node->number < 0 || node->number > most) {
-        throw ValueError{node, "must be a number from 0 to " + Plain(most)};
+        throw SValueError{node, "must be a number from 0 to " + Plain(most)};
     }
     value = node->number;
 }
 
 void CObjectReader::Read(const char* key, std::vector<bool>& value) {
-    const JsonNode* const node = Find(key);
+    const SJsonNode* const node = Find(key);
     if (node == nullptr) {
         return;
     }
     const auto& elements = Elements(key, kMaxDiscovery);
-    const auto isBoolean = [](const JsonNode& child) { return child.kind == EJson::Boolean; };
+    const auto isBoolean = [](const SJsonNode& child) { return child.kind == EJson::Boolean; };
     if (elements.empty() || !std::all_of(elements.begin(), elements.end(), isBoolean)) {
-        throw ValueError{node, "must be a list of true and false, and not empty"};
+        throw SValueError{node, "must be a list of true and false, and not empty"};
     }
     value.clear();
-    for (const JsonNode& element : elements) {
+    for (const SJsonNode& element : elements) {
         value.push_back(element.boolean);
     }
 }
 
 void CObjectReader::Read(const char* key, std::int32_t& value) {
     using Limits = std::numeric_limits<std::int32_t>;
-    const JsonNode* const node = Find(key);
+    const SJsonNode* const node = Find(key);
     if (node == nullptr) {
         return;
     }
@@ -133,28 +133,28 @@ void CObjectReader::Read(const char* key, std::int32_t& value) {
 
 void CObjectReader::Read(const char* key, std::uint32_t& value, std::uint32_t least,
                          std::uint32_t most) {
-    if (const JsonNode* const node = Find(key)) {
+    if (const SJsonNode* const node = Find(key)) {
         value = static_cast<std::uint32_t>(Unsigned(*node, least, most));
     }
 }
 
 void CObjectReader::Read(const char* key, std::uint64_t& value) {
-    if (const JsonNode* const node = Find(key)) {
+    if (const SJsonNode* const node = Find(key)) {
         value = Unsigned(*node, 0, UINT64_MAX);
     }
 }
 
-const std::vector<JsonNode>& CObjectReader::Elements(const char* key, std::size_t most) {
-    static const auto* const none = new std::vector<JsonNode>;
-    const JsonNode* const node = Find(key);
+const std::vector<SJsonNode>& CObjectReader::Elements(const char* key, std::size_t most) {
+    static const auto* const none = new std::vector<SJsonNode>;
+    const SJsonNode* const node = Find(key);
     if (node == nullptr) {
         return *none;
     }
     if (node->kind != EJson::Array) {
-        throw ValueError{node, "must be a list"};
+        throw SValueError{node, "must be a list"};
     }
     if (node->children.size() > most) {
-        throw ValueError{node, "must have at most " + std::to_string(most) + " elements"};
+        throw SValueError{node, "must have at most " + std::to_string(most) + " elements"};
     }
     return node->children;
 }
@@ -164,13 +164,13 @@ void CObjectReader::Finish() const {
         if (m_isRead[i]) {
             continue;
         }
-        const JsonNode& child = m_object.children[i];
+        const SJsonNode& child = m_object.children[i];
         for (std::size_t before = 0; before < i; ++before) {
             if (m_object.children[before].key == child.key) {
-                throw ValueError{&child, "is given twice"};
+                throw SValueError{&child, "is given twice"};
             }
         }
-        throw ValueError{&child, "is no member that is known"};
+        throw SValueError{&child, "is no member that is known"};
     }
 }
 

@@ -12,19 +12,19 @@
 namespace OptivoSim {
 
 // A value that cannot be: thrown, and reported with its place by whoever holds the whole text.
-struct ValueError {
-    const JsonNode* node; // not owned
+struct SValueError {
+    const SJsonNode* node; // not owned
     std::string reason;
 };
 
-// Every function throws ValueError; a variable whose member is not there keeps its value.
+// Every function throws SValueError; a variable whose member is not there keeps its value.
 class CObjectReader {
 public:
-    explicit CObjectReader(const JsonNode& object);
+    explicit CObjectReader(const SJsonNode& object);
 
     // Null when it is not there.
-    const JsonNode* Find(const char* key);
-    const JsonNode& Require(const char* key);
+    const SJsonNode* Find(const char* key);
+    const SJsonNode& Require(const char* key);
 
     // Not long, as many cameras may share it, and without zeros, as texts end with one.
     void Read(const char* key, std::string& value);
@@ -39,21 +39,21 @@ public:
     void Read(const char* key, TValue& value, const NamedValues<TValue>& names);
 
     // The elements of an array; none when it is not there.
-    const std::vector<JsonNode>& Elements(const char* key, std::size_t most = SIZE_MAX);
+    const std::vector<SJsonNode>& Elements(const char* key, std::size_t most = SIZE_MAX);
 
     // Refuses members that nobody has asked for.
     void Finish() const;
 
 private:
-    static const std::string& Text(const JsonNode& node);
+    static const std::string& Text(const SJsonNode& node);
 
-    const JsonNode& m_object;
+    const SJsonNode& m_object;
     std::vector<bool> m_isRead; // by child
 };
 
 template <typename TValue>
 void CObjectReader::Read(const char* key, TValue& value, const NamedValues<TValue>& names) {
-    const JsonNode* const node = Find(key);
+    const SJsonNode* const node = Find(key);
     if (node == nullptr) {
         return;
     }
@@ -65,7 +65,7 @@ void CObjectReader::Read(const char* key, TValue& value, const NamedValues<TValu
         }
         known += (known.empty() ? "" : ", ") + name;
     }
-    throw ValueError{node, "must be one of " + known};
+    throw SValueError{node, "must be one of " + known};
 }
 
 } // namespace OptivoSim

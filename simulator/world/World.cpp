@@ -7,9 +7,9 @@
 
 namespace OptivoSim {
 
-void CWorld::Make(const WorldPlan& plan) {
+void CWorld::Make(const SWorldPlan& plan) {
     Adapters interfaces;
-    for (const InterfacePlan& interfacePlan : plan.interfaces) {
+    for (const SInterfacePlan& interfacePlan : plan.interfaces) {
         interfaces.push_back(std::make_shared<CAdapter>(interfacePlan));
     }
     Replace(std::move(interfaces));
@@ -73,7 +73,7 @@ std::shared_ptr<CCamera> CWorld::FindCamera(const std::string& name) const {
 
 bool CWorld::AddInterface(const std::string& name, const std::string& prefix,
                           const std::string& tlType) {
-    auto added = std::make_shared<CAdapter>(InterfacePlan{name, prefix, tlType, {}, {}});
+    auto added = std::make_shared<CAdapter>(SInterfacePlan{name, prefix, tlType, {}, {}});
     const std::lock_guard lock(m_lock);
     for (const auto& adapter : m_interfaces) {
         if (adapter->Name() == name) {
@@ -103,7 +103,7 @@ bool CWorld::AddCamera(const std::string& interfaceName, const std::string& name
     if (adapter == nullptr) {
         return false;
     }
-    CameraPlan camera = DefaultWorld().interfaces.front().cameras.front();
+    SCameraPlan camera = DefaultWorld().interfaces.front().cameras.front();
     camera.model.name = name;
     camera.model.serialNumber = serialNumber;
     return adapter->AddCamera(camera, mayRepeat);

@@ -18,7 +18,7 @@ namespace OptivoSim {
 class CWorld {
 public:
     // Replaces everything by what the plan says, made anew.
-    void Make(const WorldPlan& plan);
+    void Make(const SWorldPlan& plan);
     void RemoveAll();
 
     // The interface names as an update finds them.

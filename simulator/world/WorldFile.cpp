@@ -24,7 +24,7 @@ double ReadProbability(CObjectReader& reader) {
     return probability;
 }
 
-OptivoImageFault ReadImageFault(const JsonNode& node) {
+OptivoImageFault ReadImageFault(const SJsonNode& node) {
     CObjectReader reader(node);
     reader.Require("kind");
     OptivoImageFault fault{};
@@ -39,10 +39,10 @@ OptivoImageFault ReadImageFault(const JsonNode& node) {
     return fault;
 }
 
-EventBurst ReadEventBurst(const JsonNode& node) {
+SEventBurst ReadEventBurst(const SJsonNode& node) {
     CObjectReader reader(node);
     reader.Require("eventId");
-    EventBurst burst;
+    SEventBurst burst;
     reader.Read("eventId", burst.eventId);
     reader.Read("value", burst.value);
     burst.count = 1;
@@ -52,7 +52,7 @@ EventBurst ReadEventBurst(const JsonNode& node) {
     return burst;
 }
 
-void ReadFormat(CObjectReader& reader, CameraModel& model) {
+void ReadFormat(CObjectReader& reader, SCameraModel& model) {
     model.format = {EPixelFormat::Mono8, 640, 480};
     reader.Read("pixelFormat", model.format.pixelFormat, PixelFormatNames());
     reader.Read("width", model.format.width, 1, kMaxExtent);
@@ -65,7 +65,7 @@ void ReadFormat(CObjectReader& reader, CameraModel& model) {
     reader.Read("frameRate", model.frameRate, kMaxFrameRate);
 }
 
-void ReadDescription(CObjectReader& reader, CameraModel& model) {
+void ReadDescription(CObjectReader& reader, SCameraModel& model) {
     model.vendor = "Norvel";
     model.model = "G640M";
     model.version = "1.0.0";
@@ -81,11 +81,11 @@ void ReadDescription(CObjectReader& reader, CameraModel& model) {
     reader.Read("numStreams", model.numStreams);
 }
 
-void ReadMishaps(CObjectReader& reader, CameraModel& model) {
-    for (const JsonNode& fault : reader.Elements("imageFaults", kMaxMishaps)) {
+void ReadMishaps(CObjectReader& reader, SCameraModel& model) {
+    for (const SJsonNode& fault : reader.Elements("imageFaults", kMaxMishaps)) {
         model.imageFaults.push_back(ReadImageFault(fault));
     }
-    for (const JsonNode& burst : reader.Elements("eventBursts", kMaxMishaps)) {
+    for (const SJsonNode& burst : reader.Elements("eventBursts", kMaxMishaps)) {
         model.eventBursts.push_back(ReadEventBurst(burst));
     }
     reader.Read("unplugAfterImages", model.unplugAfterImages);
@@ -103,21 +103,21 @@ std::string CountedUp(const std::string& serialNumber, std::uint64_t steps) {
     return std::string(width - number.size(), '0') + number;
 }
 
-void NameByParts(CameraModel& model) {
+void NameByParts(SCameraModel& model) {
     model.name = model.vendor + "-" + model.model + "-" + model.serialNumber;
 }
 
 // Reads one world; the names that it has met so far must not come again.
 class CWorldReader {
 public:
-    WorldPlan Read(const JsonNode& root) {
+    SWorldPlan Read(const SJsonNode& root) {
         CObjectReader reader(root);
         reader.Find("$schema");
-        WorldPlan plan;
-        for (const JsonNode& node : reader.Elements("interfaces")) {
+        SWorldPlan plan;
+        for (const SJsonNode& node : reader.Elements("interfaces")) {
             plan.interfaces.push_back(ReadInterface(node));
         }
-        for (const JsonNode& node : reader.Elements("faults")) {
+        for (const SJsonNode& node : reader.Elements("faults")) {
             plan.faults.push_back(ReadFault(node));
         }
         reader.Finish();
@@ -125,9 +125,9 @@ public:
     }
 
 private:
-    InterfacePlan ReadInterface(const JsonNode& node) {
+    SInterfacePlan ReadInterface(const SJsonNode& node) {
         CObjectReader reader(node);
-        InterfacePlan plan;
+        SInterfacePlan plan;
         plan.name = "net" + std::to_string(m_interfaceNames.size());
         plan.tlType = "GEV";
         reader.ReadName("name", plan.name);
@@ -136,26 +136,26 @@ private:
         reader.Read("prefix", plan.prefix);
         reader.Read("discovery", plan.discovery);
         if (!m_interfaceNames.insert(plan.name).second) {
-            throw ValueError{&node, "has the name of an interface before it: " + plan.name};
+            throw SValueError{&node, "has the name of an interface before it: " + plan.name};
         }
-        for (const JsonNode& camera : reader.Elements("cameras")) {
+        for (const SJsonNode& camera : reader.Elements("cameras")) {
             ReadCameras(camera, plan);
         }
         reader.Finish();
         return plan;
     }
 
-    void ReadCameras(const JsonNode& node, InterfacePlan& parent) {
+    void ReadCameras(const SJsonNode& node, SInterfacePlan& parent) {
         CObjectReader reader(node);
-        CameraPlan plan;
-        CameraModel& model = plan.model;
+        SCameraPlan plan;
+        SCameraModel& model = plan.model;
         model.tlType = parent.tlType;
         model.serialNumber = std::to_string(kFirstSerialNumber + m_cameraNames.size());
         ReadDescription(reader, model);
         ReadFormat(reader, model);
         ReadMishaps(reader, model);
         reader.Read("discovery", plan.discovery);
-        const JsonNode* const count = reader.Find("count");
+        const SJsonNode* const count = reader.Find("count");
         if (count == nullptr) {
             NameByParts(model);
             reader.ReadName("name", model.name);
@@ -165,12 +165,12 @@ private:
         }
         std::uint32_t number = 0;
         reader.Read("count", number, 1, kMaxCameras);
-        if (const JsonNode* const name = reader.Find("name")) {
-            throw ValueError{name,
-                             "is made of vendor, model and serial number where there is a count"};
+        if (const SJsonNode* const name = reader.Find("name")) {
+            throw SValueError{name,
+                              "is made of vendor, model and serial number where there is a count"};
         }
         if (!IsDecimal(model.serialNumber)) {
-            throw ValueError{
+            throw SValueError{
                 reader.Find("serialNumber"),
                 "must be a decimal number of at most 18 digits where there is a count"};
         }
@@ -178,10 +178,10 @@ private:
         AddCounted(node, parent, plan, number);
     }
 
-    void AddCounted(const JsonNode& node, InterfacePlan& parent, const CameraPlan& first,
+    void AddCounted(const SJsonNode& node, SInterfacePlan& parent, const SCameraPlan& first,
                     std::uint32_t number) {
         for (std::uint32_t i = 0; i < number; ++i) {
-            CameraPlan plan = first;
+            SCameraPlan plan = first;
             plan.model.serialNumber = CountedUp(first.model.serialNumber, i);
             if (!plan.model.userDefinedName.empty()) {
                 plan.model.userDefinedName += plan.model.serialNumber;
@@ -191,20 +191,20 @@ private:
         }
     }
 
-    void AddCamera(const JsonNode& node, InterfacePlan& parent, CameraPlan&& plan) {
+    void AddCamera(const SJsonNode& node, SInterfacePlan& parent, SCameraPlan&& plan) {
         if (m_cameraNames.size() == kMaxCameras) {
-            throw ValueError{&node, "is beyond the 20000 cameras that a world may have"};
+            throw SValueError{&node, "is beyond the 20000 cameras that a world may have"};
         }
         if (!m_cameraNames.insert(plan.model.name).second) {
-            throw ValueError{&node, "has the name of a camera before it: " + plan.model.name};
+            throw SValueError{&node, "has the name of a camera before it: " + plan.model.name};
         }
         parent.cameras.push_back(std::move(plan));
     }
 
-    FaultPlan ReadFault(const JsonNode& node) const {
+    SFaultPlan ReadFault(const SJsonNode& node) const {
         CObjectReader reader(node);
         reader.Require("operation");
-        FaultPlan plan;
+        SFaultPlan plan;
         OptivoFault& fault = plan.fault;
         reader.Read("operation", fault.operation, OperationNames());
         reader.Read("kind", fault.kind, FaultKindNames());
@@ -218,7 +218,7 @@ private:
         fault.count = OPTIVO_FOREVER;
         reader.Read("count", fault.count, 1);
         reader.ReadName("object", plan.object);
-        if (const JsonNode* const object = reader.Find("object")) {
+        if (const SJsonNode* const object = reader.Find("object")) {
             CheckObject(*object);
         }
         plan.probability = ReadProbability(reader);
@@ -228,9 +228,9 @@ private:
     }
 
     // A fault that waits for what does not exist is a slip of the pen.
-    void CheckObject(const JsonNode& object) const {
+    void CheckObject(const SJsonNode& object) const {
         if (!m_interfaceNames.contains(object.text) && !m_cameraNames.contains(object.text)) {
-            throw ValueError{&object, "must name an interface or a camera of this world"};
+            throw SValueError{&object, "must name an interface or a camera of this world"};
         }
     }
 
@@ -238,20 +238,20 @@ private:
     std::set<std::string> m_cameraNames;
 };
 
-TextError ErrorOf(std::string_view text, const JsonNode& root, const ValueError& problem) {
+STextError ErrorOf(std::string_view text, const SJsonNode& root, const SValueError& problem) {
     const std::string pointer = PointerTo(root, *problem.node);
     const std::string subject = pointer.empty() ? "the world" : pointer;
     return ErrorAt(text, problem.node->offset, subject + " " + problem.reason);
 }
 
-bool ParseWorldOrThrow(std::string_view text, WorldPlan& plan, TextError& error) {
-    JsonNode root;
+bool ParseWorldOrThrow(std::string_view text, SWorldPlan& plan, STextError& error) {
+    SJsonNode root;
     if (!ParseJson(text, root, error)) {
         return false;
     }
     try {
         plan = CWorldReader().Read(root);
-    } catch (const ValueError& problem) {
+    } catch (const SValueError& problem) {
         error = ErrorOf(text, root, problem);
         return false;
     }
@@ -260,7 +260,7 @@ bool ParseWorldOrThrow(std::string_view text, WorldPlan& plan, TextError& error)
 
 } // namespace
 
-bool ParseWorld(std::string_view text, WorldPlan& plan, TextError& error) noexcept {
+bool ParseWorld(std::string_view text, SWorldPlan& plan, STextError& error) noexcept {
     try {
         return ParseWorldOrThrow(text, plan, error);
     } catch (const std::exception&) {

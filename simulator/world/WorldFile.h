@@ -15,25 +15,25 @@ namespace OptivoSim {
 // Whether the 1st, 2nd, ... update of a list finds something; repeats itself. Empty is always.
 using Discovery = std::vector<bool>;
 
-struct CameraPlan {
-    CameraModel model;
+struct SCameraPlan {
+    SCameraModel model;
     Discovery discovery;
 };
 
-struct InterfacePlan {
+struct SInterfacePlan {
     std::string name;
     std::string prefix;
     std::string tlType;
     Discovery discovery;
-    std::vector<CameraPlan> cameras;
+    std::vector<SCameraPlan> cameras;
 };
 
-struct WorldPlan {
-    std::vector<InterfacePlan> interfaces;
-    std::vector<FaultPlan> faults;
+struct SWorldPlan {
+    std::vector<SInterfacePlan> interfaces;
+    std::vector<SFaultPlan> faults;
 };
 
 // False, with the error, for a text that describes no world. Takes any bytes, and never throws.
-bool ParseWorld(std::string_view text, WorldPlan& plan, TextError& error) noexcept;
+bool ParseWorld(std::string_view text, SWorldPlan& plan, STextError& error) noexcept;
 
 } // namespace OptivoSim

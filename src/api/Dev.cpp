@@ -25,7 +25,7 @@ GC_API DevGetNumDataStreams(DEV_HANDLE hDevice, uint32_t* piNumDataStreams) {
 GC_API DevGetDataStreamID(DEV_HANDLE hDevice, uint32_t iIndex, char* sDataStreamID,
                           size_t* piSize) {
     return Framed([&] {
-        return InfoOut(nullptr, sDataStreamID, piSize)
+        return CInfoOut(nullptr, sDataStreamID, piSize)
             .String(DeviceOf(hDevice).GetDataStreamID(iIndex));
     });
 }

@@ -11,12 +11,12 @@ using namespace GenICam::Client;
 namespace {
 
 // Answers GC_ERR_ERROR, unrecorded, when the module's path has no file name.
-COutcome AnswerModuleFileName(const InfoOut& out) {
+COutcome AnswerModuleFileName(const CInfoOut& out) {
     const std::optional<std::string> name = FileNameOf(ModulePath());
     return name ? out.String(*name) : COutcome(GC_ERR_ERROR);
 }
 
-COutcome AnswerLibraryInfo(TL_INFO_CMD command, const InfoOut& out) {
+COutcome AnswerLibraryInfo(TL_INFO_CMD command, const CInfoOut& out) {
     switch (command) {
     case TL_INFO_ID:
     case TL_INFO_NAME:
@@ -72,7 +72,7 @@ GC_API GCCloseLib(void) {
 // Tells a bad size by a code of its own, unlike the framed functions.
 GC_API GCGetInfo(TL_INFO_CMD iInfoCmd, INFO_DATATYPE* piType, void* pBuffer, size_t* piSize) {
     return Framed([&] {
-        const COutcome outcome = AnswerLibraryInfo(iInfoCmd, InfoOut(piType, pBuffer, piSize));
+        const COutcome outcome = AnswerLibraryInfo(iInfoCmd, CInfoOut(piType, pBuffer, piSize));
         return outcome.IsRefusal() && !outcome.IsTold()
                    ? outcome.ToldAs(piSize == nullptr ? GC_ERR_INVALID_PARAMETER
                                                       : GC_ERR_BUFFER_TOO_SMALL)

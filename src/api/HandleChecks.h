@@ -37,7 +37,7 @@ inline CInterface& InterfaceOf(IF_HANDLE handle) {
 }
 
 // and the others std::runtime_error with the text of a device.
-inline CInterface& DiscoveringInterfaceOf(IF_HANDLE handle) {
+inline CInterface& InterfaceWithDeviceText(IF_HANDLE handle) {
     return CheckedCast<CInterface, std::runtime_error>(handle, kInvalidDeviceHandle);
 }
 

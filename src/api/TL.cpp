@@ -38,7 +38,7 @@ GC_API TLGetInterfaceID(TL_HANDLE hSystem, uint32_t iIndex, char* sIfaceID, size
     return Framed([&] {
         std::string id;
         SystemOf(hSystem).GetInterfaceID(id, iIndex);
-        return InfoOut(nullptr, sIfaceID, piSize).String(id);
+        return CInfoOut(nullptr, sIfaceID, piSize).String(id);
     });
 }
 

@@ -14,7 +14,7 @@
 
 namespace GenICam::Client {
 
-using LibraryInvalidArgument = InvalidArgumentException;
+using CLibraryInvalidArgument = InvalidArgumentException;
 
 // Answers what the operation answers; its exceptions are C++ exceptions like our own.
 template <class Operation>
@@ -36,10 +36,10 @@ namespace GenICam::Client {
 
 // Stands in for the library's class of that purpose, which another compiler cannot throw: no clause
 // names either, so that a consumer gets the same answer.
-class LibraryInvalidArgument final : public std::invalid_argument {
+class CLibraryInvalidArgument final : public std::invalid_argument {
 public:
-    LibraryInvalidArgument(const char* description, const char* /*sourceFileName*/,
-                           unsigned int /*sourceLine*/, const char* /*exceptionType*/)
+    CLibraryInvalidArgument(const char* description, const char* /*sourceFileName*/,
+                            unsigned int /*sourceLine*/, const char* /*exceptionType*/)
         : std::invalid_argument(description) {}
 };
 
@@ -51,13 +51,13 @@ public:
 // everything that the library had on the stack is destroyed.
 template <class Operation>
 Optivo::Int32 CallLibrary(Operation&& operation) {
-    struct Call {
+    struct SCall {
         Operation& operation;
         Optivo::Int32 result;
     } call{operation, 0};
     char* message = nullptr;
     const auto run = [](void* context) {
-        auto& made = *static_cast<Call*>(context);
+        auto& made = *static_cast<SCall*>(context);
         made.result = made.operation();
     };
     if (NorvelCallForeign(run, &call, &message) != 0) {

@@ -7,7 +7,8 @@
 
 namespace GenICam::Client {
 
-COutcome InfoOut::Copy(INFO_DATATYPE type, const void* value, size_t width, size_t numZeros) const {
+COutcome CInfoOut::Copy(INFO_DATATYPE type, const void* value, size_t width,
+                        size_t numZeros) const {
     if (m_type != nullptr) {
         *m_type = type;
     }
@@ -26,45 +27,45 @@ COutcome InfoOut::Copy(INFO_DATATYPE type, const void* value, size_t width, size
     return {};
 }
 
-COutcome InfoOut::String(std::string_view text) const {
+COutcome CInfoOut::String(std::string_view text) const {
     return Copy(INFO_DATATYPE_STRING, text.data(), text.size(), 1);
 }
 
-COutcome InfoOut::Bytes(INFO_DATATYPE type, const void* value, size_t width) const {
+COutcome CInfoOut::Bytes(INFO_DATATYPE type, const void* value, size_t width) const {
     return Copy(type, value, width, 0);
 }
 
-COutcome InfoOut::Bool8(bool value) const {
+COutcome CInfoOut::Bool8(bool value) const {
     const bool8_t byte = value ? 1 : 0;
     return Bytes(INFO_DATATYPE_BOOL8, &byte, sizeof byte);
 }
 
-COutcome InfoOut::Int32(std::int32_t value) const {
+COutcome CInfoOut::Int32(std::int32_t value) const {
     return Bytes(INFO_DATATYPE_INT32, &value, sizeof value);
 }
 
-COutcome InfoOut::UInt32(std::uint32_t value) const {
+COutcome CInfoOut::UInt32(std::uint32_t value) const {
     return Bytes(INFO_DATATYPE_UINT32, &value, sizeof value);
 }
 
-COutcome InfoOut::Int64(std::int64_t value) const {
+COutcome CInfoOut::Int64(std::int64_t value) const {
     return Bytes(INFO_DATATYPE_INT64, &value, sizeof value);
 }
 
-COutcome InfoOut::UInt64(std::uint64_t value) const {
+COutcome CInfoOut::UInt64(std::uint64_t value) const {
     return Bytes(INFO_DATATYPE_UINT64, &value, sizeof value);
 }
 
-COutcome InfoOut::Pointer(const void* value) const {
+COutcome CInfoOut::Pointer(const void* value) const {
     return Bytes(INFO_DATATYPE_PTR, &value, sizeof value);
 }
 
-COutcome InfoOut::Size(size_t value) const {
+COutcome CInfoOut::Size(size_t value) const {
     return Bytes(INFO_DATATYPE_SIZET, &value, sizeof value);
 }
 
 std::optional<COutcome> AnswerPortInfo(PORT_INFO_CMD command, std::string_view module,
-                                       std::string_view portName, const InfoOut& out) {
+                                       std::string_view portName, const CInfoOut& out) {
     switch (command) {
     case PORT_INFO_VENDOR:
         return out.String(kVendorName);
@@ -89,7 +90,7 @@ std::optional<COutcome> AnswerPortInfo(PORT_INFO_CMD command, std::string_view m
     }
 }
 
-COutcome AnswerUrlVersion(URL_INFO_CMD command, std::int32_t fileSubMinor, const InfoOut& out) {
+COutcome AnswerUrlVersion(URL_INFO_CMD command, std::int32_t fileSubMinor, const CInfoOut& out) {
     switch (command) {
     case URL_INFO_SCHEMA_VER_MAJOR:
     case URL_INFO_FILE_VER_MAJOR:

@@ -16,9 +16,9 @@ namespace GenICam::Client {
 // Every answer sets the type first. A null size is refused as std::invalid_argument "Invalid Size";
 // a null buffer asks for the size; a size of 0 with a buffer means that the buffer is large enough;
 // a size that is too small is refused as std::invalid_argument "Invalid Buffer Size".
-class InfoOut {
+class CInfoOut {
 public:
-    InfoOut(INFO_DATATYPE* type, void* buffer, size_t* size)
+    CInfoOut(INFO_DATATYPE* type, void* buffer, size_t* size)
         : m_type(type), m_buffer(buffer), m_size(size) {}
 
     // The text and a terminating zero; a zero inside the text is copied like any character.
@@ -45,7 +45,7 @@ private:
 // Answers the port-info commands that have the same meaning at every port: vendor, model,
 // transport layer, module, byte order, access and port name. Nothing for every other command.
 std::optional<COutcome> AnswerPortInfo(PORT_INFO_CMD command, std::string_view module,
-                                       std::string_view portName, const InfoOut& out);
+                                       std::string_view portName, const CInfoOut& out);
 
 // The refusal of a port-info command that a port does not have.
 template <class Error>
@@ -55,6 +55,6 @@ COutcome InvalidPortInfoCommand(PORT_INFO_CMD command) {
 
 // Answers the version numbers among the URL-info commands, the sub-minor number of the file as
 // given; writes nothing for every other command.
-COutcome AnswerUrlVersion(URL_INFO_CMD command, std::int32_t fileSubMinor, const InfoOut& out);
+COutcome AnswerUrlVersion(URL_INFO_CMD command, std::int32_t fileSubMinor, const CInfoOut& out);
 
 } // namespace GenICam::Client

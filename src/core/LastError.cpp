@@ -12,26 +12,26 @@ namespace GenICam::Client {
 namespace {
 
 // A slot is written by one thread (m_users is -1) or read by m_users threads.
-struct Slot {
+struct SSlot {
     std::atomic<int> m_users{0};
     CTLIError m_error;
 };
 
 // Writers fill a slot that nobody uses and then publish it, so that a text stays whole while it is
 // being read. More slots than threads that fail at the same moment make a writer find one at once.
-struct Record {
-    std::array<Slot, 8> m_slots;
-    std::atomic<Slot*> m_current{nullptr};
+struct SRecord {
+    std::array<SSlot, 8> m_slots;
+    std::atomic<SSlot*> m_current{nullptr};
 };
 
 constexpr int kMaxRounds = 1000;
 
-CNeverDestroyed<Record> s_record;
+CNeverDestroyed<SRecord> s_record;
 
 // Takes a slot that is neither in use nor current; null when all stay busy.
-Slot* TakeFreeSlot(Record& record) noexcept {
+SSlot* TakeFreeSlot(SRecord& record) noexcept {
     for (int round = 0; round < kMaxRounds; ++round) {
-        for (Slot& slot : record.m_slots) {
+        for (SSlot& slot : record.m_slots) {
             int unused = 0;
             if (&slot == record.m_current.load(std::memory_order_acquire) ||
                 !slot.m_users.compare_exchange_strong(unused, -1, std::memory_order_acquire)) {
@@ -51,9 +51,9 @@ Slot* TakeFreeSlot(Record& record) noexcept {
 // The published slot, held for reading; null while no error was published.
 class CReadLock {
 public:
-    explicit CReadLock(Record& record) noexcept {
+    explicit CReadLock(SRecord& record) noexcept {
         for (;;) {
-            Slot* slot = record.m_current.load(std::memory_order_acquire);
+            SSlot* slot = record.m_current.load(std::memory_order_acquire);
             if (slot == nullptr) {
                 return;
             }
@@ -81,7 +81,7 @@ public:
     }
 
 private:
-    Slot* m_slot = nullptr;
+    SSlot* m_slot = nullptr;
 };
 
 // Gives the texts back when the module is unloaded. At the end of the process, threads may still
@@ -90,9 +90,9 @@ class CTextRelease {
 public:
     CTextRelease() = default;
     ~CTextRelease() {
-        Record& record = s_record.m_value;
+        SRecord& record = s_record.m_value;
         record.m_current.store(nullptr, std::memory_order_release);
-        for (Slot& slot : record.m_slots) {
+        for (SSlot& slot : record.m_slots) {
             int unused = 0;
             if (slot.m_users.compare_exchange_strong(unused, -1, std::memory_order_acquire)) {
                 std::string().swap(slot.m_error.m_message);
@@ -109,8 +109,8 @@ const CTextRelease s_textRelease;
 } // namespace
 
 void RecordLastError(GC_ERROR code, const char* text) noexcept {
-    Record& record = s_record.m_value;
-    Slot* slot = TakeFreeSlot(record);
+    SRecord& record = s_record.m_value;
+    SSlot* slot = TakeFreeSlot(record);
     if (slot == nullptr) {
         return;
     }

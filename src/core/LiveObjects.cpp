@@ -41,7 +41,7 @@ CLiveObjects& CLiveObjects::Events() noexcept {
     return s_events;
 }
 
-void CLiveObjects::Insert(const Table& table, std::uintptr_t address) noexcept {
+void CLiveObjects::Insert(const STable& table, std::uintptr_t address) noexcept {
     std::size_t i = Home(address, table);
     while (table.slots[i].load(std::memory_order_relaxed) != kEmpty) {
         i = (i + 1) & table.mask;
@@ -60,10 +60,10 @@ void CLiveObjects::Add(const void* object) {
 }
 
 void CLiveObjects::Grow() {
-    const Table& before = *m_table.load(std::memory_order_relaxed);
+    const STable& before = *m_table.load(std::memory_order_relaxed);
     const std::size_t size = 2 * (before.mask + 1);
     auto slots = std::make_unique<Slot[]>(size);
-    auto table = std::make_unique<Table>(Table{slots.get(), size - 1, &before});
+    auto table = std::make_unique<STable>(STable{slots.get(), size - 1, &before});
     for (std::size_t i = 0; i <= before.mask; ++i) {
         const std::uintptr_t address = before.slots[i].load(std::memory_order_relaxed);
         if (address != kEmpty) {
@@ -76,7 +76,7 @@ void CLiveObjects::Grow() {
 
 void CLiveObjects::Remove(const void* object) noexcept {
     const CChange change(m_isChanging);
-    const Table& table = *m_table.load(std::memory_order_relaxed);
+    const STable& table = *m_table.load(std::memory_order_relaxed);
     const auto address = reinterpret_cast<std::uintptr_t>(object);
     std::size_t i = Home(address, table);
     for (;; i = (i + 1) & table.mask) {

@@ -54,19 +54,19 @@ public:
 private:
     static constexpr std::uintptr_t kEmpty = 0;
 
-    struct Table {
+    struct STable {
         Slot* slots;
         std::size_t mask;
-        const Table* previous; // kept, as a search may be under way in it
+        const STable* previous; // kept, as a search may be under way in it
     };
 
-    static std::size_t Home(std::uintptr_t address, const Table& table) noexcept {
+    static std::size_t Home(std::uintptr_t address, const STable& table) noexcept {
         // Fibonacci hashing: the multiplier is 2^64 divided by the golden ratio.
         return static_cast<std::size_t>(((address >> 4) * 0x9E3779B97F4A7C15U) >> 32) & table.mask;
     }
     // An object stands at its home, or behind it with no empty slot in between.
     bool Search(std::uintptr_t address) const noexcept {
-        const Table& table = *m_table.load(std::memory_order_acquire);
+        const STable& table = *m_table.load(std::memory_order_acquire);
         for (std::size_t i = Home(address, table); address != kEmpty; i = (i + 1) & table.mask) {
             const std::uintptr_t found = table.slots[i].load(std::memory_order_acquire);
             if (found == address) {
@@ -78,11 +78,11 @@ private:
         }
         return false;
     }
-    static void Insert(const Table& table, std::uintptr_t address) noexcept;
+    static void Insert(const STable& table, std::uintptr_t address) noexcept;
     void Grow();
 
-    const Table m_first;
-    std::atomic<const Table*> m_table;
+    const STable m_first;
+    std::atomic<const STable*> m_table;
     std::atomic<std::uint64_t> m_version{0}; // odd while objects move
     std::atomic_flag m_isChanging = ATOMIC_FLAG_INIT;
     std::size_t m_count = 0; // guarded by the flag

@@ -19,7 +19,7 @@ namespace GenICam::Client {
 // refuses any index but 0 as Error. Writes nothing for a command that does not exist.
 template <class Error, class GetUrl>
 COutcome AnswerUrlInfo(std::uint32_t index, URL_INFO_CMD command, std::int32_t fileSubMinor,
-                       const InfoOut& out, GetUrl&& getUrl) {
+                       const CInfoOut& out, GetUrl&& getUrl) {
     if (index != 0) {
         return Refusal<Error>("URL Index %ld is out of range", static_cast<std::int32_t>(index));
     }

@@ -80,16 +80,16 @@ CRegisterMap::CRegisterMap(std::size_t numReserved) {
 
 CRegisterMap::~CRegisterMap() = default;
 
-inline CRegisterMap::Register* CRegisterMap::Find(std::uint64_t address) const {
+inline CRegisterMap::SRegister* CRegisterMap::Find(std::uint64_t address) const {
     const std::uint64_t index = address / kWidth;
-    Register* found =
+    SRegister* found =
         index < m_registers.size() ? m_registers[static_cast<std::size_t>(index)].get() : nullptr;
     return found != nullptr && found->m_access != 0 ? found : nullptr;
 }
 
 // What is found at an aligned address needs no other check.
-inline CRegisterMap::Register& CRegisterMap::Available(std::uint64_t address) const {
-    Register* found = address % kWidth == 0 ? Find(address) : nullptr;
+inline CRegisterMap::SRegister& CRegisterMap::Available(std::uint64_t address) const {
+    SRegister* found = address % kWidth == 0 ? Find(address) : nullptr;
     if (found == nullptr) {
         ThrowUnavailable(address);
     }
@@ -105,7 +105,7 @@ void CRegisterMap::ReadBlock(std::uint64_t address, void* buffer, std::size_t si
 }
 
 std::uint32_t CRegisterMap::ReadRegister(std::uint64_t address) {
-    Register& found = Available(address);
+    SRegister& found = Available(address);
     if ((found.m_access & kReadOnly) == 0) {
         ThrowUnreadable(address);
     }
@@ -124,7 +124,7 @@ void CRegisterMap::WriteBlock(std::uint64_t address, const void* buffer, std::si
 }
 
 void CRegisterMap::WriteRegister(std::uint64_t address, std::uint32_t value) {
-    Register& found = Available(address);
+    SRegister& found = Available(address);
     if ((found.m_access & kWriteOnly) == 0) {
         throw access_error(Format("Register %I64X is not writable.", address));
     }
@@ -140,7 +140,7 @@ void CRegisterMap::Define(std::uint64_t address, std::uint32_t access, std::uint
     CheckAddress(address, kWidth);
     CheckAccess(access);
     auto record =
-        std::make_unique<Register>(Register{access, value, onWrite, onRead, context, marker});
+        std::make_unique<SRegister>(SRegister{access, value, onWrite, onRead, context, marker});
     const auto index = static_cast<std::size_t>(address / kWidth);
     if (index >= m_registers.size()) {
         m_registers.resize(index + 1);
@@ -184,7 +184,7 @@ void CRegisterMap::DefineBlock(std::uint64_t address, std::uint32_t access, cons
 
 std::uint32_t CRegisterMap::AccessOf(std::uint64_t address) const {
     CheckAddress(address, kWidth);
-    const Register* found = Find(address);
+    const SRegister* found = Find(address);
     return found == nullptr ? 0 : found->m_access;
 }
 
@@ -208,7 +208,7 @@ std::uint64_t CRegisterMap::ValueOf64(std::uint64_t address, bool lowWordFirst) 
 
 std::uint8_t CRegisterMap::MarkerOf(std::uint64_t address) const {
     CheckAddress(address, kWidth);
-    const Register* found = Find(address);
+    const SRegister* found = Find(address);
     return found == nullptr ? std::uint8_t{0} : found->m_marker;
 }
 
@@ -219,7 +219,7 @@ void CRegisterMap::SetAccess(std::uint64_t address, std::uint32_t access) {
 
 void CRegisterMap::SetCallbacks(std::uint64_t address, Callback onWrite, std::uint64_t context,
                                 Callback onRead) {
-    Register& found = Available(address);
+    SRegister& found = Available(address);
     found.m_onWrite = onWrite;
     found.m_onRead = onRead;
     found.m_context = context;
@@ -244,8 +244,8 @@ void CRegisterMap::SetValue(std::uint64_t address, std::uint32_t value) {
 }
 
 void CRegisterMap::SetValue64(std::uint64_t address, std::uint64_t value, bool lowWordFirst) {
-    Register& first = Available(address);
-    Register& second = Available(address + kWidth);
+    SRegister& first = Available(address);
+    SRegister& second = Available(address + kWidth);
     (lowWordFirst ? first : second).m_value = LowWord(value);
     (lowWordFirst ? second : first).m_value = HighWord(value);
 }

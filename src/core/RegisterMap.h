@@ -84,7 +84,7 @@ public:
     virtual void SetMarker(std::uint64_t address, std::uint8_t marker);
 
 private:
-    struct Register {
+    struct SRegister {
         std::uint32_t m_access;
         std::uint32_t m_value;
         Callback m_onWrite;
@@ -93,11 +93,11 @@ private:
         std::uint8_t m_marker;
     };
 
-    Register* Find(std::uint64_t address) const;
-    Register& Available(std::uint64_t address) const;
+    SRegister* Find(std::uint64_t address) const;
+    SRegister& Available(std::uint64_t address) const;
 
     // Indexed by address / 4; empty where no register is defined. Never shrinks.
-    std::vector<std::unique_ptr<Register>> m_registers;
+    std::vector<std::unique_ptr<SRegister>> m_registers;
 };
 
 } // namespace GenICam::Client

@@ -34,7 +34,7 @@ public:
         constexpr std::uint64_t kLongestSlice = 3'600'000;
 
         const Clock::time_point start = Clock::now();
-        CWaiter waiter(*this);
+        SWaiter waiter(*this);
         if (milliseconds != 0) {
             WaitAwake(lock, waiter, start + kTimeAwake);
         }
@@ -63,7 +63,7 @@ public:
     // Ends the oldest wait. True when it sleeps: the caller then calls Notify, best without the
     // lock.
     bool Grant() noexcept {
-        CWaiter* waiter = m_oldest;
+        SWaiter* waiter = m_oldest;
         while (waiter != nullptr && waiter->m_granted) {
             waiter = waiter->m_next;
         }
@@ -91,16 +91,16 @@ private:
     static constexpr unsigned kLongestBackOff = 63;
 
     // One waiting thread, in a list by age. A wait that ends by an exception hands its grant on.
-    struct CWaiter {
-        explicit CWaiter(CWaitPoint& point) noexcept : m_point(point) {
-            CWaiter** end = &m_point.m_oldest;
+    struct SWaiter {
+        explicit SWaiter(CWaitPoint& point) noexcept : m_point(point) {
+            SWaiter** end = &m_point.m_oldest;
             while (*end != nullptr) {
                 end = &(*end)->m_next;
             }
             *end = this;
         }
-        ~CWaiter() {
-            CWaiter** link = &m_point.m_oldest;
+        ~SWaiter() {
+            SWaiter** link = &m_point.m_oldest;
             while (*link != this) {
                 link = &(*link)->m_next;
             }
@@ -109,13 +109,13 @@ private:
                 m_point.Notify();
             }
         }
-        CWaiter(const CWaiter&) = delete;
-        CWaiter& operator=(const CWaiter&) = delete;
+        SWaiter(const SWaiter&) = delete;
+        SWaiter& operator=(const SWaiter&) = delete;
 
         bool Take() noexcept { return m_granted.exchange(false); }
 
         CWaitPoint& m_point;
-        CWaiter* m_next = nullptr;
+        SWaiter* m_next = nullptr;
         std::atomic<bool> m_granted{false};
         bool m_asleep = false;
     };
@@ -123,7 +123,7 @@ private:
     // Looks out for a grant before the wait sleeps, unless that was in vain lately: after each
     // failure twice as many waits sleep at once, up to kLongestBackOff.
     template <class Lock>
-    void WaitAwake(Lock& lock, const CWaiter& waiter, Clock::time_point end) {
+    void WaitAwake(Lock& lock, const SWaiter& waiter, Clock::time_point end) {
         if (m_numToSleep != 0) {
             --m_numToSleep;
             return;
@@ -138,7 +138,7 @@ private:
     }
 
     Condition m_condition;
-    CWaiter* m_oldest = nullptr;
+    SWaiter* m_oldest = nullptr;
     std::atomic<bool> m_closed{false};
     // How many waits sleep at once after the last one that stayed awake, and how many still do.
     unsigned m_backOff = 0;

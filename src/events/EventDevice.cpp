@@ -9,16 +9,16 @@ namespace GenICam::Client {
 namespace {
 
 // The data of a device event as the consumer gets it.
-struct DevEventRecord {
+struct SDevEventRecord {
     std::uint32_t m_eventId;
     std::uint32_t m_reserved;
     std::uint64_t m_value;
     std::uint64_t m_timestamp;
 };
-static_assert(sizeof(DevEventRecord) == 24);
+static_assert(sizeof(SDevEventRecord) == 24);
 
 [[noreturn]] void Fail(const char* text, unsigned int line) {
-    throw LibraryInvalidArgument(text, "EventDevice", line, "InvalidArgumentException");
+    throw CLibraryInvalidArgument(text, "EventDevice", line, "InvalidArgumentException");
 }
 
 // Copies a value out where the consumer offers as much; it is told 4 bytes, whatever is needed.
@@ -28,9 +28,9 @@ COutcome Answer(INFO_DATATYPE reported, const Value& value, INFO_DATATYPE* type,
     size_t& given = Require(size, "piSize");
     if (given < sizeof value) {
         given = sizeof(std::uint32_t);
-        return Refusal<LibraryInvalidArgument>("In buffer too small");
+        return Refusal<CLibraryInvalidArgument>("In buffer too small");
     }
-    return InfoOut(type, buffer, size).Bytes(reported, &value, sizeof value);
+    return CInfoOut(type, buffer, size).Bytes(reported, &value, sizeof value);
 }
 
 } // namespace
@@ -46,8 +46,8 @@ void CopyEntry(const DevEventEntry& entry, void* buffer, size_t* size) {
     if (*size < DataSizeOf(entry)) {
         Fail("Invalid buffer Size", __LINE__);
     }
-    const DevEventRecord record{entry.m_eventId, entry.m_reserved, entry.m_value,
-                                entry.m_timestamp};
+    const SDevEventRecord record{entry.m_eventId, entry.m_reserved, entry.m_value,
+                                 entry.m_timestamp};
     std::memcpy(buffer, &record, sizeof record);
     *size = entry.m_text.size() + 25;
 }
@@ -55,7 +55,7 @@ void CopyEntry(const DevEventEntry& entry, void* buffer, size_t* size) {
 COutcome CEventDevice::GetInfo(EVENT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
                                size_t* size) {
     if (buffer == nullptr) {
-        return Refusal<LibraryInvalidArgument>("Invalid buffer handle");
+        return Refusal<CLibraryInvalidArgument>("Invalid buffer handle");
     }
     // The type that goes with a 64-bit answer is that of a 32-bit one.
     const auto answer64 = [&](INFO_DATATYPE reported, std::uint64_t value) {
@@ -70,7 +70,7 @@ COutcome CEventDevice::GetInfo(EVENT_INFO_CMD command, INFO_DATATYPE* type, void
         return answer64(INFO_DATATYPE_INT32, m_numFired.load(std::memory_order_relaxed));
     case EVENT_SIZE_MAX:
     case EVENT_INFO_DATA_SIZE_MAX:
-        return answer64(INFO_DATATYPE_UINT32, sizeof(DevEventRecord));
+        return answer64(INFO_DATATYPE_UINT32, sizeof(SDevEventRecord));
     default:
         return {};
     }
@@ -79,15 +79,15 @@ COutcome CEventDevice::GetInfo(EVENT_INFO_CMD command, INFO_DATATYPE* type, void
 COutcome CEventDevice::GetDataInfo(const void* inBuffer, size_t inSize, EVENT_DATA_INFO_CMD command,
                                    INFO_DATATYPE* type, void* outBuffer, size_t* outSize) {
     if (inBuffer == nullptr || outBuffer == nullptr) {
-        return Refusal<LibraryInvalidArgument>("Invalid buffer handle");
+        return Refusal<CLibraryInvalidArgument>("Invalid buffer handle");
     }
-    if (inSize < sizeof(DevEventRecord)) {
-        return Refusal<LibraryInvalidArgument>("In buffer too small");
+    if (inSize < sizeof(SDevEventRecord)) {
+        return Refusal<CLibraryInvalidArgument>("In buffer too small");
     }
     if (command != EVENT_DATA_ID) {
-        return Refusal<LibraryInvalidArgument>("Invalid Event Data Info ID %d", command);
+        return Refusal<CLibraryInvalidArgument>("Invalid Event Data Info ID %d", command);
     }
-    DevEventRecord record{};
+    SDevEventRecord record{};
     std::memcpy(&record, inBuffer, sizeof record);
     return Answer(INFO_DATATYPE_INT32, record.m_eventId, type, outBuffer, outSize);
 }

@@ -28,11 +28,11 @@ public:
 
 size_t DataSizeOf(const DevEventEntry& entry);
 // Writes the 24 bytes of a device event and reports the text's length + 25.
-// Throws LibraryInvalidArgument for a null buffer and for a size below DataSizeOf,
+// Throws CLibraryInvalidArgument for a null buffer and for a size below DataSizeOf,
 // which is less than the 24 bytes: a consumer offers the size that EVENT_SIZE_MAX answers.
 void CopyEntry(const DevEventEntry& entry, void* buffer, size_t* size);
 
-// Failures are LibraryInvalidArgument, which no clause of the frame names.
+// Failures are CLibraryInvalidArgument, which no clause of the frame names.
 class CEventDevice final : public CEventQueue<boost::shared_ptr<DevEventEntry>> {
 public:
     CEventDevice() = default;

@@ -27,7 +27,7 @@ void CopyEntry(const ErrorEventEntry& entry, void* buffer, size_t* size) {
 COutcome CEventError::GetInfo(EVENT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
                               size_t* size) {
     return command == EVENT_NUM_IN_QUEUE
-               ? InfoOut(type, buffer, size).Int32(static_cast<std::int32_t>(NumQueued()))
+               ? CInfoOut(type, buffer, size).Int32(static_cast<std::int32_t>(NumQueued()))
                : COutcome();
 }
 
@@ -43,7 +43,7 @@ COutcome CEventError::GetBlockInfo(const void* inBuffer, size_t inSize, EVENT_DA
     if (inBuffer == nullptr || inSize < kCodeSize) {
         return Refusal<std::invalid_argument>("Invalid buffer");
     }
-    const InfoOut out(type, outBuffer, outSize);
+    const CInfoOut out(type, outBuffer, outSize);
     const auto* bytes = static_cast<const char*>(inBuffer);
     switch (command) {
     case EVENT_DATA_ID:

@@ -40,7 +40,7 @@ COutcome CBufferInfo::GetPortURL(char* buffer, size_t* size) {
 
 COutcome CBufferInfo::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
                                   size_t* size) {
-    const InfoOut out(type, buffer, size);
+    const CInfoOut out(type, buffer, size);
     const COutcome unknown = InvalidPortInfoCommand<std::invalid_argument>(command);
     switch (command) {
     case PORT_INFO_ID:
@@ -55,7 +55,7 @@ COutcome CBufferInfo::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, vo
 
 COutcome CBufferInfo::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
                                      void* buffer, size_t* size) {
-    const InfoOut out(type, buffer, size);
+    const CInfoOut out(type, buffer, size);
     return AnswerUrlInfo<std::invalid_argument>(index, command, kXmlSubMinorVersion, out,
                                                 [&] { return out.String(Url(m_xmlLength)); });
 }
@@ -66,7 +66,7 @@ void CBufferInfo::RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* /*event*/) {
 
 COutcome CBufferInfo::GetInfo(BUFFER_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
                               size_t* size) const {
-    const InfoOut out(type, buffer, size);
+    const CInfoOut out(type, buffer, size);
     switch (command) {
     case BUFFER_INFO_BASE:
         if (m_memory == nullptr) {

@@ -130,7 +130,7 @@ COutcome CDataStream::GetPortURL(char* buffer, size_t* size) {
 
 COutcome CDataStream::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
                                   size_t* size) {
-    const InfoOut out(type, buffer, size);
+    const CInfoOut out(type, buffer, size);
     if (command == PORT_INFO_ID) {
         return out.String(Format("DS%d", m_index) + '\0');
     }
@@ -142,7 +142,7 @@ COutcome CDataStream::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, vo
 
 COutcome CDataStream::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
                                      void* buffer, size_t* size) {
-    const InfoOut out(type, buffer, size);
+    const CInfoOut out(type, buffer, size);
     return AnswerUrlInfo<std::invalid_argument>(index, command, kXmlSubMinorVersion, out,
                                                 [&] { return out.String(Url(m_xmlLength)); });
 }
@@ -180,7 +180,7 @@ Optivo::Int32 CDataStream::CameraValue(std::uint32_t command, const size_t* give
 
 COutcome CDataStream::GetInfo(STREAM_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
                               size_t* size) {
-    const InfoOut out(type, buffer, size);
+    const CInfoOut out(type, buffer, size);
     const auto unknown =
         Refusal<invalid_parameter_error>("Invalid stream info command %d", command);
     std::uint64_t wide = 0;

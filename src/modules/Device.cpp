@@ -102,12 +102,12 @@ std::string CDevice::Url() const {
 }
 
 COutcome CDevice::GetPortURL(char* buffer, size_t* size) {
-    return InfoOut(nullptr, buffer, size).String(Url() + '\0');
+    return CInfoOut(nullptr, buffer, size).String(Url() + '\0');
 }
 
 COutcome CDevice::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
                               size_t* size) {
-    const InfoOut out(type, buffer, size);
+    const CInfoOut out(type, buffer, size);
     if (command == PORT_INFO_ID) {
         return out.String("TLDEV::" + m_info->GetID());
     }
@@ -121,7 +121,7 @@ COutcome CDevice::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* 
 
 COutcome CDevice::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
                                  void* buffer, size_t* size) {
-    const InfoOut out(type, buffer, size);
+    const CInfoOut out(type, buffer, size);
     return AnswerUrlInfo<std::invalid_argument>(index, command, kXmlSubMinorVersion, out,
                                                 [&] { return out.String(Url()); });
 }
@@ -162,7 +162,7 @@ void CDevice::ForgetStream(const CDataStream* stream) {
 
 COutcome CDevice::GetInfo(DEVICE_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
                           size_t* size) {
-    const InfoOut out(type, buffer, size);
+    const CInfoOut out(type, buffer, size);
     switch (command) {
     case DEVICE_INFO_ID:
         return out.String(m_info->GetID());

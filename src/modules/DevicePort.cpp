@@ -83,7 +83,7 @@ COutcome CDevicePort::ReadUrl(char* buffer, size_t* size) {
 
 COutcome CDevicePort::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
                                   size_t* size) {
-    const InfoOut out(type, buffer, size);
+    const CInfoOut out(type, buffer, size);
     if (command == PORT_INFO_ID) {
         return out.String(m_device->GetDeviceInfo()->GetID());
     }
@@ -96,7 +96,7 @@ COutcome CDevicePort::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, vo
 
 COutcome CDevicePort::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
                                      void* buffer, size_t* size) {
-    const InfoOut out(type, buffer, size);
+    const CInfoOut out(type, buffer, size);
     return AnswerUrlInfo<invalid_parameter_error>(index, command, kXmlSubMinorVersion, out, [&] {
         return AnswerCameraUrl(
             out, [this](char* url, size_t* urlSize) { return ReadUrl(url, urlSize); });

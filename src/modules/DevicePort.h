@@ -16,7 +16,7 @@ namespace GenICam::Client {
 
 class CDevice;
 
-// Takes no lock: the camera library serialises its registers, the event queue its entries.
+// Has no lock of its own: the camera library serialises its registers, the event queue its entries.
 class CDevicePort final : public ICommonBase {
 public:
     // The device owns the port and lives longer.

@@ -49,7 +49,7 @@ void CheckOpened(Optivo::Int32 result, const std::string& id) {
     }
 }
 
-COutcome AnswerDeviceInfo(const CDeviceInfo& info, DEVICE_INFO_CMD command, const InfoOut& out) {
+COutcome AnswerDeviceInfo(const CDeviceInfo& info, DEVICE_INFO_CMD command, const CInfoOut& out) {
     switch (command) {
     case DEVICE_INFO_ID:
         return out.String(info.GetID());
@@ -125,7 +125,7 @@ COutcome CInterface::ReadUrl(char* buffer, size_t* size) {
 
 COutcome CInterface::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
                                  size_t* size) {
-    const InfoOut out(type, buffer, size);
+    const CInfoOut out(type, buffer, size);
     if (command == PORT_INFO_ID) {
         return out.String(m_info->GetID());
     }
@@ -138,7 +138,7 @@ COutcome CInterface::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, voi
 
 COutcome CInterface::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
                                     void* buffer, size_t* size) {
-    const InfoOut out(type, buffer, size);
+    const CInfoOut out(type, buffer, size);
     return AnswerUrlInfo<std::invalid_argument>(index, command, kXmlSubMinorVersion, out, [&] {
         return AnswerCameraUrl(
             out, [this](char* url, size_t* urlSize) { return ReadUrl(url, urlSize); });
@@ -316,7 +316,7 @@ COutcome CInterface::GetDeviceInfo(const char* id, DEVICE_INFO_CMD command, INFO
     if (!open && !listed) {
         throw std::runtime_error(Format("Unable to find device %S", wanted));
     }
-    const InfoOut out(type, buffer, size);
+    const CInfoOut out(type, buffer, size);
     if (!isStatus) {
         return AnswerDeviceInfo(open ? *open : *listed, command, out);
     }

@@ -1,6 +1,6 @@
 // The Interface module: discovery and opening of the cameras on one interface, and the interface's
 // own port, which the camera library serves. It knows the devices that it opens, and of the System
-// module only that it must be told when the interface goes.
+// module that it must be told when the interface goes, and the version that it tells.
 #pragma once
 
 #include "camlib/CameraObjects.h"

@@ -38,7 +38,7 @@ CInterfaceInfo::~CInterfaceInfo() = default;
 
 COutcome CInterfaceInfo::GetInfo(INTERFACE_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
                                  size_t* size) const {
-    const InfoOut out(type, buffer, size);
+    const CInfoOut out(type, buffer, size);
     switch (command) {
     case INTERFACE_INFO_ID:
         return out.String(GetID());

@@ -32,7 +32,7 @@ void ThrowPortFailure(Optivo::Int32 result, std::uint64_t address);
 
 // Copies the URL out that readUrl gets from the camera library, or answers what it refuses.
 template <class ReadUrl>
-COutcome AnswerCameraUrl(const InfoOut& out, ReadUrl&& readUrl) {
+COutcome AnswerCameraUrl(const CInfoOut& out, ReadUrl&& readUrl) {
     COutcome outcome;
     const std::string url = ReadCameraText<kInfoCapacity>(
         [&](char* buffer, Optivo::Size* size) { outcome = readUrl(buffer, size); });

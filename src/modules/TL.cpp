@@ -151,7 +151,7 @@ COutcome CTL::GetPortURL(char* buffer, size_t* size) {
 }
 
 COutcome CTL::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size) {
-    const InfoOut out(type, buffer, size);
+    const CInfoOut out(type, buffer, size);
     if (command == PORT_INFO_ID) {
         return out.String("TL0");
     }
@@ -164,7 +164,7 @@ COutcome CTL::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buff
 
 COutcome CTL::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
                              void* buffer, size_t* size) {
-    const InfoOut out(type, buffer, size);
+    const CInfoOut out(type, buffer, size);
     return AnswerUrlInfo<std::invalid_argument>(index, command, kXmlSubMinorVersion, out,
                                                 [&] { return out.String(Url()); });
 }
@@ -249,7 +249,7 @@ void CTL::UpdateInterfaceList(bool8_t* changed, std::uint32_t timeout) {
 }
 
 COutcome CTL::GetInfo(TL_INFO_CMD command, INFO_DATATYPE* type, void* buffer, size_t* size) {
-    const InfoOut out(type, buffer, size);
+    const CInfoOut out(type, buffer, size);
     switch (command) {
     case TL_INFO_VENDOR:
         return out.String(kVendorName);

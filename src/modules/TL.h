@@ -17,8 +17,8 @@ namespace GenICam::Client {
 
 class CInterface;
 
-// Takes no lock: a consumer calls the operations of one System module from one thread at a time.
-// Only the table of operations demands GetFileVersion: nobody calls it.
+// Has no lock of its own: a consumer calls the operations of one System module from one thread at a
+// time. Only the table of operations demands GetFileVersion: nobody calls it.
 class CTL final : public ICommonBase {
 public:
     // Reaches the camera library and fills the register map.

@@ -39,7 +39,7 @@ std::vector<std::string> LinesOf(const std::string& text) {
     return lines;
 }
 
-void CheckPlace(const std::string& text, const TextError& error) {
+void CheckPlace(const std::string& text, const STextError& error) {
     const std::vector<std::string> lines = LinesOf(text);
     Demand(error.line >= 1 && error.line <= lines.size(), "an error stands on a line of the text");
     Demand(error.column >= 1 && error.column <= lines[error.line - 1].size() + 1,
@@ -50,7 +50,7 @@ void CheckPlace(const std::string& text, const TextError& error) {
     Demand(isPlain, "a reason can be read by everybody");
 }
 
-void CheckUnread(const std::string& text, const WorldPlan& plan, const TextError& error) {
+void CheckUnread(const std::string& text, const SWorldPlan& plan, const STextError& error) {
     CheckPlace(text, error);
     Demand(plan.interfaces.empty() && plan.faults.empty(), "a refused text leaves no plan");
 }
@@ -70,7 +70,7 @@ void DemandLines(const Lines& found, const Lines& expected, const char* words) {
     DemandEqual(found.size(), expected.size(), words);
 }
 
-void CheckWorld(const std::string& text, const WorldPlan& plan) {
+void CheckWorld(const std::string& text, const SWorldPlan& plan) {
     const Lines expected = Expected(plan);
     Load(text);
     DemandLines(Found(plan), expected, "the world is what the text says");
@@ -78,19 +78,19 @@ void CheckWorld(const std::string& text, const WorldPlan& plan) {
     DemandLines(Found(plan), expected, "the world is the same again");
 }
 
-void CheckAccepted(const std::string& text, const WorldPlan& plan) {
+void CheckAccepted(const std::string& text, const SWorldPlan& plan) {
     DemandEqual(Difference(plan, text, MOST_READ), "[]", "every member is read as what it is");
     if (NumCameras(plan) <= MOST_CAMERAS) {
         CheckWorld(text, plan);
         return;
     }
-    const WorldPlan first = FirstOf(plan, MOST_CAMERAS);
+    const SWorldPlan first = FirstOf(plan, MOST_CAMERAS);
     CheckWorld(TextOf(first), first);
 }
 
-void CheckRefused(const std::string& text, const TextError& error) {
-    WorldPlan base;
-    TextError none;
+void CheckRefused(const std::string& text, const STextError& error) {
+    SWorldPlan base;
+    STextError none;
     Demand(ParseWorld(BASE, base, none), "the first world is sound");
     Load(BASE);
     const Lines before = Found(base);
@@ -124,15 +124,15 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     OptivoSim_Reset(); // else closed objects are kept
     const std::string bytes(reinterpret_cast<const char*>(data), size);
     if (bytes.find('\0') != std::string::npos) {
-        WorldPlan whole;
-        TextError error;
+        SWorldPlan whole;
+        STextError error;
         if (!ParseWorld(bytes, whole, error)) {
             CheckUnread(bytes, whole, error);
         }
     }
     const std::string text = bytes.substr(0, bytes.find('\0'));
-    WorldPlan plan;
-    TextError error;
+    SWorldPlan plan;
+    STextError error;
     if (ParseWorld(text, plan, error)) {
         CheckAccepted(text, plan);
     } else {

@@ -86,7 +86,7 @@ void AddOpened(Optivo::ICamInterface& parent, const std::string& name, Lines& li
     device->Close();
 }
 
-void AddInterface(Optivo::ICamSystem& system, const InterfacePlan& plan, Lines& lines) {
+void AddInterface(Optivo::ICamSystem& system, const SInterfacePlan& plan, Lines& lines) {
     Optivo::ICamInterface* opened = nullptr;
     Demand(system.OpenInterface(plan.name.c_str(), &opened) == 0, "interfaces can be opened");
     for (const auto& [key, what] : {std::pair{2, "prefix"}, std::pair{5, "TL type"}}) {
@@ -100,7 +100,7 @@ void AddInterface(Optivo::ICamSystem& system, const InterfacePlan& plan, Lines& 
             plan.name, number, [&](auto* count) { return opened->UpdateDeviceList(count, 0); },
             [&](auto... args) { return opened->GetDeviceName(args...); }, lines);
     }
-    for (const CameraPlan& camera : plan.cameras) {
+    for (const SCameraPlan& camera : plan.cameras) {
         AddDescription(*opened, camera.model.name, lines);
         AddOpened(*opened, camera.model.name, lines);
     }
@@ -109,7 +109,7 @@ void AddInterface(Optivo::ICamSystem& system, const InterfacePlan& plan, Lines& 
 
 } // namespace
 
-Lines Found(const WorldPlan& plan) {
+Lines Found(const SWorldPlan& plan) {
     Lines lines;
     Optivo::ICamSystem* system = nullptr;
     Demand(GetSystem(&system) == 0 && system != nullptr, "there is a system");
@@ -118,7 +118,7 @@ Lines Found(const WorldPlan& plan) {
             "system", number, [&](auto* count) { return system->UpdateInterfaceList(count, 0); },
             [&](auto... args) { return system->GetInterfaceName(args...); }, lines);
     }
-    for (const InterfacePlan& interface : plan.interfaces) {
+    for (const SInterfacePlan& interface : plan.interfaces) {
         AddInterface(*system, interface, lines);
     }
     system->Close();

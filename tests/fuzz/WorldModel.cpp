@@ -56,7 +56,7 @@ std::uint64_t NumberOf(ETestPattern pattern) {
     std::abort();
 }
 
-void AddDescription(const CameraModel& camera, Lines& lines) {
+void AddDescription(const SCameraModel& camera, Lines& lines) {
     lines.push_back(Told(camera.name, "version", camera.version));
     lines.push_back(Told(camera.name, "vendor", camera.vendor));
     lines.push_back(Told(camera.name, "model", camera.model));
@@ -68,8 +68,8 @@ void AddDescription(const CameraModel& camera, Lines& lines) {
     lines.push_back(Told(camera.name, "status", camera.status));
 }
 
-void AddOpened(const CameraModel& camera, Lines& lines) {
-    const ImageFormat& format = camera.format;
+void AddOpened(const SCameraModel& camera, Lines& lines) {
+    const SImageFormat& format = camera.format;
     const PixelLayout layout = LayoutOf(format.pixelFormat);
     lines.push_back(Told(camera.name, "streams", camera.numStreams));
     lines.push_back(Told(camera.name, "width", format.width));
@@ -81,18 +81,18 @@ void AddOpened(const CameraModel& camera, Lines& lines) {
     lines.push_back(Told(camera.name, "payload", layout.size * format.width * format.height));
 }
 
-void AddInterface(const InterfacePlan& plan, Lines& lines) {
+void AddInterface(const SInterfacePlan& plan, Lines& lines) {
     lines.push_back(Told(plan.name, "prefix", plan.prefix));
     lines.push_back(Told(plan.name, "TL type", plan.tlType));
     for (std::size_t update = 0; update < NUM_UPDATES; ++update) {
-        for (const CameraPlan& camera : plan.cameras) {
+        for (const SCameraPlan& camera : plan.cameras) {
             if (IsFoundBy(camera.discovery, update)) {
                 lines.push_back(
                     Told(plan.name, "update " + std::to_string(update), camera.model.name));
             }
         }
     }
-    for (const CameraPlan& camera : plan.cameras) {
+    for (const SCameraPlan& camera : plan.cameras) {
         AddDescription(camera.model, lines);
         AddOpened(camera.model, lines);
     }
@@ -100,16 +100,16 @@ void AddInterface(const InterfacePlan& plan, Lines& lines) {
 
 } // namespace
 
-Lines Expected(const WorldPlan& plan) {
+Lines Expected(const SWorldPlan& plan) {
     Lines lines;
     for (std::size_t update = 0; update < NUM_UPDATES; ++update) {
-        for (const InterfacePlan& interface : plan.interfaces) {
+        for (const SInterfacePlan& interface : plan.interfaces) {
             if (IsFoundBy(interface.discovery, update)) {
                 lines.push_back(Told("system", "update " + std::to_string(update), interface.name));
             }
         }
     }
-    for (const InterfacePlan& interface : plan.interfaces) {
+    for (const SInterfacePlan& interface : plan.interfaces) {
         AddInterface(interface, lines);
     }
     return lines;

@@ -22,6 +22,6 @@ inline std::string Told(const std::string& who, const std::string& what, std::ui
 
 std::string Exactly(double value);
 
-Lines Expected(const OptivoSim::WorldPlan& plan);
+Lines Expected(const OptivoSim::SWorldPlan& plan);
 // Takes the names alone from the plan, as what is not listed can be opened too.
-Lines Found(const OptivoSim::WorldPlan& plan);
+Lines Found(const OptivoSim::SWorldPlan& plan);

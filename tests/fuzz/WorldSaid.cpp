@@ -135,7 +135,7 @@ private:
 
 } // namespace
 
-std::string Difference(const WorldPlan& understood, const std::string& text,
+std::string Difference(const SWorldPlan& understood, const std::string& text,
                        std::size_t numCameras) {
     const Json said = CWorldText(numCameras).Read(Json::parse(text));
     const Json found = Json::parse(TextOf(FirstOf(understood, numCameras)));

@@ -8,5 +8,5 @@
 
 // How what was understood of a sound text differs from what it says, over its first cameras and the
 // faults that are not of others; "[]" when it does not.
-std::string Difference(const OptivoSim::WorldPlan& understood, const std::string& text,
+std::string Difference(const OptivoSim::SWorldPlan& understood, const std::string& text,
                        std::size_t numCameras);

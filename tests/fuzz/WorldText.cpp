@@ -43,16 +43,16 @@ Json JsonOf(const OptivoImageFault& fault) {
             {"seed", fault.seed}};
 }
 
-Json JsonOf(const EventBurst& burst) {
+Json JsonOf(const SEventBurst& burst) {
     return {{"eventId", burst.eventId},
             {"value", burst.value},
             {"count", burst.count},
             {"afterImages", burst.afterImages}};
 }
 
-Json JsonOf(const CameraPlan& plan);
-Json JsonOf(const InterfacePlan& plan);
-Json JsonOf(const FaultPlan& plan);
+Json JsonOf(const SCameraPlan& plan);
+Json JsonOf(const SInterfacePlan& plan);
+Json JsonOf(const SFaultPlan& plan);
 
 template <typename Elements>
 Json ListOf(const Elements& elements) {
@@ -70,8 +70,8 @@ void AddDiscovery(const Discovery& discovery, Json& json) {
     }
 }
 
-Json JsonOf(const CameraPlan& plan) {
-    const CameraModel& model = plan.model;
+Json JsonOf(const SCameraPlan& plan) {
+    const SCameraModel& model = plan.model;
     Json json = {{"name", model.name},
                  {"vendor", model.vendor},
                  {"model", model.model},
@@ -95,7 +95,7 @@ Json JsonOf(const CameraPlan& plan) {
     return json;
 }
 
-Json JsonOf(const InterfacePlan& plan) {
+Json JsonOf(const SInterfacePlan& plan) {
     Json json = {{"name", plan.name},
                  {"prefix", plan.prefix},
                  {"tlType", plan.tlType},
@@ -104,7 +104,7 @@ Json JsonOf(const InterfacePlan& plan) {
     return json;
 }
 
-Json JsonOf(const FaultPlan& plan) {
+Json JsonOf(const SFaultPlan& plan) {
     const OptivoFault& fault = plan.fault;
     Json json = {{"operation", OPERATION_NAMES.at(fault.operation)},
                  {"kind", FAULT_KIND_NAMES.at(fault.kind)},
@@ -122,29 +122,29 @@ Json JsonOf(const FaultPlan& plan) {
 
 } // namespace
 
-std::string TextOf(const WorldPlan& plan) {
+std::string TextOf(const SWorldPlan& plan) {
     return Json{{"interfaces", ListOf(plan.interfaces)}, {"faults", ListOf(plan.faults)}}.dump();
 }
 
-std::size_t NumCameras(const WorldPlan& plan) {
+std::size_t NumCameras(const SWorldPlan& plan) {
     std::size_t numCameras = 0;
-    for (const InterfacePlan& interface : plan.interfaces) {
+    for (const SInterfacePlan& interface : plan.interfaces) {
         numCameras += interface.cameras.size();
     }
     return numCameras;
 }
 
-WorldPlan FirstOf(const WorldPlan& plan, std::size_t numCameras) {
-    WorldPlan first;
+SWorldPlan FirstOf(const SWorldPlan& plan, std::size_t numCameras) {
+    SWorldPlan first;
     std::set<std::string> names = {""};
-    for (const InterfacePlan& whole : plan.interfaces) {
-        InterfacePlan& interface = first.interfaces.emplace_back();
+    for (const SInterfacePlan& whole : plan.interfaces) {
+        SInterfacePlan& interface = first.interfaces.emplace_back();
         interface.name = whole.name;
         interface.prefix = whole.prefix;
         interface.tlType = whole.tlType;
         interface.discovery = whole.discovery;
         names.insert(whole.name);
-        for (const CameraPlan& camera : whole.cameras) {
+        for (const SCameraPlan& camera : whole.cameras) {
             if (numCameras == 0) {
                 break;
             }
@@ -154,6 +154,6 @@ WorldPlan FirstOf(const WorldPlan& plan, std::size_t numCameras) {
         }
     }
     std::copy_if(plan.faults.begin(), plan.faults.end(), std::back_inserter(first.faults),
-                 [&](const FaultPlan& fault) { return names.contains(fault.object); });
+                 [&](const SFaultPlan& fault) { return names.contains(fault.object); });
     return first;
 }

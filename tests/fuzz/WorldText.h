@@ -6,8 +6,8 @@
 #include <string>
 
 // No name, once it is put together, may be longer than a text of a world can be.
-std::string TextOf(const OptivoSim::WorldPlan& plan);
+std::string TextOf(const OptivoSim::SWorldPlan& plan);
 
-std::size_t NumCameras(const OptivoSim::WorldPlan& plan);
+std::size_t NumCameras(const OptivoSim::SWorldPlan& plan);
 // The plan with its first cameras alone, without the faults of the others.
-OptivoSim::WorldPlan FirstOf(const OptivoSim::WorldPlan& plan, std::size_t numCameras);
+OptivoSim::SWorldPlan FirstOf(const OptivoSim::SWorldPlan& plan, std::size_t numCameras);

@@ -29,7 +29,7 @@ std::string DescriptionOf(const Error& error) {
 std::string Description(const std::function<void()>& call) {
     try {
         call();
-    } catch (const GenICam::Client::LibraryInvalidArgument& error) {
+    } catch (const GenICam::Client::CLibraryInvalidArgument& error) {
         return DescriptionOf(error);
     }
     return "no exception";
@@ -37,7 +37,7 @@ std::string Description(const std::function<void()>& call) {
 
 #define EXPECT_THROWN(text, ...) EXPECT_EQ(Description([&] { __VA_ARGS__; }), text)
 #define EXPECT_REFUSED(text, ...)                                                                  \
-    EXPECT_REFUSES(GenICam::Client::LibraryInvalidArgument, text, __VA_ARGS__)
+    EXPECT_REFUSES(GenICam::Client::CLibraryInvalidArgument, text, __VA_ARGS__)
 
 class EventDeviceTest : public testing::Test {
 protected:

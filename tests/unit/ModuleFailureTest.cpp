@@ -173,7 +173,7 @@ TEST_F(ModuleFailureTest, OfEveryPort) {
 TEST_F(ModuleFailureTest, OfHandles) {
     for (void* handle : {static_cast<void*>(nullptr), HandleOf(device)}) {
         EXPECT_THROWS(std::invalid_argument, "Invalid Interface Handle", InterfaceOf(handle));
-        EXPECT_THROWS(std::runtime_error, "Invalid Device Handle", DiscoveringInterfaceOf(handle));
+        EXPECT_THROWS(std::runtime_error, "Invalid Device Handle", InterfaceWithDeviceText(handle));
         EXPECT_THROWS(std::runtime_error, "Invalid Device Handle", DataStreamOf(handle));
         EXPECT_THROWS(invalid_handle_error, " Invalid TL handle", SystemOf(handle));
     }

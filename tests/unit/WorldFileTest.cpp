@@ -7,25 +7,25 @@ namespace {
 
 using namespace OptivoSim;
 
-WorldPlan Read(std::string_view text) {
-    WorldPlan plan;
-    TextError error;
+SWorldPlan Read(std::string_view text) {
+    SWorldPlan plan;
+    STextError error;
     EXPECT_TRUE(ParseWorld(text, plan, error)) << error.Message();
     return plan;
 }
 
-CameraPlan ReadCamera(const std::string& members) {
-    const WorldPlan plan = Read(R"({"interfaces": [{"cameras": [{)" + members + "}]}]}");
+SCameraPlan ReadCamera(const std::string& members) {
+    const SWorldPlan plan = Read(R"({"interfaces": [{"cameras": [{)" + members + "}]}]}");
     return plan.interfaces.at(0).cameras.at(0);
 }
 
 TEST(WorldFileTest, ReadsEveryMemberOfACamera) {
-    const CameraModel model = ReadCamera(R"(
+    const SCameraModel model = ReadCamera(R"(
         "name": "N", "vendor": "V", "model": "M", "version": "1", "serialNumber": "S",
         "userDefinedName": "U", "tlType": "T", "custom14": "A", "custom15": "B", "status": 3,
         "numStreams": 4, "pixelFormat": "Mono16", "width": 5, "height": 6, "testPattern": "White",
         "frameRate": 7.25, "unplugAfterImages": 18446744073709551615)")
-                                  .model;
+                                   .model;
     EXPECT_EQ(model.name, "N");
     EXPECT_EQ(model.vendor, "V");
     EXPECT_EQ(model.model, "M");
@@ -158,8 +158,8 @@ TEST(WorldFileTest, OperationsAndKindsAreThoseOfTheirNames) {
 }
 
 TEST(WorldFileTest, TakesBytesThatNoTextHas) {
-    WorldPlan plan;
-    TextError error;
+    SWorldPlan plan;
+    STextError error;
     using namespace std::string_view_literals;
     for (const std::string_view text :
          {"\0"sv, "{\0}"sv, "\xFF\xFE"sv, "{\"a\xC0\xAF\": 1}"sv, "\"\xED\xA0\x80\""sv,
