@@ -58,7 +58,6 @@ CDataStream::CDataStream(const char* id, CDevice* device)
     if (result < 0 || !m_camera) {
         throw std::runtime_error("Unable to open Stream");
     }
-    Publish();
 }
 
 // The first call may come before the last handle is published.

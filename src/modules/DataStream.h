@@ -45,6 +45,8 @@ public:
     // Opens the camera's stream whose index stands in the ID from its third character on.
     // Throws std::runtime_error when the camera does not open it.
     CDataStream(const char* id, CDevice* device);
+    // Ends the construction: calls may come. Throws std::bad_alloc.
+    void Publish();
     // Ends waits and the acquisition, then releases the camera's stream and the buffers; the first
     // of these that fails leaves the rest unreleased. Returns when no thread is inside any more.
     ~CDataStream() override;
@@ -135,7 +137,6 @@ private:
     void EndFill();
     Optivo::Int32 Grab(void* memory);
 
-    void Publish();
     void EndUse() noexcept;
     void LaunchThread();
     void JoinThread();

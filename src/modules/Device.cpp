@@ -81,6 +81,7 @@ void CDevice::Close() {
 
 // Each stream removes itself from the list, also one that another thread is closing.
 void CDevice::CloseStreams() {
+    const boost::lock_guard<boost::mutex> opening(m_openingLock);
     boost::unique_lock<boost::mutex> lock(m_streamsLock);
     while (!m_streams.empty()) {
         CDataStream* stream = m_streams.front();
@@ -204,16 +205,23 @@ std::string CDevice::GetDataStreamID(std::uint32_t index) const {
     return Format("DS%d", static_cast<std::int32_t>(index));
 }
 
+// While the camera opens one stream the others can be closed.
 CDataStream* CDevice::OpenDataStream(const char* id) {
     const char* wanted = &Require(id, "sDataStreamID");
-    const boost::lock_guard<boost::mutex> lock(m_streamsLock);
+    const boost::lock_guard<boost::mutex> opening(m_openingLock);
+    std::unique_ptr<CDataStream> opened; // when it fails it leaves the list, which locks
+    boost::unique_lock<boost::mutex> lock(m_streamsLock);
     for (CDataStream* stream : m_streams) {
         if (!stream->IsClosing() && stream->GetID() == wanted) {
             return stream;
         }
     }
-    m_streams.reserve(m_streams.size() + 1);
-    return m_streams.emplace_back(new CDataStream(wanted, this));
+    m_streams.reserve(m_streams.size() + 1); // nobody else adds one meanwhile
+    lock.unlock();
+    opened = std::make_unique<CDataStream>(wanted, this);
+    lock.lock();
+    opened->Publish();
+    return m_streams.emplace_back(opened.release());
 }
 
 ICommonBase* CDevice::RemotePort() const {

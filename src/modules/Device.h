@@ -89,6 +89,7 @@ private:
     void CloseStreams();
 
     std::string m_id;
+    boost::mutex m_openingLock; // held while the camera opens a stream; before m_streamsLock
     boost::mutex m_streamsLock;
     boost::condition_variable m_streamLeft;
     std::vector<CDataStream*> m_streams; // owned

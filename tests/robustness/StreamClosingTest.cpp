@@ -94,6 +94,25 @@ TEST_F(StreamClosingTest, AStreamThatIsOpenedMeanwhileIsAnother) {
     EXPECT_EQ(alive.Streams(), 1U);
 }
 
+// Nothing of one stream waits for another that the camera library is slow to open.
+TEST_F(StreamClosingTest, WaitsForNoOtherStreamThatIsBeingOpened) {
+    DS_HANDLE other = nullptr;
+    const auto opening = HangIn(OPTIVO_DEVICE_OPEN_DATA_STREAM, [this, &other] {
+        return gentl.DevOpenDataStream(device, "DS1", &other);
+    });
+    Background closing(Close(stream));
+    EXPECT_TRUE(Eventually([&] { return closing.IsDone(); }));
+    Background closingDevice([this] { return gentl.DevClose(device); });
+    closingDevice.AwaitSleep();
+    EXPECT_FALSE(closingDevice.IsDone()) << "the stream would be left behind";
+    OptivoSim_Release();
+    EXPECT_OK(opening->Finish());
+    EXPECT_OK(closing.Finish());
+    EXPECT_OK(closingDevice.Finish());
+    EXPECT_EQ(alive.Streams(), 0U);
+    device = remote = stream = nullptr;
+}
+
 TEST_F(StreamClosingTest, TwoClosesDestroyItOnce) {
     StartWith(2);
     const auto closing = HangIn(OPTIVO_STREAM_STOP_ACQUISITION, Close(stream));
