@@ -350,7 +350,7 @@ GC_ERROR CDataStream::WaitNewBuffer(void* buffer, size_t* size, std::uint64_t ti
             return GC_ERR_NO_DATA;
         }
     }
-    filled->SetState(false, true, false);
+    filled->SetFetched();
     // Read here: without the lock another thread may revoke the buffer.
     const EVENT_NEW_BUFFER_DATA data{HandleOf(filled), filled->PrivateData()};
     output.unlock();

@@ -20,18 +20,19 @@ std::string Url(std::uint32_t xmlLength) {
 } // namespace
 
 CBufferInfo::CBufferInfo(void* memory, size_t size, void* privateData)
-    : m_memory(memory == nullptr ? Platform::AllocateMemory(size) : memory),
+    : m_ownMemory(memory == nullptr ? Platform::AllocateMemory(size) : nullptr),
+      m_memory(memory == nullptr ? m_ownMemory.get() : memory),
       m_size(size),
-      m_private(privateData),
-      m_ownsMemory(memory == nullptr) {
+      m_private(privateData) {
     PublishHandle();
 }
 
 CBufferInfo::~CBufferInfo() {
     RetireHandle();
-    if (m_ownsMemory) {
-        Platform::FreeMemory(m_memory);
-    }
+}
+
+void CBufferInfo::SFreeMemory::operator()(void* memory) const {
+    Platform::FreeMemory(memory);
 }
 
 COutcome CBufferInfo::GetPortURL(char* buffer, size_t* size) {
@@ -93,6 +94,12 @@ void CBufferInfo::SetState(bool queued, bool newData, bool delivered) {
     m_newData.store(newData, std::memory_order_relaxed);
     m_isDelivered.store(delivered, std::memory_order_relaxed);
     m_isQueued.store(queued, std::memory_order_release);
+}
+
+void CBufferInfo::SetFetched() {
+    m_newData.store(true, std::memory_order_relaxed);
+    m_isQueued.store(false, std::memory_order_relaxed);
+    m_isDelivered.store(false, std::memory_order_release);
 }
 
 } // namespace GenICam::Client

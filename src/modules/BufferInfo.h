@@ -5,6 +5,7 @@
 #include "core/CommonBase.h"
 
 #include <atomic>
+#include <memory>
 
 namespace GenICam::Client {
 
@@ -40,9 +41,11 @@ public:
     bool IsQueued() const { return m_isQueued.load(std::memory_order_acquire); }
     // In the stream's output queue. To be asked after IsQueued: a buffer that is delivered
     // meanwhile then answers yes to one of the two.
-    bool IsDelivered() const { return m_isDelivered.load(std::memory_order_relaxed); }
+    bool IsDelivered() const { return m_isDelivered.load(std::memory_order_acquire); }
     // The three state bytes at once: queued, new data, delivered.
     void SetState(bool queued, bool newData, bool delivered);
+    // The consumer has it. Who finds it delivered no more finds it unqueued, for good.
+    void SetFetched();
     void SetQueued() { m_isQueued.store(true, std::memory_order_relaxed); }
     void ClearNewData() { m_newData.store(false, std::memory_order_relaxed); }
     // Raw ticks of the performance counter at the end of the last fill; 0 before the first.
@@ -60,6 +63,11 @@ public:
     bool HasStrayed() const { return m_hasStrayed; }
 
 private:
+    struct SFreeMemory {
+        void operator()(void* memory) const;
+    };
+
+    std::unique_ptr<void, SFreeMemory> m_ownMemory;
     void* m_memory;
     size_t m_size;
     void* m_private;
@@ -69,7 +77,6 @@ private:
     std::atomic<std::uint64_t> m_timestamp{0};
     std::atomic<const void*> m_owner{nullptr}; // only ever compared
     std::atomic<bool> m_hasStrayed{false};
-    bool m_ownsMemory;
     std::uint32_t m_xmlLength = 0;
 };
 

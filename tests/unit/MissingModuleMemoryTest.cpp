@@ -2,13 +2,23 @@
 #include "ModuleFixture.h"
 #include "Thrown.h"
 #include "core/LastError.h"
+#include "modules/BufferInfo.h"
 
+#include <deque>
+#include <limits>
 #include <new>
+
+#if defined(__linux__)
+#include <malloc.h>
+#endif
 
 namespace {
 
 // The size for which this thread gets no memory by asking without exceptions.
 thread_local std::size_t s_refusedSize = 0;
+
+// The least size of an array for which it gets none.
+thread_local std::size_t s_refusedArray = std::numeric_limits<std::size_t>::max();
 
 class RefusedMemory {
 public:
@@ -29,6 +39,21 @@ void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
     } catch (const std::bad_alloc&) {
         return nullptr;
     }
+}
+
+void* operator new[](std::size_t size) {
+    if (size >= s_refusedArray) {
+        throw std::bad_alloc();
+    }
+    return ::operator new(size);
+}
+
+void operator delete[](void* array) noexcept {
+    ::operator delete(array);
+}
+
+void operator delete[](void* array, std::size_t /*size*/) noexcept {
+    ::operator delete(array);
 }
 
 namespace {
@@ -72,5 +97,33 @@ TEST_F(MissingModuleMemoryTest, WithoutADeviceItsCameraIsClosed) {
     EXPECT_EQ(OptivoSim_NumAlive(OPTIVO_OBJECT_DEVICE), numAlive);
     EXPECT_NE(interface->OpenDevice("Norvel-G1300C-10002", 3), nullptr);
 }
+
+#if defined(__linux__)
+
+// Handles are kept in a table that grows in steps.
+TEST(MissingHandleMemoryTest, ABufferWithoutAHandleKeepsNoMemory) {
+    constexpr std::size_t kImage = std::size_t{64} << 20;
+    constexpr std::size_t kMany = 100000;
+    char memory = 0;
+    std::deque<CBufferInfo> buffers;
+    s_refusedArray = 100000;
+    const auto announce = [&](void* image) {
+        try {
+            buffers.emplace_back(image, image == nullptr ? kImage : 1, nullptr);
+            return true;
+        } catch (const std::bad_alloc&) {
+            return false;
+        }
+    };
+    while (buffers.size() < kMany && announce(&memory)) {
+    }
+    EXPECT_LT(buffers.size(), kMany);
+    const std::size_t before = mallinfo2().hblkhd;
+    EXPECT_FALSE(announce(nullptr));
+    EXPECT_EQ(mallinfo2().hblkhd, before);
+    s_refusedArray = std::numeric_limits<std::size_t>::max();
+}
+
+#endif
 
 } // namespace
