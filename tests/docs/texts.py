@@ -11,7 +11,7 @@ CODES = {
     "GC_ERR_INVALID_PARAMETER": -1009, "GC_ERR_TIMEOUT": -1011,
 }
 # These lose their text on the way to the consumer.
-HIDDEN = {"std::invalid_argument", "std::out_of_range", "LibraryInvalidArgument"}
+HIDDEN = {"std::invalid_argument", "std::out_of_range", "CLibraryInvalidArgument"}
 
 LITERAL = r'"((?:[^"\\]|\\.)*)"'
 
