@@ -1,10 +1,10 @@
-#include "Node.h"
+#include "genapi/Node.h"
 
-#include "Description.h"
+#include "genapi/Text.h"
 
-namespace norveltl {
+namespace GenApi {
 
-const SNode::Tree* SNode::Child(const char* key) const {
+const Tree* SNode::Child(const char* key) const {
     const auto own = tree->find(key);
     if (own != tree->not_found()) {
         return &own->second;
@@ -31,6 +31,11 @@ std::vector<std::string> SNode::Texts(const char* key) const {
     return texts;
 }
 
+bool IsFloat(const SNode& node) {
+    return node.kind == "Float" || node.kind == "FloatReg" || node.kind == "SwissKnife" ||
+           node.kind == "Converter";
+}
+
 bool IsConverter(const SNode& node) {
     return node.kind == "Converter" || node.kind == "IntConverter";
 }
@@ -53,4 +58,4 @@ bool IsReference(const SNode& node) {
            node.kind == "Float" || node.kind == "Command" || node.kind == "String";
 }
 
-} // namespace norveltl
+} // namespace GenApi

@@ -2,17 +2,15 @@
 // nothing of values and registers.
 #pragma once
 
-#include <boost/property_tree/ptree.hpp>
+#include "genapi/Document.h"
 
 #include <string>
 #include <vector>
 
-namespace norveltl {
+namespace GenApi {
 
 // A named node; an entry of a structured register takes what it lacks from its parent.
 struct SNode {
-    using Tree = boost::property_tree::ptree;
-
     std::string name;
     std::string kind;
     const Tree* tree;
@@ -26,6 +24,8 @@ struct SNode {
     std::vector<std::string> Texts(const char* key) const;
 };
 
+// Whether its value is a floating-point number.
+bool IsFloat(const SNode& node);
 bool IsConverter(const SNode& node);
 bool IsKnife(const SNode& node);
 bool IsNumberRegister(const SNode& node);
@@ -33,4 +33,4 @@ bool IsRegister(const SNode& node);
 // Nodes that hold a value of their own or refer to the node that does.
 bool IsReference(const SNode& node);
 
-} // namespace norveltl
+} // namespace GenApi

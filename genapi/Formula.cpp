@@ -1,24 +1,24 @@
-#include "Formula.h"
+#include "genapi/Formula.h"
 
-#include "Error.h"
+#include "genapi/Error.h"
+#include "genapi/Level.h"
 
 #include <algorithm>
-#include <array>
 #include <cctype>
 #include <charconv>
 #include <cmath>
-#include <limits>
+#include <iterator>
 #include <numbers>
 #include <string_view>
 #include <type_traits>
 #include <vector>
 
-namespace norveltl {
+namespace GenApi {
 
 namespace {
 
-// Deeper than any sound formula.
-constexpr unsigned kMaxDepth = 200;
+// Deeper than any sound formula and all that it refers to.
+constexpr unsigned kMaxDepth = 400;
 
 template <class T>
 constexpr bool kIsWhole = std::is_integral_v<T>;
@@ -26,7 +26,7 @@ constexpr bool kIsWhole = std::is_integral_v<T>;
 int64_t Whole(double value) {
     constexpr double kLimit = 9223372036854775808.0; // 2^63
     if (!(value >= -kLimit && value < kLimit)) {
-        throw CToolError("a value of the formula is beyond 64 bits");
+        throw CError("a value of the formula is beyond 64 bits");
     }
     return static_cast<int64_t>(value);
 }
@@ -48,7 +48,7 @@ T Wrapped(T left, T right, O operation) {
 template <class T>
 T Divide(T left, T right) {
     if (right == T{0}) {
-        throw CToolError("the formula divides by zero");
+        throw CError("the formula divides by zero");
     }
     if constexpr (kIsWhole<T>) {
         return right == -1 ? Wrapped(T{0}, left, std::minus()) : left / right;
@@ -60,7 +60,7 @@ T Divide(T left, T right) {
 template <class T>
 T Remainder(T left, T right) {
     if (right == T{0}) {
-        throw CToolError("the formula divides by zero");
+        throw CError("the formula divides by zero");
     }
     if constexpr (kIsWhole<T>) {
         return right == -1 ? 0 : left % right;
@@ -83,34 +83,28 @@ template <class T>
 T Shift(T value, T places, bool left) {
     const int64_t count = Whole(places);
     if (count < 0 || count > 63) {
-        throw CToolError("the formula shifts by " + std::to_string(count) + " places");
+        throw CError("the formula shifts by " + std::to_string(count) + " places");
     }
     const int64_t bits = Whole(value);
     return static_cast<T>(left ? static_cast<int64_t>(static_cast<uint64_t>(bits) << count)
                                : bits >> count);
 }
 
-// The symbols of binary operators by rising precedence.
-using Level = std::vector<std::string_view>;
-const std::array<Level, 10>& Levels() {
-    static const auto& levels = *new std::array<Level, 10>{{{"||"},
-                                                            {"&&"},
-                                                            {"|"},
-                                                            {"^"},
-                                                            {"&"},
-                                                            {"=", "<>"},
-                                                            {"<=", ">=", "<", ">"},
-                                                            {"<<", ">>"},
-                                                            {"+", "-"},
-                                                            {"*", "/", "%"}}};
-    return levels;
-}
+// A binary operator and how tightly it binds. Where one begins another, the longer stands first.
+struct SOperator {
+    std::string_view symbol;
+    unsigned precedence;
+};
+constexpr SOperator kOperators[] = {{"||", 1}, {"&&", 2}, {"<>", 6}, {"<=", 7}, {">=", 7},
+                                    {"<<", 8}, {">>", 8}, {"|", 3},  {"^", 4},  {"&", 5},
+                                    {"=", 6},  {"<", 7},  {">", 7},  {"+", 9},  {"-", 9},
+                                    {"*", 10}, {"/", 10}, {"%", 10}};
 
 template <class T>
 class CEvaluator {
 public:
-    CEvaluator(std::string_view text, const Variables<T>& variables)
-        : m_text(text), m_variables(variables) {}
+    CEvaluator(std::string_view text, const Variables<T>& variables, unsigned& depth)
+        : m_text(text), m_variables(variables), m_depth(depth) {}
 
     T Evaluate() {
         const T value = Conditional();
@@ -123,7 +117,7 @@ public:
 
 private:
     [[noreturn]] void Fail() const {
-        throw CToolError("the formula is not understood at \"" + std::string(m_text) + "\"");
+        throw CError("the formula is not understood at \"" + std::string(m_text) + "\"");
     }
 
     void SkipBlanks() {
@@ -147,11 +141,15 @@ private:
         }
     }
 
-    // Every way down leads through here.
-    T Conditional() {
-        if (++m_depth > kMaxDepth) {
-            throw CToolError("the formula is nested too deeply");
+    void CheckDepth() const {
+        if (m_depth > kMaxDepth) {
+            throw CError("the formula is nested too deeply");
         }
+    }
+
+    T Conditional() {
+        const CLevel level(m_depth);
+        CheckDepth();
         T value = Binary(0);
         if (Accept("?")) {
             const T yes = Conditional();
@@ -159,39 +157,22 @@ private:
             const T no = Conditional();
             value = value != T{0} ? yes : no;
         }
-        --m_depth;
         return value;
     }
 
-    // The operator of this level that comes next, not the beginning of a longer one.
-    std::string_view NextOperator(const Level& level) {
-        SkipBlanks();
-        constexpr std::array<std::string_view, 8> kLonger = {
-            "||", "&&", "<>", "<=", ">=", "<<", ">>", "**"};
-        const auto longer = std::find_if(kLonger.begin(), kLonger.end(), [this](auto symbol) {
-            return m_text.starts_with(symbol);
-        });
-        const auto found = std::find_if(level.begin(), level.end(), [&](auto symbol) {
-            return longer != kLonger.end() ? symbol == *longer : m_text.starts_with(symbol);
-        });
-        if (found == level.end()) {
-            return {};
-        }
-        m_text.remove_prefix(found->size());
-        return *found;
-    }
-
-    T Binary(size_t level) {
-        if (level == Levels().size()) {
-            return Unary();
-        }
-        T value = Binary(level + 1);
+    // Takes the operators that bind more tightly than the one before.
+    T Binary(unsigned precedence) {
+        T value = Unary();
         for (;;) {
-            const std::string_view symbol = NextOperator(Levels()[level]);
-            if (symbol.empty()) {
+            SkipBlanks();
+            const auto* const found = std::find_if(
+                std::begin(kOperators), std::end(kOperators),
+                [this](const auto& known) { return m_text.starts_with(known.symbol); });
+            if (found == std::end(kOperators) || found->precedence <= precedence) {
                 return value;
             }
-            value = Apply(symbol, value, Binary(level + 1));
+            m_text.remove_prefix(found->symbol.size());
+            value = Apply(found->symbol, value, Binary(found->precedence));
         }
     }
 
@@ -245,21 +226,18 @@ private:
     }
 
     T Unary() {
-        if (++m_depth > kMaxDepth) {
-            throw CToolError("the formula is nested too deeply");
-        }
-        T value{};
+        const CLevel level(m_depth);
+        CheckDepth();
         if (Accept("-")) {
-            value = Wrapped(T{0}, Unary(), std::minus());
-        } else if (Accept("+")) {
-            value = Unary();
-        } else if (Accept("~")) {
-            value = static_cast<T>(~Whole(Unary()));
-        } else {
-            value = Raised();
+            return Wrapped(T{0}, Unary(), std::minus());
         }
-        --m_depth;
-        return value;
+        if (Accept("+")) {
+            return Unary();
+        }
+        if (Accept("~")) {
+            return static_cast<T>(~Whole(Unary()));
+        }
+        return Raised();
     }
 
     // Binds more tightly than the sign before it, and to the right.
@@ -374,13 +352,13 @@ private:
                 }
             }
         }
-        throw CToolError("the formula's function " + name + " is not known with " +
-                         std::to_string(arguments.size()) + " arguments");
+        throw CError("the formula's function " + name + " is not known with " +
+                     std::to_string(arguments.size()) + " arguments");
     }
 
     static T Result(double value) {
         if (std::isnan(value)) {
-            throw CToolError("the formula has no value");
+            throw CError("the formula has no value");
         }
         if constexpr (kIsWhole<T>) {
             return Whole(value);
@@ -391,17 +369,19 @@ private:
 
     std::string_view m_text;
     const Variables<T>& m_variables;
-    unsigned m_depth = 0;
+    unsigned& m_depth;
 };
 
 } // namespace
 
-int64_t EvaluateInteger(const std::string& formula, const Variables<int64_t>& variables) {
-    return CEvaluator<int64_t>(formula, variables).Evaluate();
+int64_t EvaluateInteger(const std::string& formula, const Variables<int64_t>& variables,
+                        unsigned& depth) {
+    return CEvaluator<int64_t>(formula, variables, depth).Evaluate();
 }
 
-double EvaluateFloat(const std::string& formula, const Variables<double>& variables) {
-    return CEvaluator<double>(formula, variables).Evaluate();
+double EvaluateFloat(const std::string& formula, const Variables<double>& variables,
+                     unsigned& depth) {
+    return CEvaluator<double>(formula, variables, depth).Evaluate();
 }
 
-} // namespace norveltl
+} // namespace GenApi
