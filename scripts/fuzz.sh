@@ -1,13 +1,13 @@
 #!/usr/bin/env bash
 # Feeds random bytes to the module and the simulated camera library, two targets at a time, and fails on any finding.
-# Call it from anywhere: scripts/fuzz.sh [--keep] [SECONDS [TARGET...]]; 60 seconds each, of calls, ids, register_map
-# and world, unless told otherwise. --keep takes what was learnt into tests/fuzz/corpus, as little as covers it all.
+# Call it from anywhere: scripts/fuzz.sh [--keep] [SECONDS [TARGET...]]; 60 seconds each and all
+# targets unless told otherwise. --keep takes what was learnt into tests/fuzz/corpus, as little as covers it all.
 set -euo pipefail
 
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$root"
 
-all=(calls ids register_map world)
+all=(calls description ids register_map world)
 keep=
 case ${1-} in
   -h | --help) sed -n '2,4s/^# //p' "${BASH_SOURCE[0]}"; exit ;;
@@ -36,6 +36,7 @@ launch() {
 longest_input() {
   case $1 in
     calls) echo 400 ;;
+    description) echo 2000 ;;
     world) echo 4096 ;;
     *) echo 600 ;;
   esac

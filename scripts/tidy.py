@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-# Runs clang-tidy over the module, simulator, tool and examples, again only over files whose contents or headers changed.
+# Runs clang-tidy over everything but tests and benchmarks, again only over files whose contents or headers changed.
 # Call it after building, with the build folders whose compile commands count: scripts/tidy.py FOLDER...
 import concurrent.futures
 import functools
@@ -14,7 +14,7 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 CACHE = ROOT / ".cache" / "tidy"
-ANALYSED = ("src", "simulator", "tools", "examples")
+ANALYSED = ("src", "genapi", "simulator", "tools", "examples")
 SUFFIXES = (".cpp", ".c")
 GCC_ONLY = {"-fno-gnu-unique", "-fno-keep-inline-dllexport", "-Werror"}
 

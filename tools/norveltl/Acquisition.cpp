@@ -10,7 +10,7 @@ namespace norveltl {
 CCameraFacts::CCameraFacts(const CProducer& producer, DEV_HANDLE device) {
     try {
         m_features.emplace(producer, RemotePort(producer, device));
-    } catch (const CToolError& error) {
+    } catch (const std::runtime_error& error) {
         m_reason = error.what();
     }
 }
@@ -36,7 +36,7 @@ uint64_t CCameraFacts::PayloadSize() const {
             return static_cast<uint64_t>(size);
         }
         throw CToolError("PayloadSize is " + std::to_string(size));
-    } catch (const CToolError& error) {
+    } catch (const std::runtime_error& error) {
         throw CToolError(known + error.what());
     }
 }
@@ -49,7 +49,7 @@ SImageFormat CCameraFacts::Format() const {
     const auto attempt = [](auto read) {
         try {
             read();
-        } catch (const CToolError& error) {
+        } catch (const std::runtime_error& error) {
             Note(error.what());
         }
     };

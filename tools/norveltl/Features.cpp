@@ -3,6 +3,8 @@
 #include "Console.h"
 #include "Description.h"
 
+#include "genapi/Text.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -10,6 +12,11 @@
 #include <utility>
 
 namespace norveltl {
+
+using GenApi::EAccess;
+using GenApi::ParseInteger;
+using GenApi::SNode;
+using GenApi::Trim;
 
 namespace {
 
@@ -121,6 +128,9 @@ std::pair<std::string, std::string> ParseAssignment(const std::string& text) {
     }
     return {text.substr(0, equals), text.substr(equals + 1)};
 }
+
+CFeatures::CFeatures(const CProducer& producer, PORT_HANDLE port)
+    : m_nodes(ReadDescription(producer, port), Registers(producer, port)) {}
 
 const SNode& CFeatures::Known(const std::string& feature) const {
     if (!m_nodes.Has(feature)) {
@@ -258,7 +268,7 @@ SFeature CFeatures::Describe(const std::string& feature, const std::string& cate
     described.selects = node.Texts("pSelected");
     try {
         Fill(node, described);
-    } catch (const CToolError& error) {
+    } catch (const std::runtime_error& error) {
         described.error = error.what();
     }
     return described;

@@ -1,8 +1,11 @@
 // A camera's features as a user names them: their values as texts, their limits and entries, and
-// the order in which the description lists them. What lies behind a value is CNodeMap's business.
+// the order in which the description lists them. What lies behind a value is the node map's
+// business.
 #pragma once
 
-#include "NodeMap.h"
+#include "Producer.h"
+
+#include "genapi/NodeMap.h"
 
 #include <cstdint>
 #include <optional>
@@ -29,7 +32,7 @@ struct SFeature {
 class CFeatures {
 public:
     // Reads the description through the port, which must stay open as long as this object lives.
-    CFeatures(const CProducer& producer, PORT_HANDLE port) : m_nodes(producer, port) {}
+    CFeatures(const CProducer& producer, PORT_HANDLE port);
 
     bool Has(const std::string& feature) const { return m_nodes.Has(feature); }
     int64_t ReadInteger(const std::string& feature) const { return m_nodes.Integer(feature); }
@@ -52,13 +55,13 @@ private:
         int64_t value;
     };
 
-    const SNode& Known(const std::string& feature) const;
-    std::vector<SEntry> Entries(const SNode& node) const;
-    void SetNumber(const SNode& node, const std::string& value) const;
-    void Fill(const SNode& node, SFeature& feature) const;
+    const GenApi::SNode& Known(const std::string& feature) const;
+    std::vector<SEntry> Entries(const GenApi::SNode& node) const;
+    void SetNumber(const GenApi::SNode& node, const std::string& value) const;
+    void Fill(const GenApi::SNode& node, SFeature& feature) const;
     void Walk(const std::string& category, std::vector<SFeature>& features, unsigned depth) const;
 
-    CNodeMap m_nodes;
+    GenApi::CNodeMap m_nodes;
 };
 
 // "NAME=VALUE"; throws for anything else.

@@ -43,7 +43,7 @@ public:
         try {
             work();
             Require(check, true);
-        } catch (const CToolError& error) {
+        } catch (const std::runtime_error& error) {
             Require(check, false, error.what());
         }
     }

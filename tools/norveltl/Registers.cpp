@@ -5,6 +5,8 @@
 #include "Image.h"
 #include "Modules.h"
 
+#include "genapi/Text.h"
+
 #include <algorithm>
 #include <array>
 #include <charconv>
@@ -34,7 +36,7 @@ CToolError WrongUsage(const std::string& text, const std::string& reason) {
 
 uint64_t ParseAddress(const std::string& text) {
     const bool isHex = text.starts_with("0x") || text.starts_with("0X");
-    const auto number = ParseUnsigned(isHex ? text.substr(2) : text, isHex ? 16 : 10);
+    const auto number = GenApi::ParseUnsigned(isHex ? text.substr(2) : text, isHex ? 16 : 10);
     if (!number) {
         throw WrongUsage(text, "is no address or length");
     }
@@ -79,7 +81,7 @@ Bytes BytesOfNumber(const std::string& text) {
 Bytes BytesOfHex(const std::string& text) {
     Bytes bytes;
     for (size_t i = 0; i + 1 < text.size(); i += 2) {
-        const auto byte = ParseUnsigned(text.substr(i, 2), 16);
+        const auto byte = GenApi::ParseUnsigned(text.substr(i, 2), 16);
         if (!byte) {
             break;
         }
