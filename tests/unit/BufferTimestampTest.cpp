@@ -56,6 +56,14 @@ TEST_F(BufferTimestampTest, IsNoneUntilTheBufferIsFilled) {
     EXPECT_EQ(buffer->Timestamp(), 0U);
 }
 
+TEST(PerformanceCounterTest, Grows) {
+    const uint64_t before = Platform::PerformanceCounter();
+    std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    const uint64_t after = Platform::PerformanceCounter();
+    EXPECT_GT(after, before);
+    EXPECT_LT(after - before, uint64_t{3600} * 1'000'000'000);
+}
+
 TEST_F(BufferTimestampTest, IsTakenAtTheEndOfTheFill) {
     const uint64_t before = Platform::PerformanceCounter();
     Acquire();
