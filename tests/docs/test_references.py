@@ -15,7 +15,7 @@ ERRORS = SOURCES / "docs/errors.md"
 HEADER = SOURCES / "include/GenTL/GenTL.h"
 # Names that look like the header's, and are Windows', the environment's, or a camera's.
 ELSEWHERE = {"GENICAM_GENTL64_PATH", "OPTIVO_SIM_CONFIG", "LOAD_WITH_ALTERED_SEARCH_PATH", "TLParamsLocked"}
-PATH = re.compile(r"^(?:src|genapi|docs|tests|tools|scripts|include|simulator|examples|cmake|bench)/[\w./*-]*$")
+PATH = re.compile(r"^(?:src|genapi|standard|docs|tests|tools|scripts|include|simulator|examples|cmake|bench)/[\w./*-]*$")
 
 
 class References(unittest.TestCase):

@@ -18,7 +18,7 @@ sys.path.insert(0, str(HERE.parent / "tool"))
 import loader  # noqa: E402
 import runner  # noqa: E402
 
-SHIPPED = ("NorvelTL40.cti", "norveltl.exe", "norveltl-environment.exe", "Optivo40.dll")
+SHIPPED = ("NorvelTL40.cti", "standard/NorvelTL40-standard.cti", "norveltl.exe", "norveltl-environment.exe", "Optivo40.dll")
 
 
 class Setting:
@@ -124,6 +124,10 @@ class Products(unittest.TestCase):
                      "_ZN7GenICam15AccessExceptionC1EPKcS2_jS2_", "_ZTVN7GenICam16GenericExceptionE"):
             self.assertEqual(exports[name], f"Optivo40.{name}")
         self.assertEqual(list(exports), sorted(exports), "Windows looks names up by halving the table")
+
+    def test_what_the_standard_module_offers(self):
+        exports = loader.exports_of(Setting.build / "bin/standard/NorvelTL40-standard.cti")
+        self.assertEqual(exports, dict.fromkeys(listed("exports")))
 
     def test_what_visual_studio_builds_offers_and_hands_on(self):
         build = Setting.work / "sdk"
