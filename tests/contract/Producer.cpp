@@ -15,7 +15,7 @@
 
 namespace {
 
-const char* const MODULE_NAME = "NorvelTL40.cti";
+constinit const char* s_file = "NorvelTL40.cti";
 
 // A leak checker would miss the references of an unloaded module to what lives as long as the
 // process, such as its last error.
@@ -88,7 +88,7 @@ void* Find(void* library, const char* name) {
 #endif
 
 std::filesystem::path ModulePath() {
-    return ProgramPath().parent_path() / MODULE_NAME;
+    return (ProgramPath().parent_path() / s_file).make_preferred();
 }
 
 // A copy of the module under a name that nothing has. Copies of earlier processes go first, where
@@ -119,6 +119,10 @@ std::filesystem::path CopyModule() {
 }
 
 } // namespace
+
+void Producer::Choose(const char* file) {
+    s_file = file;
+}
 
 std::unique_ptr<Producer> Producer::Load() {
     return LoadFile(ModulePath().string());

@@ -10,8 +10,12 @@
 
 class Producer {
 public:
-    // Loads NorvelTL40.cti, which lies beside this program. Throws std::runtime_error when the
-    // file or one of the functions is missing, as do the others.
+    // Which module this program tests: a path from the program's folder. NorvelTL40.cti unless a
+    // static initialiser says otherwise.
+    static void Choose(const char* file);
+
+    // Loads the module that this program tests. Throws std::runtime_error when the file or one of
+    // the functions is missing, as do the others.
     static std::unique_ptr<Producer> Load();
     static std::unique_ptr<Producer> LoadFile(const std::string& path);
 
