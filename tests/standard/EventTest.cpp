@@ -60,10 +60,11 @@ TEST_F(StandardEventTest, OfEveryModule) {
 }
 
 TEST_F(StandardEventTest, RegisteredTwiceIsInUse) {
-    for (const auto& [source, type] : {std::pair{stream, NEW_BUFFER},
-                                       {stream, ERRORS},
-                                       {device, ERRORS},
-                                       {remote, REMOTE_DEVICE}}) {
+    const std::vector<std::pair<EVENTSRC_HANDLE, EVENT_TYPE>> events = {
+        {stream, NEW_BUFFER}, {stream, ERRORS}, {device, ERRORS}, {remote, REMOTE_DEVICE}};
+    for (const auto& event : events) {
+        const auto source = event.first;
+        const EVENT_TYPE type = event.second;
         Register(source, type);
         EVENT_HANDLE again = this;
         EXPECT_REFUSES(-1004, gentl.GCRegisterEvent(source, type, &again));
