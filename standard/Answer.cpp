@@ -2,6 +2,7 @@
 
 #include "First.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string_view>
 
@@ -17,7 +18,9 @@ thread_local SLastError s_lastError{};
 
 void Append(const char* text) noexcept {
     const size_t used = std::strlen(s_lastError.text);
-    std::strncpy(s_lastError.text + used, text, sizeof s_lastError.text - 1 - used);
+    const size_t added = std::min(std::strlen(text), sizeof s_lastError.text - 1 - used);
+    std::memcpy(s_lastError.text + used, text, added);
+    s_lastError.text[used + added] = '\0';
 }
 
 } // namespace
