@@ -1,5 +1,6 @@
 // The Device modules.
 #include "Closing.h"
+#include "Commands.h"
 #include "First.h"
 #include "Info.h"
 
@@ -8,15 +9,6 @@
 using namespace Standard;
 
 namespace {
-
-constexpr SCommand kCommands[] = {{DEVICE_INFO_ID, INFO_DATATYPE_STRING},
-                                  {DEVICE_INFO_VENDOR, INFO_DATATYPE_STRING},
-                                  {DEVICE_INFO_MODEL, INFO_DATATYPE_STRING},
-                                  {DEVICE_INFO_TLTYPE, INFO_DATATYPE_STRING},
-                                  {DEVICE_INFO_DISPLAYNAME, INFO_DATATYPE_STRING},
-                                  {DEVICE_INFO_USER_DEFINED_NAME, INFO_DATATYPE_STRING},
-                                  {DEVICE_INFO_SERIAL_NUMBER, INFO_DATATYPE_STRING},
-                                  {DEVICE_INFO_VERSION, INFO_DATATYPE_STRING}};
 
 // use gets the Device module.
 template <class Use>
@@ -120,7 +112,7 @@ GC_API DevGetInfo(DEV_HANDLE hDevice, DEVICE_INFO_CMD iInfoCmd, INFO_DATATYPE* p
         if (const auto text = device.description.Find(iInfoCmd)) {
             return GiveText(out, *text);
         }
-        return GiveFirst(out, kCommands, iInfoCmd, [&](auto... answer) {
+        return GiveFirst(out, kDeviceCommands, iInfoCmd, [&](auto... answer) {
             return First().DevGetInfo(device.first, iInfoCmd, answer...);
         });
     });

@@ -1,5 +1,6 @@
 // The Interface modules and their cameras.
 #include "Closing.h"
+#include "Commands.h"
 #include "First.h"
 #include "Info.h"
 
@@ -12,19 +13,6 @@ using namespace Standard;
 namespace {
 
 constexpr uint64_t kUpdateMilliseconds = 1000;
-
-constexpr SCommand kInterfaceCommands[] = {{INTERFACE_INFO_ID, INFO_DATATYPE_STRING},
-                                           {INTERFACE_INFO_DISPLAYNAME, INFO_DATATYPE_STRING},
-                                           {INTERFACE_INFO_TLTYPE, INFO_DATATYPE_STRING}};
-
-constexpr SCommand kDeviceCommands[] = {{DEVICE_INFO_ID, INFO_DATATYPE_STRING},
-                                        {DEVICE_INFO_VENDOR, INFO_DATATYPE_STRING},
-                                        {DEVICE_INFO_MODEL, INFO_DATATYPE_STRING},
-                                        {DEVICE_INFO_TLTYPE, INFO_DATATYPE_STRING},
-                                        {DEVICE_INFO_DISPLAYNAME, INFO_DATATYPE_STRING},
-                                        {DEVICE_INFO_USER_DEFINED_NAME, INFO_DATATYPE_STRING},
-                                        {DEVICE_INFO_SERIAL_NUMBER, INFO_DATATYPE_STRING},
-                                        {DEVICE_INFO_VERSION, INFO_DATATYPE_STRING}};
 
 // use gets the Interface module.
 template <class Use>

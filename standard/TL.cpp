@@ -1,5 +1,6 @@
 // The System module and its interfaces.
 #include "Closing.h"
+#include "Commands.h"
 #include "First.h"
 #include "Info.h"
 
@@ -8,10 +9,6 @@
 using namespace Standard;
 
 namespace {
-
-constexpr SCommand kInterfaceCommands[] = {{INTERFACE_INFO_ID, INFO_DATATYPE_STRING},
-                                           {INTERFACE_INFO_DISPLAYNAME, INFO_DATATYPE_STRING},
-                                           {INTERFACE_INFO_TLTYPE, INFO_DATATYPE_STRING}};
 
 // use gets the System module.
 template <class Use>
