@@ -19,6 +19,7 @@ endif()
 install(TARGETS norveltl NorvelTL40
         RUNTIME DESTINATION ${module_dir} COMPONENT product
         LIBRARY DESTINATION ${module_dir} COMPONENT product)
+install(TARGETS NorvelTL40-standard LIBRARY DESTINATION ${module_dir}/standard COMPONENT product)
 if(camera_library)
   install(TARGETS Optivo40
           RUNTIME DESTINATION ${module_dir} COMPONENT simulator
@@ -26,7 +27,7 @@ if(camera_library)
           ARCHIVE DESTINATION ${module_dir} COMPONENT left_out EXCLUDE_FROM_ALL)
 endif()
 
-add_custom_target(product DEPENDS norveltl NorvelTL40 ${camera_library})
+add_custom_target(product DEPENDS norveltl NorvelTL40 NorvelTL40-standard ${camera_library})
 if(WIN32)
   add_dependencies(product norveltl-environment)
 endif()
@@ -81,6 +82,11 @@ if(NOT WIN32)
   set(CPACK_PACKAGE_DIRECTORY ${PROJECT_SOURCE_DIR}/build/package)
   set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}, as a development build")
   set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+  set(CPACK_PACKAGE_DESCRIPTION
+"Programs find the module by its folder /usr/lib/norveltl in the environment
+variable GENICAM_GENTL64_PATH, which this package leaves to its users. For
+programs that rely on the answers of the GenICam GenTL standard, name the
+folder /usr/lib/norveltl/standard instead: its module gives them.")
   set(CPACK_STRIP_FILES ON)
   set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
   set(CPACK_DEBIAN_PACKAGE_SECTION science)

@@ -49,8 +49,9 @@ build_in() {
   "$1/packaging/package.py" "$build/windows" "$1/out"
   "$1/packaging/debian.sh" "$build/linux" "$1/out"
   mkdir "$1/out/programs"
-  cp "$build"/windows/bin/{NorvelTL40.cti,norveltl.exe,Optivo40.dll} "$1/out/programs"
-  cp "$build"/linux/bin/{NorvelTL40.cti,norveltl,libOptivo40.so} "$1/out/programs" --backup=numbered
+  cp "$build"/windows/bin/{{NorvelTL40,standard/NorvelTL40-standard}.cti,norveltl.exe,Optivo40.dll} "$1/out/programs"
+  cp "$build"/linux/bin/{{NorvelTL40,standard/NorvelTL40-standard}.cti,norveltl,libOptivo40.so} \
+    "$1/out/programs" --backup=numbered
 }
 
 for folder in "$work/first" "$work/second-in-a-longer-folder"; do

@@ -8,7 +8,7 @@ from commands import SOURCES, CommandTest
 EXPECTED = ["bin/norveltl", "include/GenTL/GenTL.h", "lib/cmake/NorvelTL/NorvelTLConfig.cmake",
             "lib/cmake/NorvelTL/NorvelTLConfigVersion.cmake", "lib/cmake/NorvelTL/NorvelTLTargets.cmake",
             "lib/norveltl/NorvelTL40.cti", "lib/norveltl/libOptivo40.so", "lib/norveltl/norveltl",
-            "lib/pkgconfig/norveltl.pc", "share/bash-completion/completions/norveltl", "share/man/man1/norveltl.1"]
+            "lib/norveltl/standard/NorvelTL40-standard.cti", "lib/pkgconfig/norveltl.pc", "share/bash-completion/completions/norveltl", "share/man/man1/norveltl.1"]
 
 
 def files_in(folder):
@@ -28,6 +28,15 @@ class Installing(CommandTest):
         prefix = self.installed()
         self.assertTrue(self.done(prefix / "bin/norveltl", "list").startswith(f"{prefix}/lib/norveltl/NorvelTL40.cti\n"))
         self.assertEqual(self.done(prefix / "bin/norveltl", "--version"), "norveltl 4.0.1.0\n")
+
+    def test_the_standard_module_finds_the_first(self):
+        prefix = self.installed()
+        module = prefix / "lib/norveltl/standard/NorvelTL40-standard.cti"
+        report = self.done(prefix / "bin/norveltl", "--cti", module, "check")
+        self.assertRegex(report, r"\n\d+ passed, 0 deviate, 0 failed\n$")
+        (prefix / "lib/norveltl/NorvelTL40.cti").unlink()
+        run = self.run_command(prefix / "bin/norveltl", "--cti", module, "list")
+        self.assertIn(f"Unable to load {prefix}/lib/norveltl/NorvelTL40.cti", run.stderr)
 
     def test_a_project_finds_the_cmake_package(self):
         prefix = self.installed()
@@ -79,6 +88,11 @@ class Debian(CommandTest):
         self.assertEqual([name for name in files_in(usr) if not name.startswith("share/doc/norveltl/")], EXPECTED)
         self.assertEqual(files_in(self.folder / "root"), ["usr/" + name for name in files_in(usr)])
         self.assertTrue(self.done(usr / "bin/norveltl", "list").startswith(f"{usr}/lib/norveltl/NorvelTL40.cti\n"))
+        standard = usr / "lib/norveltl/standard"
+        listed = self.done(usr / "lib/norveltl/norveltl", "--cti", standard / "NorvelTL40-standard.cti", "list")
+        self.assertTrue(listed.startswith(f"{standard}/NorvelTL40-standard.cti\n"))
+        folders = re.findall(r"/usr/[\w/]+", self.done("dpkg-deb", "--field", package, "Description"))
+        self.assertEqual([self.folder / "root" / name[1:] for name in folders], [usr / "lib/norveltl", standard])
 
     def test_the_same_build_makes_the_same_bytes(self):
         self.assertEqual(self.package_in("one").read_bytes(), self.package_in("another").read_bytes())

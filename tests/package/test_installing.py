@@ -12,7 +12,7 @@ from packages import Made, MachineTest
 
 BLANKS = r"C:\Vision Tools\Norvel TL"
 USUAL = r"C:\Program Files\NorvelTL"
-PROGRAMS = {"NorvelTL40.cti", "Optivo40.dll", "norveltl.exe"}
+PROGRAMS = {"NorvelTL40.cti", "NorvelTL40-standard.cti", "Optivo40.dll", "norveltl.exe"}
 # Wine hands variables of up to 1,000 characters to programs, and its command processor stops at an empty entry.
 FOREIGN_PATH = r"%SystemRoot%\system32;C:\twice;C:\twice;%ProgramFiles%\Other\bin\;C:\last"
 FOREIGN_PRODUCERS = r'"C:\Other; maker\cti";%OTHER%\cti\;C:\Producer\cti;'
@@ -145,7 +145,7 @@ class Installing(InstallerTest):
             inside = {name.split("/", 1)[1]: packed.read(name) for name in names}
         self.assertEqual(inside, {file.as_posix(): (Made.tree / file).read_bytes()
                                   for file in package.files_in(Made.tree)})
-        for name in ("bin/NorvelTL40.cti", "bin/norveltl.exe", "bin/Optivo40.dll", "include/GenTL/GenTL.h",
+        for name in ("bin/NorvelTL40.cti", "bin/standard/NorvelTL40-standard.cti", "bin/norveltl.exe", "bin/Optivo40.dll", "include/GenTL/GenTL.h",
                      "docs/norveltl.md", "licences/Boost.txt", "licences/GCC-runtime.txt", "LICENSE", "README.md"):
             self.assertIn(name, inside)
         self.assertEqual([name for name in inside if name.endswith((".debug", ".a", ".pyc"))], [])
