@@ -4,6 +4,8 @@
 ; /S                 asks nothing
 ; /D=FOLDER          installs there; the last option, without quotes
 ; /SIMULATED=0 or 1  without or with the simulated camera library
+; /ANSWERS=classic or standard  the module that programs find; without it the one of the installation that is there, or
+;                    else classic
 ;
 ; Exit code: 0 done, 1 cancelled, 2 failed, 32 a file is in use and nothing was changed, 3010 removed but for files in
 ; use, which go when Windows restarts.
@@ -18,6 +20,7 @@ RequestExecutionLevel admin
 !include MUI2.nsh
 !include FileFunc.nsh
 !include LogicLib.nsh
+!include nsDialogs.nsh
 !include "${LISTS}"
 
 !define REGISTRATION "Software\Microsoft\Windows\CurrentVersion\Uninstall\NorvelTL"
@@ -46,6 +49,7 @@ VIAddVersionKey ProductVersion "${VERSION}"
 !define MUI_PAGE_CUSTOMFUNCTION_LEAVE SelectSimulator
 !insertmacro MUI_PAGE_DIRECTORY
 !insertmacro MUI_PAGE_COMPONENTS
+Page custom ShowAnswers TakeAnswers
 !insertmacro MUI_PAGE_INSTFILES
 !define MUI_FINISHPAGE_TEXT "NorvelTL ${VERSION} has been installed on your computer.$\r$\n$\r$\nPrograms that run \
 already find it after they are started again. $\"norveltl list$\", in a new window, shows the cameras, and which camera \
@@ -58,6 +62,8 @@ Click Finish to close Setup."
 
 Var options
 Var old       ; the folder of the installation that is there, or nothing
+Var answers   ; "classic" or "standard"
+Var choice    ; what the page asks it with
 Var answer    ; exit code of the helper
 Var said      ; what it printed
 Var failure   ; what went wrong, or nothing
@@ -83,9 +89,9 @@ Var failure   ; what went wrong, or nothing
   File "/oname=$PLUGINSDIR\norveltl-environment.exe" "${HELPER_PROGRAM}"
 !macroend
 
-; Forget: takes our folder out of the machine's variables.
-!macro Forget variable
-  ${Helper} 'remove ${variable} "$INSTDIR\bin"'
+; Forget: takes a folder of ours out of one of the machine's variables.
+!macro Forget variable folder
+  ${Helper} 'remove ${variable} "${folder}"'
   ${If} $answer != 0
     StrCpy $failure "The machine's variable ${variable} could not be changed.$\n$\n$said"
   ${EndIf}
@@ -110,6 +116,9 @@ Var failure   ; what went wrong, or nothing
 ; $R0: whether the programs of the installation in $R1 are in use
 Function ${un}IsBusy
   !insertmacro IsInUse "$R1\bin\NorvelTL40.cti" $R0
+  ${If} $R0 == 0
+    !insertmacro IsInUse "$R1\bin\standard\NorvelTL40-standard.cti" $R0
+  ${EndIf}
   ${If} $R0 == 0
     !insertmacro IsInUse "$R1\bin\norveltl.exe" $R0
   ${EndIf}
@@ -138,7 +147,7 @@ Section "-Preparation"
   ${Next}
   ${If} $old != ""
   ${AndIf} ${FileExists} "$old\uninstall.exe"
-    ExecWait '"$old\uninstall.exe" /S /REPLACED_BY=$INSTDIR _?=$old' $0
+    ExecWait '"$old\uninstall.exe" /S /ANSWERS=$answers /REPLACED_BY=$INSTDIR _?=$old' $0
     ${If} $0 != 0
       ${Fail} "The installed version of NorvelTL could not be removed from $old." ${FAILED}
     ${EndIf}
@@ -183,12 +192,22 @@ Section "-Registration"
   WriteRegStr HKLM "${REGISTRATION}" "QuietUninstallString" '"$INSTDIR\uninstall.exe" /S'
   WriteRegDWORD HKLM "${REGISTRATION}" "EstimatedSize" $0
   WriteRegDWORD HKLM "${REGISTRATION}" "SimulatedLibrary" $1
+  WriteRegStr HKLM "${REGISTRATION}" "Answers" $answers
   WriteRegDWORD HKLM "${REGISTRATION}" "NoModify" 1
   WriteRegDWORD HKLM "${REGISTRATION}" "NoRepair" 1
   ${If} ${Errors}
     ${Fail} "NorvelTL could not be registered with Windows. Run the installer as administrator." ${FAILED}
   ${EndIf}
-  ${Helper} 'add GENICAM_GENTL64_PATH "$INSTDIR\bin"'
+  StrCpy $0 "$INSTDIR\bin"
+  StrCpy $1 "$INSTDIR\bin\standard"
+  ${If} $answers == "standard"
+    StrCpy $0 $1
+    StrCpy $1 "$INSTDIR\bin"
+  ${EndIf}
+  ${Helper} 'remove GENICAM_GENTL64_PATH "$1"'
+  ${If} $answer == 0
+    ${Helper} 'add GENICAM_GENTL64_PATH "$0"'
+  ${EndIf}
   ${If} $answer == 0
     ${Helper} 'add PATH "$INSTDIR\bin"'
   ${EndIf}
@@ -225,10 +244,51 @@ Function SelectSimulator
   ${EndIf}
 FunctionEnd
 
+Function SelectAnswers
+  ClearErrors
+  ${GetOptions} $options "/ANSWERS=" $answers
+  ${If} ${Errors}
+    ReadRegStr $answers HKLM "${REGISTRATION}" "Answers"
+    ${If} $answers != "standard"
+      StrCpy $answers "classic"
+    ${EndIf}
+  ${ElseIf} $answers != "classic"
+  ${AndIf} $answers != "standard"
+    ${Fail} "/ANSWERS= is followed by classic or standard, not by $\"$answers$\"." ${FAILED}
+  ${EndIf}
+FunctionEnd
+
+Function ShowAnswers
+  !insertmacro MUI_HEADER_TEXT "Choose Answers" "Choose which module of NorvelTL programs find."
+  nsDialogs::Create 1018
+  Pop $0
+  ${NSD_CreateLabel} 0 0 100% 30u "Classic answers are those that programs made for NorvelTL know; standard answers are \
+    those of the GenICam GenTL standard, which every other program expects."
+  Pop $0
+  ${NSD_CreateFirstRadioButton} 0 40u 100% 12u "&Classic answers"
+  Pop $0
+  ${NSD_CreateAdditionalRadioButton} 0 56u 100% 12u "&Standard answers"
+  Pop $choice
+  ${If} $answers == "standard"
+    StrCpy $0 $choice
+  ${EndIf}
+  ${NSD_Check} $0
+  nsDialogs::Show
+FunctionEnd
+
+Function TakeAnswers
+  StrCpy $answers "classic"
+  ${NSD_GetState} $choice $0
+  ${If} $0 == ${BST_CHECKED}
+    StrCpy $answers "standard"
+  ${EndIf}
+FunctionEnd
+
 Function .onInit
   !insertmacro UnpackHelper
   ${GetParameters} $options
   ReadRegStr $old HKLM "${REGISTRATION}" "InstallLocation"
+  Call SelectAnswers
   Call SelectSimulator
 FunctionEnd
 
@@ -279,10 +339,17 @@ Section "un.NorvelTL"
   Delete "$INSTDIR\uninstall.exe"
   !insertmacro RemoveFolders
 
-  ${GetOptions} $options "/REPLACED_BY=" $0
-  ${If} $0 != $INSTDIR
-    !insertmacro Forget GENICAM_GENTL64_PATH
-    !insertmacro Forget PATH
+  ; What is installed in the same folder next finds its entries in their places. An older installer names no answers: it
+  ; knows the first module only.
+  ${GetOptions} $options "/REPLACED_BY=" $R3
+  ${GetOptions} $options "/ANSWERS=" $R4
+  ${If} $R3 != $INSTDIR
+    !insertmacro Forget GENICAM_GENTL64_PATH "$INSTDIR\bin"
+    !insertmacro Forget PATH "$INSTDIR\bin"
+  ${EndIf}
+  ${If} $R3 != $INSTDIR
+  ${OrIf} $R4 != "standard"
+    !insertmacro Forget GENICAM_GENTL64_PATH "$INSTDIR\bin\standard"
   ${EndIf}
   DeleteRegKey HKLM "${REGISTRATION}"
   ${If} $failure != ""

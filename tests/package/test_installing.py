@@ -73,6 +73,7 @@ class Installing(InstallerTest):
         self.an_older_version_is_installed()
         self.the_new_one_takes_its_place()
         self.users_find_it()
+        self.others_find_the_standard_answers()
         self.the_users_own_files_outlive_it()
         self.assertEqual(variables(self.machine), (("SZ", FOREIGN_PRODUCERS), ("EXPAND_SZ", FOREIGN_PATH)))
         self.assertEqual(self.machine.files() ^ files, set())
@@ -110,8 +111,8 @@ class Installing(InstallerTest):
         self.machine.set_values(ENVIRONMENT, {"GENICAM_GENTL64_PATH": (kind, producers.removesuffix(r"C:\later"))})
         self.both_variables_hold(BLANKS)
 
-    def both_variables_hold(self, folder):
-        self.assertEqual(variables(self.machine), (("SZ", f"{FOREIGN_PRODUCERS}{folder}\\bin;"),
+    def both_variables_hold(self, folder, modules="bin"):
+        self.assertEqual(variables(self.machine), (("SZ", f"{FOREIGN_PRODUCERS}{folder}\\{modules};"),
                                                    ("EXPAND_SZ", f"{FOREIGN_PATH};{folder}\\bin")))
 
     def users_find_it(self):
@@ -125,6 +126,14 @@ class Installing(InstallerTest):
         self.assertEqual((answer.code, answer.err), (0, ""))
         self.assertIn("\ndelivered   5 of 5\n", answer.out)
         self.assertEqual(len(list(self.machine.path(r"C:\elsewhere\images").glob("*.png"))), 5)
+
+    def others_find_the_standard_answers(self):
+        self.install(DONE, "/ANSWERS=standard")
+        self.both_variables_hold(BLANKS, r"bin\standard")
+        answer = self.machine.run(self.tool_elsewhere(), "check")
+        self.assertEqual((answer.code, answer.err), (0, ""))
+        self.assertEqual(answer.out.splitlines()[0], BLANKS + r"\bin\standard\NorvelTL40-standard.cti")
+        self.assertRegex(answer.out, r"\n\d+ passed, 0 deviate, 0 failed\n$")
         shutil.rmtree(self.machine.path(r"C:\elsewhere"))
 
     def the_users_own_files_outlive_it(self):
@@ -237,12 +246,50 @@ class Hindered(InstallerTest):
         self.assertEqual(library.read_bytes(), theirs)
         shutil.rmtree(self.machine.path(USUAL))
 
-    def test_a_choice_outlives_an_upgrade(self):
+    def state(self):
+        """What an installation changes."""
+        return self.machine.files(), variables(self.machine), self.machine.values(REGISTRATION)
+
+    def programs_find(self, folder):
+        self.assertEqual(variables(self.machine)[0], folder and ("SZ", folder))
+
+    def test_choices_outlive_an_upgrade(self):
         library = self.machine.path(USUAL + r"\bin\Optivo40.dll")
-        self.install(DONE, "/SIMULATED=0", installer=Made.older)
+        self.install(DONE, "/SIMULATED=0", "/ANSWERS=standard", installer=Made.older)
+        self.programs_find(USUAL + r"\bin\standard")
+        variable, _ = variables(self.machine)
+        self.machine.set_values(ENVIRONMENT, {"GENICAM_GENTL64_PATH": ("SZ", variable[1] + r";C:\later")})
         self.install(DONE)
         self.assertFalse(library.exists())
+        self.programs_find(USUAL + r"\bin\standard;C:\later")
+        installed = self.state()
+        self.install(FAILED, "/ANSWERS=both")
+        self.assertEqual(self.state(), installed)
+        self.machine.set_values(ENVIRONMENT, {"GENICAM_GENTL64_PATH": variable})
         self.uninstall(DONE, USUAL)
+        self.programs_find(None)
+
+    def test_other_answers_take_the_place_of_the_former(self):
+        self.install(DONE, "/ANSWERS=standard")
+        self.install(DONE, "/ANSWERS=Classic")
+        self.programs_find(USUAL + r"\bin")
+        # Without an uninstaller nothing but the installer swaps them.
+        self.machine.path(USUAL + r"\uninstall.exe").unlink()
+        self.install(DONE, "/ANSWERS=standard")
+        self.programs_find(USUAL + r"\bin\standard")
+        # As an installer calls it that knows the first module only.
+        self.machine.run(USUAL + r"\uninstall.exe", "/S", *f"/REPLACED_BY={USUAL} _?={USUAL}".split(" "))
+        self.programs_find(None)
+        self.install(DONE)
+        self.programs_find(USUAL + r"\bin")
+        self.uninstall(DONE, USUAL)
+        self.programs_find(None)
+
+    def test_answers_that_there_are_not(self):
+        untouched = self.state()
+        for answers in ("", "standards", "classic standard"):
+            self.install(FAILED, *f"/ANSWERS={answers}".split(" "))
+        self.assertEqual(self.state(), untouched)
 
     def test_long_variables_survive(self):
         long = ("EXPAND_SZ", r"%SystemRoot%\system32;" + r"%ProgramFiles%\Other; C:\tw ice;;" * 300 + r"C:\last")
