@@ -142,7 +142,17 @@ bool IsAboutImages(BUFFER_INFO_CMD command) {
 void Await(SBuffer& buffer) {
     buffer.hasImage.store(false, std::memory_order_relaxed);
     buffer.isEmpty.store(false, std::memory_order_relaxed);
+    buffer.isOlder.store(false, std::memory_order_relaxed);
     buffer.isAwaited.store(true, std::memory_order_release);
+}
+
+void KeepGeometryOfWaitingImages(const SStream& stream) {
+    for (SBuffer* buffer : CModules::Instance().ChildrenOf<SBuffer>(&stream)) {
+        if (buffer->isAwaited && !buffer->isOlder && Flag(stream, *buffer, BUFFER_INFO_NEW_DATA)) {
+            buffer->geometry.CopyFrom(stream.geometry);
+            buffer->isOlder = true;
+        }
+    }
 }
 
 } // namespace
@@ -232,6 +242,7 @@ GC_ERROR StartAcquisition(SStream& stream, std::uint64_t numToAcquire) {
     if (isGrabbing != 0) {
         return Refuse(GC_ERR_RESOURCE_IN_USE, "The stream acquires already");
     }
+    KeepGeometryOfWaitingImages(stream);
     auto& device = static_cast<SDevice&>(*stream.parent);
     device.camera.Read(device.port.load()->first, stream.geometry);
     stream.geometry.Set(EFact::PayloadSize, PayloadSize(stream));
@@ -266,7 +277,9 @@ bool NoteDelivery(SStream& stream, SBuffer& buffer) noexcept {
                            std::memory_order_relaxed);
     buffer.frameId.store(stream.numFrames.fetch_add(1, std::memory_order_relaxed),
                          std::memory_order_relaxed);
-    buffer.geometry.CopyFrom(stream.geometry);
+    if (!buffer.isOlder.load(std::memory_order_relaxed)) {
+        buffer.geometry.CopyFrom(stream.geometry);
+    }
     buffer.hasImage.store(true, std::memory_order_release);
     return true;
 }
@@ -284,10 +297,11 @@ GC_ERROR GiveBufferInfo(const SOut& out, const SStream& stream, const SBuffer& b
         return GiveText(out, "Mixed");
     }
     if (IsAboutImages(command)) {
-        if (command == BUFFER_INFO_SIZE_FILLED && !buffer.hasImage) {
-            return GiveNumber(out, INFO_DATATYPE_SIZET, 0);
+        if (buffer.hasImage) {
+            return GiveImageInfo(out, buffer, command);
         }
-        return buffer.hasImage ? GiveImageInfo(out, buffer, command) : RefuseUnavailable();
+        return command == BUFFER_INFO_SIZE_FILLED ? GiveNumber(out, INFO_DATATYPE_SIZET, 0)
+                                                  : RefuseUnavailable();
     }
     return GiveFirst(out, kFirstCommands, command, [&](auto... answer) {
         return First().DSGetBufferInfo(stream.first, buffer.first, command, answer...);

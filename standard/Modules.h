@@ -99,6 +99,8 @@ struct alignas(64) SBuffer : SModule {
     // Of the image in the buffer.
     std::atomic<bool> hasImage{false};
     CGeometry geometry;
+    // The image waits since an earlier acquisition, and has its geometry already.
+    std::atomic<bool> isOlder{false};
     std::atomic<std::uint64_t> frameId{0};
     std::atomic<std::uint64_t> timestamp{0}; // nanoseconds
     // The consumer's; the first module gets the record's address in its place.
@@ -106,7 +108,7 @@ struct alignas(64) SBuffer : SModule {
     std::atomic<std::size_t> size{0};
 
     void Reset(void* itsUser, std::size_t itsSize) {
-        isAwaited = isEmpty = hasImage = false;
+        isAwaited = isEmpty = hasImage = isOlder = false;
         user = itsUser;
         size = itsSize;
     }

@@ -158,7 +158,7 @@ void StreamTest::SetUp() {
 }
 
 size_t StreamTest::PayloadSize() {
-    return static_cast<size_t>(StreamNumber(9));
+    return static_cast<size_t>(StreamNumber(Producer::IsStandard() ? 7 : 9));
 }
 
 void StreamTest::AnnounceBuffers(size_t count, size_t size) {

@@ -91,7 +91,7 @@ class StreamTest : public DeviceTest {
 protected:
     void SetUp() override;
 
-    virtual size_t PayloadSize();
+    size_t PayloadSize();
     // Announces buffers that the module allocates, of the payload's size unless told otherwise;
     // the private pointer of buffers[i] is UserPointer(i).
     void AnnounceBuffers(size_t count, size_t size = 0);

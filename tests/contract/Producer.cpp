@@ -3,6 +3,7 @@
 #include <atomic>
 #include <filesystem>
 #include <stdexcept>
+#include <string_view>
 #include <system_error>
 #include <utility>
 
@@ -16,6 +17,7 @@
 namespace {
 
 constinit const char* s_file = "NorvelTL40.cti";
+constexpr std::string_view STANDARD = "NorvelTL40-standard.cti";
 
 // A leak checker would miss the references of an unloaded module to what lives as long as the
 // process, such as its last error.
@@ -122,6 +124,10 @@ std::filesystem::path CopyModule() {
 
 void Producer::Choose(const char* file) {
     s_file = file;
+}
+
+bool Producer::IsStandard() {
+    return std::string_view(s_file).ends_with(STANDARD);
 }
 
 std::unique_ptr<Producer> Producer::Load() {

@@ -13,6 +13,8 @@ public:
     // Which module this program tests: a path from the program's folder. NorvelTL40.cti unless a
     // static initialiser says otherwise.
     static void Choose(const char* file);
+    // Whether it is the one that answers as the standard says.
+    static bool IsStandard();
 
     // Loads the module that this program tests. Throws std::runtime_error when the file or one of
     // the functions is missing, as do the others.

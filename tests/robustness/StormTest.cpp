@@ -42,8 +42,8 @@ protected:
         };
     }
 
-    // Takes buffers and queues them again. That another thread was faster (-1008), or that there
-    // was nothing (-1011), is no failure.
+    // Takes buffers and queues them again. That another thread was faster (-1008), that there was
+    // nothing (-1011), or that a flush has queued it already, is no failure.
     Call Acquires() {
         return UntilDone([this]() -> int32_t {
             EVENT_NEW_BUFFER_DATA data = {};
@@ -51,7 +51,8 @@ protected:
             const int32_t code = gentl.EventGetData(newBuffer, &data, &size, 2);
             if (code == 0) {
                 ++m_numTaken;
-                return gentl.DSQueueBuffer(stream, data.BufferHandle);
+                const int32_t queued = gentl.DSQueueBuffer(stream, data.BufferHandle);
+                return queued == -1004 && Producer::IsStandard() ? 0 : queued;
             }
             return code == -1008 || code == -1011 ? 0 : code;
         });

@@ -269,6 +269,24 @@ TEST_F(StandardBufferInfoTest, GeometryIsReadAtEachStart) {
     ExpectLong(PIXEL_FORMAT, 0x01100007);
 }
 
+TEST_F(StandardBufferInfoTest, GeometryOfAnImageThatWaitsIsItsOwnAfterRestarts) {
+    const GenApi feature(gentl, remote);
+    Image();
+    ASSERT_NO_FATAL_FAILURE(QueueAll());
+    Produce(1);
+    ASSERT_TRUE(Eventually([this] { return NumAwaitDelivery() == 1; }));
+    for (const int width : {32, 16}) {
+        Stop();
+        feature.SetInt("Width", width);
+        Start();
+    }
+    Fetch();
+    ExpectSize(WIDTH, 64);
+    ASSERT_NO_FATAL_FAILURE(QueueAll());
+    FetchNew();
+    ExpectSize(WIDTH, 16);
+}
+
 TEST_F(StandardBufferInfoTest, OfACameraWithoutDescription) {
     AddFault(OPTIVO_DEVICE_READ_PORT, OPTIVO_FAULT_RESULT, -1010);
     Image();

@@ -22,8 +22,6 @@ Producer& TheFirst();
 // The grey camera's stream is open; images of 64 x 48 pixels come only when Produce asks for them.
 class StandardStreamTest : public MonoStreamTest {
 protected:
-    size_t PayloadSize() override { return static_cast<size_t>(StreamNumber(7)); }
-
     InfoCall StreamInfo(STREAM_INFO_CMD command) {
         return [=, this](auto... out) { return gentl.DSGetInfo(stream, command, out...); };
     }
