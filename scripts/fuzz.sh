@@ -7,7 +7,7 @@ set -euo pipefail
 root=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$root"
 
-all=(calls description ids register_map world)
+all=(calls description ids register_map standard world)
 keep=
 case ${1-} in
   -h | --help) sed -n '2,4s/^# //p' "${BASH_SOURCE[0]}"; exit ;;
@@ -33,9 +33,17 @@ launch() {
   if setarch "$(uname -m)" -R true 2>/dev/null; then setarch "$(uname -m)" -R "$@"; else "$@"; fi
 }
 
+# The folder of the corpus from which a target begins.
+corpus_of() {
+  case $1 in
+    standard) echo calls ;;
+    *) echo "$1" ;;
+  esac
+}
+
 longest_input() {
   case $1 in
-    calls) echo 400 ;;
+    calls | standard) echo 400 ;;
     description) echo 2000 ;;
     world) echo 4096 ;;
     *) echo 600 ;;
@@ -50,7 +58,7 @@ fuzz() {
   [ ! -e "tests/fuzz/$target.dict" ] || options+=("-dict=$root/tests/fuzz/$target.dict")
   launch "$programs/fuzz_$target" -max_total_time="$seconds" -max_len="$(longest_input "$target")" -len_control=0 \
     -entropic=0 -timeout=10 -rss_limit_mb=2048 -detect_leaks=1 -print_final_stats=1 \
-    -artifact_prefix="$folder/findings/" "${options[@]}" "$folder/corpus" "tests/fuzz/corpus/$target" \
+    -artifact_prefix="$folder/findings/" "${options[@]}" "$folder/corpus" "tests/fuzz/corpus/$(corpus_of "$target")" \
     >"$folder/log" 2>&1 || code=$?
   echo "$code" >"$folder/code"
 }
@@ -64,7 +72,7 @@ tell() {
   covered=$(grep -o 'cov: [0-9]*' "$folder/log" | tail -n 1 || true)
   printf '%-13s %9s executions, %6s/s, %5s inputs in the corpus, %5s edges covered, %s findings\n' "$target:" \
     "$(statistic "$target" number_of_executed_units)" "$(statistic "$target" average_exec_per_sec)" \
-    "$(find "$folder/corpus" "tests/fuzz/corpus/$target" -type f | wc -l)" "${covered#cov: }" "$findings"
+    "$(find "$folder/corpus" "tests/fuzz/corpus/$(corpus_of "$target")" -type f | wc -l)" "${covered#cov: }" "$findings"
   if [ "$(cat "$folder/code")" -ne 0 ] || [ "$findings" -gt 0 ]; then
     grep -v -E 'NEW|REDUCE|RELOAD|pulse|# Uses' "$folder/log" | tail -n 80 >&2
     echo "fuzz: $target failed; all of its output is in $folder/log, its inputs in $folder/findings" >&2
@@ -72,9 +80,10 @@ tell() {
   fi
 }
 
-# keep TARGET: as few inputs as cover the same edges.
+# keep TARGET: as few inputs as cover the same edges. A target that begins from another one's keeps none.
 keep() {
   local target=$1 folder=$work/$1
+  [ "$(corpus_of "$target")" = "$target" ] || return 0
   rm -rf "$folder/kept"
   mkdir -p "$folder/kept"
   launch "$programs/fuzz_$target" -merge=1 -use_counters=0 -use_cmp=0 -max_len="$(longest_input "$target")" \

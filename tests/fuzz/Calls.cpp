@@ -47,9 +47,23 @@ void CCalls::LastError() {
 
 void CCalls::Library() {
     if (m_bytes.ConsumeBool()) {
-        Demand(gentl.GCInitLib() == 0, "the library can always be initialised");
+        DemandInitialisation(gentl);
     } else if (m_bytes.ConsumeIntegralInRange(0, 3) == 0) {
+        CloseLibrary();
+    }
+}
+
+// By the standard, everything that is open ends with the library.
+void CCalls::CloseLibrary() {
+    if (!Producer::IsStandard()) {
         Demand(gentl.GCCloseLib() == 0, "the library can always be closed");
+        return;
+    }
+    m_handles.PrepareClosing();
+    const int32_t code = gentl.GCCloseLib();
+    Demand(code == 0 || code == -1002, "the library can be closed once");
+    if (code == 0) {
+        m_handles.RemoveAll();
     }
 }
 

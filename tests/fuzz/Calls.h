@@ -15,6 +15,7 @@ private:
     void Steer();
     void LastError();
     void Library();
+    void CloseLibrary();
 
     // ModuleCalls.cpp
     void OpenSystem();
@@ -48,6 +49,7 @@ private:
     void Start();
     void Stop();
     void AskBuffer();
+    void AskDelivered(void* stream, void* newBuffer);
     void FindBuffer();
     void NotThere();
 };

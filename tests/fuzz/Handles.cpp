@@ -1,5 +1,7 @@
 #include "Handles.h"
 
+#include "LoadedModule.h"
+
 #include "OptivoSim.h"
 
 #include <algorithm>
@@ -70,9 +72,18 @@ bool CHandles::EndsWith(const Live& live, const void* handle) const {
 }
 
 void CHandles::PrepareClosing(const void* handle) {
+    Quieten([&](const Live& live) { return EndsWith(live, handle); });
+}
+
+void CHandles::PrepareClosing() {
+    Quieten([](const Live&) { return true; });
+}
+
+template <typename Which>
+void CHandles::Quieten(Which&& which) {
     OptivoSim_ClearFaults();
     for (const Live& live : m_live) {
-        if (live.kind == EHandle::Stream && EndsWith(live, handle)) {
+        if (live.kind == EHandle::Stream && which(live)) {
             gentl.DSStopAcquisition(live.handle, 0);
             gentl.DSFlushQueue(live.handle, 4);
         }
@@ -90,7 +101,7 @@ void CHandles::Remove(const void* handle) {
 
 void CHandles::RemoveInterface(const void* handle) {
     for (Live& live : m_live) {
-        if (live.kind == EHandle::Device && live.parent == handle) {
+        if (live.kind == EHandle::Device && live.parent == handle && !Producer::IsStandard()) {
             live.parent = nullptr;
         }
     }
@@ -111,7 +122,7 @@ void* CHandles::First(EHandle kind) const {
 }
 
 void CHandles::CloseAll() {
-    Demand(gentl.GCInitLib() == 0, "the library can always be initialised");
+    DemandInitialisation(gentl);
     while (void* const stream = First(EHandle::Stream)) {
         PrepareClosing(stream);
         Demand(gentl.DSClose(stream) == 0, "a stream closes");

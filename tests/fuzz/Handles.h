@@ -27,10 +27,13 @@ public:
     // To be called before a handle is closed: ends faults, and takes what is queued out of the
     // streams that close with it. A stream that fails to close is kept for good.
     void PrepareClosing(const void* handle);
+    // The same, before everything closes.
+    void PrepareClosing();
     // What a successful close ends.
     void Remove(const void* handle);
-    // Devices outlive their interface.
+    // Devices outlive their interface, but where the answers are the standard's.
     void RemoveInterface(const void* handle);
+    void RemoveAll() { m_live.clear(); }
 
     void CloseAll();
 
@@ -41,6 +44,9 @@ private:
         const void* parent;
         std::unique_ptr<char[]> memory;
     };
+
+    template <typename Which>
+    void Quieten(Which&& which);
 
     void* Foreign();
     bool EndsWith(const Live& live, const void* handle) const;

@@ -26,6 +26,12 @@ RecordedError ReadLastError(const Producer& gentl) {
     return recorded;
 }
 
+void DemandInitialisation(const Producer& gentl) {
+    const int32_t code = gentl.GCInitLib();
+    Demand(code == 0 || (code == -1004 && Producer::IsStandard()),
+           "the library can always be initialised");
+}
+
 void DemandAllIsClosed() {
     for (int kind = 0; kind < OPTIVO_NUM_OBJECT_KINDS; ++kind) {
         Demand(OptivoSim_NumAlive(static_cast<OptivoObjectKind>(kind)) == 0,

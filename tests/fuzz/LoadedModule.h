@@ -17,4 +17,7 @@ struct RecordedError {
 // Ends the process when there is none.
 RecordedError ReadLastError(const Producer& gentl);
 
+// Initialises the library, as may always be done; the standard has it done once.
+void DemandInitialisation(const Producer& gentl);
+
 void DemandAllIsClosed();

@@ -51,7 +51,8 @@ void CCalls::OpenThrough() {
         return;
     }
     Have(Event, remote, [&](auto* h) { return gentl.GCRegisterEvent(remote, 4, h); });
-    Have(Event, stream, [&](auto* h) { return gentl.GCRegisterEvent(stream, 1, h); });
+    void* const newBuffer =
+        Have(Event, stream, [&](auto* h) { return gentl.GCRegisterEvent(stream, 1, h); });
     if (m_handles.First(Buffer, stream) == nullptr) {
         AnnounceAt(stream, 512);
         AnnounceAt(stream, 64);
@@ -59,6 +60,9 @@ void CCalls::OpenThrough() {
     Try([&] { return gentl.DSFlushQueue(stream, 2); });
     Try([&] { return gentl.DSStartAcquisition(stream, 0, UINT64_MAX); });
     OptivoSim_ProduceImages(isFirst ? "Norvel-G640M-10001" : "Norvel-G640M-20001", 2);
+    if (Producer::IsStandard()) {
+        AskDelivered(stream, newBuffer);
+    }
 }
 
 void CCalls::Close() {

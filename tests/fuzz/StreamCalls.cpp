@@ -89,6 +89,24 @@ void CCalls::AskBuffer() {
     Describe([&](auto... out) { return gentl.DSGetBufferInfo(stream, buffer, out...); });
 }
 
+// Fetches an image if one comes soon, and asks everything about it.
+void CCalls::AskDelivered(void* stream, void* newBuffer) {
+    EVENT_NEW_BUFFER_DATA data{};
+    std::size_t size = sizeof data;
+    if (Try([&] { return gentl.EventGetData(newBuffer, &data, &size, 2); }) != 0) {
+        return;
+    }
+    for (int32_t command = 0; command < 32; ++command) {
+        std::uint64_t value = 0;
+        std::size_t width = sizeof value;
+        Try([&] {
+            return gentl.DSGetBufferInfo(stream, data.BufferHandle, command, nullptr, &value,
+                                         &width);
+        });
+        Demand(width <= 3000, "no value is larger than this");
+    }
+}
+
 void CCalls::FindBuffer() {
     void* const stream = Take(Stream);
     COutput<BUFFER_HANDLE> handle(m_bytes);
