@@ -124,11 +124,14 @@ GC_API IFGetDeviceID(IF_HANDLE hIface, uint32_t iIndex, char* sIDeviceID, size_t
 }
 
 GC_API IFUpdateDeviceList(IF_HANDLE hIface, bool8_t* pbChanged, uint64_t iTimeout) {
-    return WithInterface(hIface, [&](const SInterface& interface_) {
+    return WithInterface(hIface, [&](SInterface& interface_) {
         bool8_t hasChanged = 0;
         const GC_ERROR code = Update(interface_, &hasChanged, iTimeout);
-        if (code == GC_ERR_SUCCESS && pbChanged != nullptr) {
-            *pbChanged = hasChanged;
+        if (code == GC_ERR_SUCCESS) {
+            const bool hadChanged = interface_.hasUntoldChange.exchange(false);
+            if (pbChanged != nullptr) {
+                *pbChanged = hadChanged ? 1 : hasChanged;
+            }
         }
         return code;
     });
@@ -175,7 +178,11 @@ GC_API IFOpenDevice(IF_HANDLE hIface, const char* sDeviceID, DEVICE_ACCESS_FLAGS
             return Refuse(GC_ERR_INVALID_PARAMETER, "There is no such access");
         }
         if (!TextOf(interface_, sDeviceID, DEVICE_INFO_ID)) {
-            Update(interface_, nullptr, kUpdateMilliseconds);
+            bool8_t hasChanged = 0;
+            Update(interface_, &hasChanged, kUpdateMilliseconds);
+            if (hasChanged != 0) {
+                interface_.hasUntoldChange = true;
+            }
         }
         auto texts = Describe(interface_, sDeviceID);
         DEV_HANDLE first = nullptr;

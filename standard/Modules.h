@@ -39,6 +39,8 @@ struct SSystem : SModule {
 struct SInterface : SModule {
     static constexpr EKind kKind = EKind::Interface;
     SInterface() : SModule(kKind) {}
+    // The list of cameras has changed when one was opened that was not listed.
+    std::atomic<bool> hasUntoldChange{false};
 };
 
 // A child of its device.

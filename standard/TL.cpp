@@ -121,7 +121,9 @@ GC_API TLOpenInterface(TL_HANDLE hSystem, const char* sIfaceID, IF_HANDLE* phIfa
                 return Refuse(GC_ERR_RESOURCE_IN_USE, "The interface is open already");
             }
         }
-        *phIface = &modules.Adopt<SInterface>(first, &system, First().IFClose);
+        auto& interface_ = modules.Adopt<SInterface>(first, &system, First().IFClose);
+        interface_.hasUntoldChange = false;
+        *phIface = &interface_;
         return code;
     });
 }

@@ -81,8 +81,9 @@ void SoakCamera::UseStream(DS_HANDLE stream, EVENT_HANDLE event) {
     size_t payload = 0;
     size_t size = sizeof payload;
     INFO_DATATYPE type = 0;
-    if (m_gentl.DSGetInfo(stream, STREAM_INFO_DEFINES_PAYLOADSIZE, &type, &payload, &size) != 0 ||
-        payload == 0) {
+    const STREAM_INFO_CMD command =
+        Producer::IsStandard() ? STREAM_INFO_PAYLOAD_SIZE : STREAM_INFO_DEFINES_PAYLOADSIZE;
+    if (m_gentl.DSGetInfo(stream, command, &type, &payload, &size) != 0 || payload == 0) {
         ++m_tally.numRefused; // just unplugged
         return;
     }

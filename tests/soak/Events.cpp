@@ -97,8 +97,19 @@ void EventReader::Unregister() {
     if (m_chance.Below(2) == 0) {
         return;
     }
-    Expect(m_gentl.GCUnregisterEvent(m_port, EVENT_REMOTE_DEVICE) == 0,
-           "an event stays registered");
+    const auto unregister = [this] {
+        Expect(m_gentl.GCUnregisterEvent(m_port, EVENT_REMOTE_DEVICE) == 0,
+               "an event stays registered");
+    };
+    // By the standard, the handle of an event ends with its registration.
+    if (Producer::IsStandard()) {
+        const auto pause = m_source.Pause();
+        Fetch();
+        Expect(m_numSeen == m_source.NumArrived(), "the last events are missing");
+        unregister();
+        return;
+    }
+    unregister();
     const bool isSilent = OptivoSim_HasCallback(m_source.Camera().c_str()) == 0;
     Fetch();
     const auto pause = m_source.Pause();

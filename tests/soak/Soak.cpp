@@ -1,5 +1,6 @@
 // A long run: cameras stream with random faults, restarts and pulled plugs, while every image is
-// checked and the process is watched. norveltl_soak SECONDS [SEED]; exit code 1 for any complaint.
+// checked and the process is watched. norveltl_soak [--standard] SECONDS [SEED]; exit code 1 for
+// any complaint.
 #include "Camera.h"
 #include "Lists.h"
 #include "OptivoSim.h"
@@ -9,6 +10,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <memory>
 
 namespace {
@@ -247,10 +249,15 @@ bool IsClean(const Remains& before, const Remains& after) {
 } // namespace
 
 int main(int argc, char** argv) {
+    if (argc > 1 && std::strcmp(argv[1], "--standard") == 0) {
+        Producer::Choose("standard/NorvelTL40-standard.cti");
+        --argc;
+        ++argv;
+    }
     const double seconds = argc > 1 ? std::atof(argv[1]) : 60;
     const unsigned seed = argc > 2 ? static_cast<unsigned>(std::atoi(argv[2])) : 1;
     if (!(seconds > 0)) {
-        std::fprintf(stderr, "usage: norveltl_soak SECONDS [SEED]\n");
+        std::fprintf(stderr, "usage: norveltl_soak [--standard] SECONDS [SEED]\n");
         return 2;
     }
     const auto gentl = Producer::Load();

@@ -217,6 +217,28 @@ TEST_F(StandardInterfaceTest, OpensACameraThatCameAfterTheUpdate) {
     Open("Norvel-G640M-777");
 }
 
+// The opening has updated the list, which the consumer has not seen.
+TEST_F(StandardInterfaceTest, SaysThatTheListChangedWhenACameraWasOpened) {
+    Open();
+    bool8_t hasChanged = 7;
+    EXPECT_OK(gentl.IFUpdateDeviceList(iface, &hasChanged, LONG_WAIT));
+    EXPECT_EQ(hasChanged, 1);
+    EXPECT_OK(gentl.IFUpdateDeviceList(iface, &hasChanged, LONG_WAIT));
+    EXPECT_EQ(hasChanged, 0);
+}
+
+TEST_F(StandardInterfaceTest, SaysNothingOfAChangeThatAnEarlierOpeningOfItFound) {
+    Open();
+    CloseInterface();
+    device = nullptr;
+    ASSERT_EQ(OptivoSim_RemoveCamera(GREY), 1);
+    ASSERT_EQ(OptivoSim_RemoveCamera("Norvel-G1300C-10002"), 1);
+    ASSERT_OK(gentl.TLOpenInterface(tl, "GEV::eth0", &iface));
+    bool8_t hasChanged = 7;
+    EXPECT_OK(gentl.IFUpdateDeviceList(iface, &hasChanged, LONG_WAIT));
+    EXPECT_EQ(hasChanged, 0);
+}
+
 TEST_F(StandardInterfaceTest, OpensACameraOnce) {
     Open();
     DEV_HANDLE again = this;
