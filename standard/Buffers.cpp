@@ -158,7 +158,8 @@ void KeepGeometryOfWaitingImages(const SStream& stream) {
 } // namespace
 
 GC_ERROR QueueBuffer(const SStream& stream, SBuffer& buffer) {
-    if (buffer.isAwaited || IsQueued(stream, buffer)) {
+    // Of threads that queue it at once, one does.
+    if (IsQueued(stream, buffer) || buffer.isAwaited.exchange(true)) {
         return Refuse(GC_ERR_RESOURCE_IN_USE, "The buffer is queued, or awaits its delivery");
     }
     Await(buffer);

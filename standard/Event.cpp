@@ -176,7 +176,9 @@ GC_API GCRegisterEvent(EVENTSRC_HANDLE hEventSrc, EVENT_TYPE iEventID, EVENT_HAN
         if (code != GC_ERR_SUCCESS) {
             return RefuseAsFirst(code, GC_ERR_NOT_IMPLEMENTED, "The event cannot be registered");
         }
-        auto& event = CModules::Instance().Open<SEvent>(first, source);
+        auto& event = CModules::Instance().Adopt<SEvent>(first, source, [&](void*) {
+            First().GCUnregisterEvent(source->first, iEventID);
+        });
         event.Reset(iEventID);
         *phEvent = &event;
         return code;

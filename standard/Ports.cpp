@@ -247,7 +247,11 @@ GC_API GCGetPortURLInfo(PORT_HANDLE hPort, uint32_t iURLIndex, URL_INFO_CMD iInf
 GC_API GCGetPortInfo(PORT_HANDLE hPort, PORT_INFO_CMD iInfoCmd, INFO_DATATYPE* piType,
                      void* pBuffer, size_t* piSize) {
     return WithPort(hPort, [&](const SModule& module) {
-        return GiveFirst({piType, pBuffer, piSize}, kPortCommands, iInfoCmd, [&](auto... answer) {
+        const SOut out{piType, pBuffer, piSize};
+        if (iInfoCmd == PORT_INFO_ACCESS_WRITE && HasLocalPort(module)) {
+            return GiveNumber(out, INFO_DATATYPE_BOOL8, 0);
+        }
+        return GiveFirst(out, kPortCommands, iInfoCmd, [&](auto... answer) {
             return First().GCGetPortInfo(module.first, iInfoCmd, answer...);
         });
     });

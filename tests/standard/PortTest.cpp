@@ -284,6 +284,8 @@ TEST_F(StandardPortTest, TellsItsByteOrder) {
 TEST_F(StandardPortTest, TellsItsAccess) {
     for (PORT_HANDLE port : Ports()) {
         ExpectAnswer(PortInfo(port, 7), BoolInfo(true));
+        const bool canBeWritten = port != device && port != stream;
+        ExpectAnswer(PortInfo(port, 8), BoolInfo(canBeWritten));
         ExpectAnswer(PortInfo(port, 9), BoolInfo(false));
         ExpectAnswer(PortInfo(port, 10), BoolInfo(false));
     }

@@ -1,5 +1,8 @@
 // Buffers and their queues: each is delivered once for each time that it was queued.
+#include "Background.h"
 #include "StandardFixtures.h"
+
+#include <algorithm>
 
 namespace {
 
@@ -31,6 +34,18 @@ TEST_F(StandardQueueTest, RefusesABufferThatIsQueued) {
     ASSERT_NO_FATAL_FAILURE(QueueAll());
     EXPECT_REFUSES(-1004, gentl.DSQueueBuffer(stream, buffers[0]));
     EXPECT_EQ(NumQueued(), 1U);
+}
+
+TEST_F(StandardQueueTest, OfThreadsThatQueueABufferAtOnceOneDoes) {
+    AnnounceBuffers(1);
+    const auto queue = [this] { return gentl.DSQueueBuffer(stream, buffers[0]); };
+    for (int i = 0; i < 300; ++i) {
+        auto codes = RunTogether({queue, queue, queue});
+        std::sort(codes.begin(), codes.end());
+        ASSERT_EQ(codes, (std::vector<int32_t>{-1004, -1004, 0}));
+        ASSERT_EQ(NumQueued(), 1U);
+        DiscardAll();
+    }
 }
 
 TEST_F(StandardQueueTest, RefusesABufferThatIsDelivered) {
