@@ -23,6 +23,8 @@ void RegisterFrames(const SEffort& effort);
 void RegisterLatency(const SEffort& effort);
 // Single calls of exported functions.
 void RegisterCalls(const SEffort& effort);
+// What the module that answers as the standard says adds to the other one, which is its limit.
+void RegisterStandard(const SEffort& effort);
 // Updates of the device list.
 void RegisterLists(const SEffort& effort);
 // What the whole process consumes.

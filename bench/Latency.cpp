@@ -167,10 +167,10 @@ void MeasureWaits(benchmark::State& state, SPlacement placement, const std::func
     state.counters["p99"] = nanoseconds[nanoseconds.size() * 99 / 100];
 }
 
-void OfModule(benchmark::State& state, SPlacement placement) {
+void OfProducer(benchmark::State& state, SPlacement placement, Producer& producer) {
     const CThreadPlacement wakerPlace(placement.ofWaker);
     MakeCameras(1, kSide, kSide, -1);
-    const COpenModule module;
+    const COpenModule module(producer);
     CModuleStream stream(module, 0, kNumBuffers, kSize);
     stream.Start();
     OptivoSim_ObserveGrabs(NoteBegin);
@@ -180,6 +180,14 @@ void OfModule(benchmark::State& state, SPlacement placement) {
         state, placement, [&] { OptivoSim_ProduceImages(camera.c_str(), 1); },
         [&] { fetched = stream.Fetch(); }, [&] { stream.Queue(fetched); });
     OptivoSim_ObserveGrabs(nullptr);
+}
+
+void OfModule(benchmark::State& state, SPlacement placement) {
+    OfProducer(state, placement, TheProducer());
+}
+
+void OfStandardModule(benchmark::State& state, SPlacement placement) {
+    OfProducer(state, placement, TheStandardProducer());
 }
 
 void OfConditionVariable(benchmark::State& state, SPlacement placement) {
@@ -203,6 +211,8 @@ void RegisterLatency(const SEffort& effort) {
     constexpr SPlacement kApart{0, 1};
     add("latency/module", OfModule, kApart);
     add("latency/limit", OfConditionVariable, kApart);
+    add("standard_latency/module", OfStandardModule, kApart);
+    add("standard_latency/limit", OfModule, kApart);
 #if defined(__linux__)
     constexpr SPlacement kTogether{0, 0};
     add("latency_together/module", OfModule, kTogether);

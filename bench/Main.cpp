@@ -28,6 +28,7 @@ int Run(int argc, char** argv) {
     RegisterFrames(effort);
     RegisterLatency(effort);
     RegisterCalls(effort);
+    RegisterStandard(effort);
     RegisterLists(effort);
     RegisterProcess(effort);
     benchmark::RunSpecifiedBenchmarks();

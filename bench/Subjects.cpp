@@ -2,6 +2,7 @@
 
 #include "OptivoSim.h"
 
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <stdexcept>
@@ -17,6 +18,16 @@ constexpr std::uint64_t kShortWait = 100;
 constexpr Optivo::UInt32 kWithoutLimit = 0xFFFFFFFF;
 
 } // namespace
+
+Producer& TheStandardProducer() {
+    static Producer* const s_producer =
+        Producer::LoadFile((std::filesystem::path(TheProducer().Path()).parent_path() / "standard" /
+                            "NorvelTL40-standard.cti")
+                               .make_preferred()
+                               .string())
+            .release();
+    return *s_producer;
+}
 
 void Require(bool holds, const char* what) {
     if (!holds) {

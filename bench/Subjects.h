@@ -12,6 +12,9 @@
 #include <string>
 #include <vector>
 
+// The module that answers as the standard says, beside the one that TheProducer is.
+Producer& TheStandardProducer();
+
 void Require(bool holds, const char* what);
 inline void Check(GC_ERROR code, const char* what) {
     Require(code == GC_ERR_SUCCESS, what);
@@ -61,6 +64,7 @@ public:
     // False when no image came for a moment.
     bool TryTake();
     std::uint64_t Number(STREAM_INFO_CMD command);
+    EVENT_HANDLE NewBuffer() const { return m_event; }
 
     Producer& gentl;
     DEV_HANDLE device = nullptr;

@@ -247,7 +247,7 @@ GC_ERROR StartAcquisition(SStream& stream, std::uint64_t numToAcquire) {
     auto& device = static_cast<SDevice&>(*stream.parent);
     device.camera.Read(device.port.load()->first, stream.geometry);
     stream.geometry.Set(EFact::PayloadSize, PayloadSize(stream));
-    stream.numFrames = 0;
+    stream.numNoFrames = stream.numFetched.load();
     const GC_ERROR code =
         First().DSStartAcquisition(stream.first, ACQ_START_FLAGS_DEFAULT, numToAcquire);
     return code == GC_ERR_SUCCESS
@@ -265,18 +265,20 @@ std::optional<std::uint64_t> PayloadSize(const SStream& stream) {
 
 bool NoteDelivery(SStream& stream, SBuffer& buffer) noexcept {
     // A buffer is delivered to one thread at a time.
-    if (!buffer.isAwaited.load(std::memory_order_relaxed)) {
+    if (!buffer.isAwaited.load(std::memory_order_relaxed) || buffer.parent != &stream) {
         return false;
     }
     buffer.isAwaited.store(false, std::memory_order_relaxed);
+    const std::uint64_t number = stream.numFetched.fetch_add(1, std::memory_order_relaxed);
     if (buffer.isEmpty.load(std::memory_order_relaxed)) {
         buffer.isEmpty.store(false, std::memory_order_relaxed);
+        stream.numNoFrames.fetch_add(1, std::memory_order_relaxed);
         return true;
     }
     const auto now = std::chrono::steady_clock::now().time_since_epoch();
     buffer.timestamp.store(static_cast<std::uint64_t>(std::chrono::nanoseconds(now).count()),
                            std::memory_order_relaxed);
-    buffer.frameId.store(stream.numFrames.fetch_add(1, std::memory_order_relaxed),
+    buffer.frameId.store(number - stream.numNoFrames.load(std::memory_order_relaxed),
                          std::memory_order_relaxed);
     if (!buffer.isOlder.load(std::memory_order_relaxed)) {
         buffer.geometry.CopyFrom(stream.geometry);

@@ -118,10 +118,11 @@ GC_ERROR WaitForImage(SEvent& event, void* buffer, size_t* size, std::uint64_t m
             if (code != GC_ERR_SUCCESS || data.BufferHandle == nullptr) {
                 return std::nullopt; // an acquisition that is over delivers nothing either
             }
-            delivered = CModules::Find<SBuffer>(data.pUserPointer);
-        } while (delivered == nullptr || !NoteDelivery(stream, *delivered));
+            // A record of ours, whose memory stays; what is delivered of a closed one counts for
+            // nothing.
+            delivered = static_cast<SBuffer*>(data.pUserPointer);
+        } while (!NoteDelivery(stream, *delivered));
         data = {delivered, delivered->user};
-        event.numGone.fetch_add(1, std::memory_order_relaxed);
         if (buffer != nullptr) {
             std::memcpy(buffer, &data, sizeof data);
         }
@@ -176,9 +177,8 @@ GC_API GCRegisterEvent(EVENTSRC_HANDLE hEventSrc, EVENT_TYPE iEventID, EVENT_HAN
         if (code != GC_ERR_SUCCESS) {
             return RefuseAsFirst(code, GC_ERR_NOT_IMPLEMENTED, "The event cannot be registered");
         }
-        auto& event = CModules::Instance().Adopt<SEvent>(first, source, [&](void*) {
-            First().GCUnregisterEvent(source->first, iEventID);
-        });
+        auto& event = CModules::Instance().Adopt<SEvent>(
+            first, source, [&](void*) { First().GCUnregisterEvent(source->first, iEventID); });
         event.Reset(iEventID);
         *phEvent = &event;
         return code;
@@ -288,7 +288,7 @@ GC_API EventGetInfo(EVENT_HANDLE hEvent, EVENT_INFO_CMD iInfoCmd, INFO_DATATYPE*
         case EVENT_NUM_IN_QUEUE:
             return GiveNumber(out, INFO_DATATYPE_SIZET, NumInQueue(event));
         case EVENT_NUM_FIRED:
-            return GiveNumber(out, INFO_DATATYPE_UINT64, event.numGone + NumInQueue(event));
+            return GiveNumber(out, INFO_DATATYPE_UINT64, event.NumGone() + NumInQueue(event));
         case EVENT_SIZE_MAX:
             return GiveNumber(out, INFO_DATATYPE_SIZET,
                               type == EVENT_NEW_BUFFER      ? sizeof(EVENT_NEW_BUFFER_DATA)

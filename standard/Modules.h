@@ -81,12 +81,14 @@ struct SDevice : SModule {
 struct SStream : SModule {
     static constexpr EKind kKind = EKind::Stream;
     SStream() : SModule(kKind) {}
-    CGeometry geometry;                      // of the acquisition that was started last
-    std::atomic<std::uint64_t> numFrames{0}; // that were delivered since then
+    CGeometry geometry;                       // of the acquisition that was started last
+    std::atomic<std::uint64_t> numFetched{0}; // buffers, since it was opened
+    // Of those: what was fetched before the acquisition, or without an image. The rest are frames.
+    std::atomic<std::uint64_t> numNoFrames{0};
 
     void Reset() {
         geometry.Clear();
-        numFrames = 0;
+        numFetched = numNoFrames = 0;
     }
 };
 
@@ -122,12 +124,23 @@ struct SEvent : SModule {
     SEvent() : SModule(kKind) {}
     std::atomic<EVENT_TYPE> type{EVENT_ERROR};
     std::atomic<bool> isKilled{false};
-    std::atomic<std::uint64_t> numGone{0}; // of what fired: fetched or flushed
+    // Of what fired: fetched or flushed; of buffers, flushed.
+    std::atomic<std::uint64_t> numGone{0};
+    // By the stream, when the event was registered.
+    std::atomic<std::uint64_t> numFetchedBefore{0};
 
     void Reset(EVENT_TYPE its) {
         type = its;
         isKilled = false;
         numGone = 0;
+        numFetchedBefore = NumFetched();
+    }
+    std::uint64_t NumGone() const { return numGone + NumFetched() - numFetchedBefore; }
+
+private:
+    std::uint64_t NumFetched() const {
+        return type == EVENT_NEW_BUFFER ? static_cast<const SStream&>(*parent).numFetched.load()
+                                        : 0;
     }
 };
 
