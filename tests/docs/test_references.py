@@ -120,6 +120,17 @@ class Errors(unittest.TestCase):
         self.assertEqual(described, known)
 
 
+class Deviations(harness.ToolTest):
+    def test_each_that_the_check_finds_and_no_other(self):
+        section = GUIDE.read_text().partition("\n### What the check counts\n")[2].partition("\n## ")[0]
+        rows = re.findall(r"^\| [^|]+ \| (`.*`) \|$", section, re.M)
+        told = [name for row in rows for name in re.findall(r"`([^`]+)`", row)]
+        findings = self.done("check", "--json").json()["findings"]
+        found = {finding["check"] for finding in findings if finding["verdict"] == "deviates"}
+        self.assertGreater(len(found), 20)
+        self.assertEqual(sorted(told), sorted(found))
+
+
 class Answers(harness.ToolTest):
     def test_of_a_stream(self):
         """Types and refusals of the guide's table are those of a stream."""

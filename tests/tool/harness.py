@@ -69,6 +69,10 @@ def module():
     return Setting.program.parent / "NorvelTL40.cti"
 
 
+def standard_module():
+    return Setting.program.parent / "standard/NorvelTL40-standard.cti"
+
+
 def camera_library():
     return Setting.program.parent / ("Optivo40.dll" if Setting.is_windows else "libOptivo40.so")
 
@@ -100,10 +104,10 @@ class ToolTest(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
 
-    def start(self, *arguments, world=None, search="", program=None, libraries=None):
+    def start(self, *arguments, world=None, search="", program=None, libraries=None, variables=None):
         """Starts the program in the test's folder; a world is a path, or what the file shall hold; libraries is a
-        folder in which the system looks for libraries too."""
-        environment = {**os.environ, "GENICAM_GENTL64_PATH": search}
+        folder in which the system looks for libraries too; variables are those of the environment."""
+        environment = {**os.environ, "GENICAM_GENTL64_PATH": search, **(variables or {})}
         if libraries is not None:
             environment["WINEPATH" if Setting.is_windows else "LD_LIBRARY_PATH"] = native(libraries)
         environment.pop("OPTIVO_SIM_CONFIG", None)

@@ -1,7 +1,7 @@
-"""events and check: what a camera reports, and how the producer is judged."""
+"""events: what a camera reports."""
 import re
 
-from harness import DONE, FAILED, LEFT, NOTHING_FOUND, WORLDS, WRONG_USAGE, ToolTest
+from harness import FAILED, LEFT, NOTHING_FOUND, WRONG_USAGE, ToolTest
 
 
 def world(*faults, **camera):
@@ -53,53 +53,3 @@ class Watching(ToolTest):
         self.assertEqual(self.run_tool("events", "nobody").code, NOTHING_FOUND)
         self.refused(WRONG_USAGE, 'norveltl: "Width" is not of the form NAME=VALUE\n',
                      "events", "10001", "--set", "Width")
-
-
-class Checking(ToolTest):
-    def test_the_deviations_that_are_known(self):
-        self.assert_golden(self.done("check").out, "check.txt")
-
-    def test_everything(self):
-        answer = self.done("check", "--all", world=world())
-        self.assertIn("\npassed    the acquisition delivers images ", answer.out)
-        self.assertIn("\npassed    the camera can be opened again ", answer.out)
-
-    def test_json(self):
-        answer = self.done("check", "--json", world=world()).json()
-        verdicts = [finding["verdict"] for finding in answer["findings"]]
-        self.assertEqual((answer["passed"], answer["deviates"], answer["failed"]),
-                         (verdicts.count("passed"), verdicts.count("deviates"), 0))
-        self.assertTrue(all(finding["known"] for finding in answer["findings"] if finding["verdict"] == "deviates"))
-
-    def check_fails(self, what, world_):
-        answer = self.run_tool("check", world=world_)
-        self.assertEqual(answer.code, FAILED)
-        self.assertRegex(answer.out, rf"(?m)^FAILED    {what}")
-        self.assertNotRegex(answer.out, r"(?m), 0 failed$")
-
-    def test_cameras_that_fail(self):
-        for operation, what in (("StreamStartAcquisition", "the acquisition delivers images .* DSStartAcq"),
-                                ("InterfaceOpenDevice", "the camera can be opened, used and closed .* IFOpen"),
-                                ("DeviceOpenDataStream", "the stream can be opened, used and closed .* DevOpen"),
-                                ("StreamStopAcquisition", "the acquisition has stopped"),
-                                ("DeviceReadPort", "the camera's description is well-formed")):
-            with self.subTest(operation=operation):
-                self.check_fails(what, world({"operation": operation}))
-
-    def test_a_camera_that_loses_its_plug(self):
-        answer = self.run_tool("check", world=world(unplugAfterImages=5))
-        self.assertEqual(answer.code, FAILED)
-        # Advice of several lines stays out of the table.
-        self.assertNotIn("?", answer.out)
-
-    def test_a_feature_that_cannot_be_read(self):
-        fault = {"operation": "DeviceReadPort", "selector": 0x528, "result": -1010}
-        answer = self.run_tool("check", world=world(fault))
-        self.assertEqual(answer.code, DONE)
-        self.assertRegex(answer.out, r"(?m)^deviates  feature Gain +Cam +GCReadPort failed: GC_ERR_IO")
-
-    def test_no_camera(self):
-        self.refused(NOTHING_FOUND, "norveltl: found no camera to check\n", "check", world={})
-
-    def test_the_examples_of_worlds(self):
-        self.done("check", world=WORLDS / "small.json")

@@ -1,8 +1,9 @@
 """Which producers are found, and what is said of broken ones; the command line itself."""
 import re
+import shutil
 
-from harness import (DONE, FAILED, NOTHING_FOUND, WRONG_USAGE, Setting, ToolTest, camera_library, module, native,
-                     producer, separator)
+from harness import (DONE, FAILED, NOTHING_FOUND, WRONG_USAGE, Setting, ToolTest, camera_library, library, module,
+                     native, producer, separator)
 
 NOBODY = 'GC_ERR_ACCESS_DENIED (-1005): "Nobody is at home."\n'
 
@@ -10,8 +11,6 @@ NOBODY = 'GC_ERR_ACCESS_DENIED (-1005): "Nobody is at home."\n'
 class Broken(ToolTest):
     def test_every_way_to_be_broken(self):
         for name, code, error in (
-                ("without_dsclose", FAILED, f"norveltl: {producer('without_dsclose')} is no usable producer: "
-                 "it does not export DSClose\n"),
                 ("failing_init", FAILED, "norveltl: GCInitLib failed: GC_ERR_CUSTOM (-10001); "
                  f"the last recorded error is {NOBODY}"),
                 ("failing_open", FAILED, f"norveltl: TLOpen failed: {NOBODY}"
@@ -21,6 +20,11 @@ class Broken(ToolTest):
                 ("lonely", NOTHING_FOUND, "norveltl: found no camera\n")):
             with self.subTest(name=name):
                 self.refused(code, error, "--cti", producer(name), "list")
+
+    def test_a_library_that_is_no_producer(self):
+        path = native(library("further"))
+        self.refused(FAILED, f"norveltl: {path} is no usable producer: it does not export GCInitLib\n",
+                     "--cti", path, "list")
 
     def test_closing_that_fails_is_a_failure(self):
         self.refused(FAILED, f"norveltl: TLClose failed: GC_ERR_BUSY (-1022); the last recorded error is {NOBODY}",
@@ -103,9 +107,10 @@ class Searching(ToolTest):
         self.assertEqual(self.search("get", "-d", "10001", "Width", places=places).out, "640\n")
 
     def test_a_broken_one_hides_no_other(self):
-        broken = self.install("broken", Setting.producers / "without_dsclose.cti")
-        error = f"{native(broken / 'without_dsclose.cti')}: {native(broken / 'without_dsclose.cti')} is no usable " \
-                "producer: it does not export DSClose"
+        broken = self.install("broken")
+        shutil.copy2(library("further"), broken / "further.cti")
+        error = f"{native(broken / 'further.cti')}: {native(broken / 'further.cti')} is no usable producer: " \
+                "it does not export GCInitLib"
         answer = self.search("list", places=(native(broken), native(module())))
         self.assertEqual((answer.code, answer.err), (FAILED, f"norveltl: {error}\n"))
         self.assertIn("Norvel-G640M-10001", answer.out)
@@ -113,13 +118,13 @@ class Searching(ToolTest):
         self.assertEqual((answer.code, answer.err), (DONE, f"note: {error}\n"))
 
     def test_none_that_can_be_used(self):
-        names = ("without_dsclose.cti", "failing_open.cti")
-        broken = self.install("broken", *(Setting.producers / name for name in names))
+        broken = self.install("broken", Setting.producers / "failing_open.cti")
+        shutil.copy2(library("further"), broken / "further.cti")
         answer = self.search("list", places=(native(broken),))
         self.assertEqual(answer.code, FAILED)
         self.assertTrue(answer.err.startswith("norveltl: no producer module can be used:\n  "), answer.err)
         self.assertIn("TLOpen failed", answer.err)
-        self.assertIn("does not export DSClose", answer.err)
+        self.assertIn("does not export GCInitLib", answer.err)
 
 
 class Usage(ToolTest):

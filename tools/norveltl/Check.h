@@ -9,7 +9,8 @@ namespace norveltl {
 
 struct SCheckOptions {
     bool json = false;
-    bool all = false; // show what passed too
+    bool all = false;  // show what passed too
+    std::string junit; // a file; empty for none
 };
 
 // Fails if any check failed; deviations are told only.

@@ -7,10 +7,12 @@
 namespace norveltl {
 
 std::string DescriptionUrl(const CProducer& producer, PORT_HANDLE port) {
-    uint32_t count = 0;
-    producer.Call(producer.GCGetNumPortURLs, port, &count);
-    if (count == 0) {
-        throw CToolError("the module names no XML description");
+    if (!producer.GCGetNumPortURLs.IsMissing()) {
+        uint32_t count = 0;
+        producer.Call(producer.GCGetNumPortURLs, port, &count);
+        if (count == 0) {
+            throw CToolError("the module names no XML description");
+        }
     }
     const auto query = CProducer::Query(producer.GCGetPortURLInfo, port, 0u, URL_INFO_URL);
     if (const auto url = QueryText(query)) {

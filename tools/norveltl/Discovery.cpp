@@ -169,6 +169,14 @@ std::string SDevice::AccessText() const {
 CSystem::CSystem(const fs::path& module)
     : m_producer(std::make_unique<CProducer>(module)),
       m_system(OpenHandle(*m_producer, m_producer->TLClose, m_producer->TLOpen)) {
+    try {
+        SearchInterfaces();
+    } catch (const CMissingFunction& error) {
+        m_error = error.what();
+    }
+}
+
+void CSystem::SearchInterfaces() {
     const CProducer& p = *m_producer;
     bool8_t changed = 0;
     p.Call(p.TLUpdateInterfaceList, m_system.Get(), &changed, kSearchMilliseconds);
@@ -209,6 +217,19 @@ void CSystem::Search(SInterface& interface_) {
     }
 }
 
+void CSystem::Reopen(const SInterface& interface_) {
+    const CProducer& p = *m_producer;
+    SInterface& own = m_interfaces[static_cast<size_t>(&interface_ - m_interfaces.data())];
+    own.handle.reset();
+    own.handle.emplace(OpenHandle(p, p.IFClose, p.TLOpenInterface, m_system.Get(), own.id.c_str()));
+}
+
+void CSystem::Update(const SInterface& interface_) const {
+    bool8_t changed = 0;
+    m_producer->Call(m_producer->IFUpdateDeviceList, interface_.handle->Get(), &changed,
+                     kSearchMilliseconds);
+}
+
 OptionalText CSystem::Info(TL_INFO_CMD command) const {
     const CProducer& p = *m_producer;
     if (OptionalText text = QueryText(CProducer::Query(p.TLGetInfo, m_system.Get(), command))) {
@@ -233,6 +254,9 @@ SSystems OpenSystems(const std::string& cti) {
             }
             systems.errors.push_back(Utf8FromPath(module) + ": " + error.what());
             continue;
+        }
+        if (const std::string& error = systems.open.back()->Error(); !error.empty()) {
+            systems.errors.push_back(error);
         }
         for (const SInterface& interface_ : systems.open.back()->Interfaces()) {
             if (!interface_.error.empty()) {

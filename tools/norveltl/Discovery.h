@@ -41,17 +41,24 @@ public:
     const CProducer& Producer() const { return *m_producer; }
     TL_HANDLE Handle() const { return m_system.Get(); }
     const std::vector<SInterface>& Interfaces() const { return m_interfaces; }
+    // Why the interfaces cannot be listed; empty when they can.
+    const std::string& Error() const { return m_error; }
+    // Closes one of its interfaces and opens it anew, without a list of its cameras; updates that.
+    void Reopen(const SInterface& interface_);
+    void Update(const SInterface& interface_) const;
     // Tells what the system module says of itself, or the library when it does not.
     OptionalText Info(TL_INFO_CMD command) const;
     // By its vendor.
     bool IsNorvelTL() const;
 
 private:
+    void SearchInterfaces();
     void Search(SInterface& interface_);
 
     std::unique_ptr<CProducer> m_producer;
     CHandle m_system;
     std::vector<SInterface> m_interfaces;
+    std::string m_error;
 };
 
 struct SSystems {

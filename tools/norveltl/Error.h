@@ -33,4 +33,11 @@ private:
     GC_ERROR m_code;
 };
 
+// A function that the producer does not have.
+class CMissingFunction : public CToolError {
+public:
+    explicit CMissingFunction(const std::string& function)
+        : CToolError("the producer does not export " + function) {}
+};
+
 } // namespace norveltl

@@ -54,8 +54,8 @@ public:
     bool PrintNext(std::chrono::milliseconds timeout, Clock::duration since) {
         std::fill(m_data.begin(), m_data.end(), kUntouched);
         size_t size = m_data.size();
-        const GC_ERROR code = m_producer.EventGetData.call(m_event, m_data.data(), &size,
-                                                           static_cast<uint64_t>(timeout.count()));
+        const GC_ERROR code = m_producer.EventGetData(m_event, m_data.data(), &size,
+                                                      static_cast<uint64_t>(timeout.count()));
         if (code == GC_ERR_TIMEOUT || code == GC_ERR_NO_DATA) {
             return false;
         }
@@ -77,8 +77,8 @@ public:
 private:
     std::string Id() const {
         const InfoQuery query = [this](INFO_DATATYPE* type, void* buffer, size_t* size) {
-            return m_producer.EventGetDataInfo.call(m_event, m_data.data(), m_data.size(),
-                                                    EVENT_DATA_ID, type, buffer, size);
+            return m_producer.EventGetDataInfo(m_event, m_data.data(), m_data.size(), EVENT_DATA_ID,
+                                               type, buffer, size);
         };
         if (const auto number = QueryNumber(query)) {
             std::array<char, 32> text{};

@@ -190,31 +190,32 @@ struct SGroup {
     std::vector<SAnswer> answers;
 };
 
-template <class Q>
-SGroup AskAll(std::string title, std::span<const SCommand> commands, Q queryOf) {
+// By function(arguments..., command, answer...). A group whose function is missing is empty.
+template <class P, class... A>
+SGroup AskAll(std::string title, std::span<const SCommand> commands, const SFunction<P>& function,
+              A... arguments) {
     SGroup group{std::move(title), {}};
+    if (function.IsMissing()) {
+        Note(CMissingFunction(function.name).what());
+        return group;
+    }
     for (const SCommand& command : commands) {
-        group.answers.push_back(Ask(queryOf(command.number), command));
+        group.answers.push_back(
+            Ask(CProducer::Query(function, arguments..., command.number), command));
     }
     return group;
 }
 
 SGroup AskModule(const CProducer& p, const SModule& module) {
-    void* const handle = module.handle;
-    const auto asking = [handle](const auto& function) {
-        return [handle, &function](int32_t number) {
-            return CProducer::Query(function, handle, number);
-        };
-    };
     switch (module.module) {
     case EModule::System:
-        return AskAll("info", kSystem, asking(p.TLGetInfo));
+        return AskAll("info", kSystem, p.TLGetInfo, module.handle);
     case EModule::Interface:
-        return AskAll("info", kInterface, asking(p.IFGetInfo));
+        return AskAll("info", kInterface, p.IFGetInfo, module.handle);
     case EModule::Device:
-        return AskAll("info", kDevice, asking(p.DevGetInfo));
+        return AskAll("info", kDevice, p.DevGetInfo, module.handle);
     case EModule::Stream:
-        return AskAll("info", kStream, asking(p.DSGetInfo));
+        return AskAll("info", kStream, p.DSGetInfo, module.handle);
     default:
         return {"info", {}};
     }
@@ -225,17 +226,15 @@ std::vector<SGroup> AskEverything(const CProducer& p, const SModule& module) {
     if (module.module != EModule::Port) {
         groups.push_back(AskModule(p, module));
     }
-    groups.push_back(AskAll("port", kPort, [&](int32_t number) {
-        return CProducer::Query(p.GCGetPortInfo, module.handle, number);
-    }));
+    groups.push_back(AskAll("port", kPort, p.GCGetPortInfo, module.handle));
     uint32_t numUrls = 0;
-    if (p.GCGetNumPortURLs.call(module.handle, &numUrls) != GC_ERR_SUCCESS) {
+    if (p.GCGetNumPortURLs.IsMissing() ||
+        p.GCGetNumPortURLs(module.handle, &numUrls) != GC_ERR_SUCCESS) {
         numUrls = 1;
     }
     for (uint32_t i = 0; i < numUrls; ++i) {
-        groups.push_back(AskAll("url " + std::to_string(i), kUrl, [&](int32_t number) {
-            return CProducer::Query(p.GCGetPortURLInfo, module.handle, i, number);
-        }));
+        groups.push_back(
+            AskAll("url " + std::to_string(i), kUrl, p.GCGetPortURLInfo, module.handle, i));
     }
     return groups;
 }

@@ -114,6 +114,10 @@ std::optional<uint64_t> QueryNumber(const InfoQuery& query) {
 CProducer::CProducer(const std::filesystem::path& module)
     : m_path(std::filesystem::absolute(module)), m_library(m_path) {
     ResolveAll();
+    if (GCInitLib.IsMissing() || TLOpen.IsMissing()) {
+        throw CToolError(Utf8FromPath(m_path) + " is no usable producer: it does not export " +
+                         (GCInitLib.IsMissing() ? GCInitLib.name : TLOpen.name));
+    }
     Call(GCInitLib);
 }
 
@@ -122,26 +126,23 @@ CProducer::~CProducer() {
 }
 
 void CProducer::ResolveAll() {
-    const auto resolve = [this](auto&... functions) { (Resolve(functions), ...); };
+    const auto resolveOne = [this]<class P>(SFunction<P>& function) {
+        function.address = reinterpret_cast<P>(m_library.Find(function.name));
+        m_exports.push_back({function.name, function.IsMissing()});
+    };
+    const auto resolve = [&](auto&... functions) { (resolveOne(functions), ...); };
     resolve(GCInitLib, GCCloseLib, GCGetInfo, GCGetLastError, GCReadPort, GCWritePort, GCGetPortURL,
             GCGetNumPortURLs, GCGetPortURLInfo, GCGetPortInfo, GCReadPortStacked,
             GCWritePortStacked, GCRegisterEvent, GCUnregisterEvent, EventGetData, EventGetDataInfo,
-            EventGetInfo, EventKill, TLOpen, TLClose, TLGetInfo, TLGetNumInterfaces,
+            EventGetInfo, EventFlush, EventKill, TLOpen, TLClose, TLGetInfo, TLGetNumInterfaces,
             TLGetInterfaceID, TLGetInterfaceInfo, TLOpenInterface, TLUpdateInterfaceList, IFClose,
             IFGetInfo, IFGetNumDevices, IFGetDeviceID, IFUpdateDeviceList, IFGetDeviceInfo,
-            IFOpenDevice, DevGetInfo, DevGetPort, DevGetNumDataStreams, DevGetDataStreamID,
-            DevOpenDataStream, DevClose, DSAllocAndAnnounceBuffer, DSRevokeBuffer, DSQueueBuffer,
-            DSFlushQueue, DSStartAcquisition, DSStopAcquisition, DSGetInfo, DSGetBufferInfo,
-            DSGetBufferID, DSClose);
-}
-
-template <class P>
-void CProducer::Resolve(SFunction<P>& function) {
-    function.call = reinterpret_cast<P>(m_library.Find(function.name));
-    if (!function.call) {
-        throw CToolError(Utf8FromPath(m_path) + " is no usable producer: it does not export " +
-                         function.name);
-    }
+            IFOpenDevice, IFGetParentTL, DevGetInfo, DevGetPort, DevGetNumDataStreams,
+            DevGetDataStreamID, DevOpenDataStream, DevClose, DevGetParentIF, DSAnnounceBuffer,
+            DSAllocAndAnnounceBuffer, DSRevokeBuffer, DSQueueBuffer, DSFlushQueue,
+            DSStartAcquisition, DSStopAcquisition, DSGetInfo, DSGetBufferInfo, DSGetBufferID,
+            DSClose, DSGetParentDev, DSGetBufferChunkData, DSGetNumBufferParts,
+            DSGetBufferPartInfo);
 }
 
 void CProducer::Check(const char* function, GC_ERROR code) const {
@@ -155,10 +156,13 @@ void CProducer::Check(const char* function, GC_ERROR code) const {
 
 // A producer may return one code and record another, or record nothing and keep an older error.
 std::string CProducer::LastError(GC_ERROR code) const {
+    if (GCGetLastError.IsMissing()) {
+        return "";
+    }
     std::array<char, 1024> text{};
     size_t size = text.size() - 1;
     GC_ERROR recorded = GC_ERR_SUCCESS;
-    if (GCGetLastError.call(&recorded, text.data(), &size) != GC_ERR_SUCCESS || text[0] == '\0') {
+    if (GCGetLastError(&recorded, text.data(), &size) != GC_ERR_SUCCESS || text[0] == '\0') {
         return "";
     }
     const std::string quoted = ": \"" + Printable(text.data()) + "\"";

@@ -12,14 +12,25 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace norveltl {
 
-// An exported function and the name under which it was found.
+// An exported function and the name under which it is looked for. Not every producer has them all.
 template <class P>
 struct SFunction {
     const char* name;
-    P call = nullptr;
+    P address = nullptr;
+
+    bool IsMissing() const { return address == nullptr; }
+    // Throws CMissingFunction for a function that the producer does not have.
+    template <class... A>
+    GC_ERROR operator()(A... arguments) const {
+        if (IsMissing()) {
+            throw CMissingFunction(name);
+        }
+        return address(arguments...);
+    }
 };
 
 // One info query, all arguments but the answer's already bound.
@@ -38,7 +49,7 @@ std::optional<uint64_t> QueryNumber(const InfoQuery& query);
 
 class CProducer {
 public:
-    // Loads and initialises the module; throws CToolError, naming what is missing in it.
+    // Loads and initialises the module; throws CToolError for what is no producer at all.
     explicit CProducer(const std::filesystem::path& module);
     ~CProducer();
     CProducer(const CProducer&) = delete;
@@ -51,12 +62,16 @@ public:
     // Throws CCallError with the producer's own last-error text unless the function succeeds.
     template <class P, class... A>
     void Call(const SFunction<P>& function, A... arguments) const {
-        Check(function.name, function.call(arguments...));
+        Check(function.name, function(arguments...));
     }
 
-    // The same for destructors: the error is reported at once instead of thrown.
+    // The same for destructors: the error is reported at once instead of thrown, and what is
+    // missing is left out.
     template <class P, class... A>
     void CallOrReport(const SFunction<P>& function, A... arguments) const noexcept {
+        if (function.IsMissing()) {
+            return;
+        }
         try {
             Call(function, arguments...);
         } catch (const std::exception& error) {
@@ -74,25 +89,32 @@ public:
         return text.substr(0, text.find('\0'));
     }
 
+    // A missing function refuses the query.
     template <class P, class... A>
     static InfoQuery Query(const SFunction<P>& function, A... arguments) {
-        return
-            [call = function.call, arguments...](INFO_DATATYPE* type, void* buffer, size_t* size) {
-                return call(arguments..., type, buffer, size);
-            };
+        return [function, arguments...](INFO_DATATYPE* type, void* buffer, size_t* size) {
+            return function.IsMissing() ? static_cast<GC_ERROR>(GC_ERR_NOT_IMPLEMENTED)
+                                        : function(arguments..., type, buffer, size);
+        };
     }
 
     void Check(const char* function, GC_ERROR code) const;
+
+    struct SExport {
+        const char* name;
+        bool isMissing;
+    };
+    // All functions that a producer exports by the standard.
+    const std::vector<SExport>& Exports() const { return m_exports; }
 
 private:
     static void Report(const std::exception& error) noexcept;
     std::string LastError(GC_ERROR code) const;
     void ResolveAll();
-    template <class P>
-    void Resolve(SFunction<P>& function);
 
     std::filesystem::path m_path;
     CDynamicLibrary m_library;
+    std::vector<SExport> m_exports;
 
 public:
     SFunction<PGCInitLib> GCInitLib{"GCInitLib"};
@@ -112,6 +134,7 @@ public:
     SFunction<PEventGetData> EventGetData{"EventGetData"};
     SFunction<PEventGetDataInfo> EventGetDataInfo{"EventGetDataInfo"};
     SFunction<PEventGetInfo> EventGetInfo{"EventGetInfo"};
+    SFunction<PEventFlush> EventFlush{"EventFlush"};
     SFunction<PEventKill> EventKill{"EventKill"};
     SFunction<PTLOpen> TLOpen{"TLOpen"};
     SFunction<PTLClose> TLClose{"TLClose"};
@@ -128,12 +151,15 @@ public:
     SFunction<PIFUpdateDeviceList> IFUpdateDeviceList{"IFUpdateDeviceList"};
     SFunction<PIFGetDeviceInfo> IFGetDeviceInfo{"IFGetDeviceInfo"};
     SFunction<PIFOpenDevice> IFOpenDevice{"IFOpenDevice"};
+    SFunction<PIFGetParentTL> IFGetParentTL{"IFGetParentTL"};
     SFunction<PDevGetInfo> DevGetInfo{"DevGetInfo"};
     SFunction<PDevGetPort> DevGetPort{"DevGetPort"};
     SFunction<PDevGetNumDataStreams> DevGetNumDataStreams{"DevGetNumDataStreams"};
     SFunction<PDevGetDataStreamID> DevGetDataStreamID{"DevGetDataStreamID"};
     SFunction<PDevOpenDataStream> DevOpenDataStream{"DevOpenDataStream"};
     SFunction<PDevClose> DevClose{"DevClose"};
+    SFunction<PDevGetParentIF> DevGetParentIF{"DevGetParentIF"};
+    SFunction<PDSAnnounceBuffer> DSAnnounceBuffer{"DSAnnounceBuffer"};
     SFunction<PDSAllocAndAnnounceBuffer> DSAllocAndAnnounceBuffer{"DSAllocAndAnnounceBuffer"};
     SFunction<PDSRevokeBuffer> DSRevokeBuffer{"DSRevokeBuffer"};
     SFunction<PDSQueueBuffer> DSQueueBuffer{"DSQueueBuffer"};
@@ -144,6 +170,10 @@ public:
     SFunction<PDSGetBufferInfo> DSGetBufferInfo{"DSGetBufferInfo"};
     SFunction<PDSGetBufferID> DSGetBufferID{"DSGetBufferID"};
     SFunction<PDSClose> DSClose{"DSClose"};
+    SFunction<PDSGetParentDev> DSGetParentDev{"DSGetParentDev"};
+    SFunction<PDSGetBufferChunkData> DSGetBufferChunkData{"DSGetBufferChunkData"};
+    SFunction<PDSGetNumBufferParts> DSGetNumBufferParts{"DSGetNumBufferParts"};
+    SFunction<PDSGetBufferPartInfo> DSGetBufferPartInfo{"DSGetBufferPartInfo"};
 };
 
 // "GC_ERR_TIMEOUT (-1011)"; a code of a producer's own is named GC_ERR_CUSTOM.

@@ -218,7 +218,7 @@ void Access(const CModulePath& path, std::vector<SRegister>& places, const F& si
         entries.push_back({place.address, place.bytes.data(), place.bytes.size()});
     }
     size_t count = entries.size();
-    const GC_ERROR code = stacked.call(port, entries.data(), &count);
+    const GC_ERROR code = stacked(port, entries.data(), &count);
     if (code != GC_ERR_SUCCESS) {
         Note(std::to_string(count) + " of " + std::to_string(entries.size()) +
              " registers were accessed before the call failed");

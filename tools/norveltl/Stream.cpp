@@ -71,8 +71,8 @@ void CStream::Stop() noexcept {
 BUFFER_HANDLE CStream::Wait(std::chrono::milliseconds timeout) {
     EVENT_NEW_BUFFER_DATA data{};
     size_t size = sizeof(data);
-    const GC_ERROR code = m_producer.EventGetData.call(m_newBuffer, &data, &size,
-                                                       static_cast<uint64_t>(timeout.count()));
+    const GC_ERROR code =
+        m_producer.EventGetData(m_newBuffer, &data, &size, static_cast<uint64_t>(timeout.count()));
     if (code == GC_ERR_TIMEOUT || code == GC_ERR_NO_DATA) {
         return nullptr;
     }
@@ -93,8 +93,8 @@ bool CStream::IsIncomplete(BUFFER_HANDLE buffer) {
     bool8_t value = 0;
     size_t size = sizeof(value);
     m_tellsIncomplete =
-        m_producer.DSGetBufferInfo.call(m_stream.Get(), buffer, BUFFER_INFO_IS_INCOMPLETE, &type,
-                                        &value, &size) == GC_ERR_SUCCESS;
+        m_producer.DSGetBufferInfo(m_stream.Get(), buffer, BUFFER_INFO_IS_INCOMPLETE, &type, &value,
+                                   &size) == GC_ERR_SUCCESS;
     return m_tellsIncomplete && value != 0;
 }
 
@@ -102,8 +102,8 @@ uint64_t CStream::NumFilled(BUFFER_HANDLE buffer) const {
     INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
     size_t value = 0;
     size_t size = sizeof(value);
-    const GC_ERROR code = m_producer.DSGetBufferInfo.call(
-        m_stream.Get(), buffer, BUFFER_INFO_SIZE_FILLED, &type, &value, &size);
+    const GC_ERROR code = m_producer.DSGetBufferInfo(m_stream.Get(), buffer,
+                                                     BUFFER_INFO_SIZE_FILLED, &type, &value, &size);
     return code == GC_ERR_SUCCESS && type == INFO_DATATYPE_SIZET ? value : m_bufferSize;
 }
 

@@ -1,11 +1,10 @@
-#include "StreamCheck.h"
+#include "Checks.h"
 
-#include "Acquisition.h"
-#include "Stream.h"
-
+#include <algorithm>
+#include <array>
 #include <chrono>
+#include <optional>
 #include <set>
-#include <thread>
 
 namespace norveltl {
 
@@ -14,34 +13,53 @@ namespace {
 using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
-constexpr size_t kBuffers = 4;
 constexpr size_t kImages = 10;
-constexpr std::chrono::milliseconds kPatience{5000};
+constexpr uint8_t kUntouched = 0xA5;
 
-size_t CheckPayload(const CProducer& p, const CStream& stream, const CCameraFacts& camera,
-                    CJudgement& judge) {
-    const auto defines = QueryTypedNumber(
-        CProducer::Query(p.DSGetInfo, stream.Handle(), STREAM_INFO_DEFINES_PAYLOADSIZE));
-    judge.Require("STREAM_INFO_DEFINES_PAYLOADSIZE is answered", defines.has_value());
-    if (defines && defines->type != INFO_DATATYPE_BOOL8) {
-        judge.Deviate("STREAM_INFO_DEFINES_PAYLOADSIZE is a flag", "BOOL8", "a number");
-    }
-    const auto size = stream.Info(STREAM_INFO_PAYLOAD_SIZE);
-    if (defines && defines->value != 0 && !size) {
-        judge.Deviate("STREAM_INFO_PAYLOAD_SIZE", "answered if the stream defines it", "refused");
-    }
-    const auto known = stream.PayloadSize();
-    return static_cast<size_t>(known ? *known : camera.PayloadSize());
+// Consumers offer the one byte that a flag has.
+void CheckFlag(const CProducer& p, const CStream& stream, CJudgement& judge) {
+    std::array<uint8_t, 8> bytes{};
+    bytes.fill(kUntouched);
+    INFO_DATATYPE type = INFO_DATATYPE_UNKNOWN;
+    size_t size = 1;
+    const GC_ERROR code =
+        p.DSGetInfo(stream.Handle(), STREAM_INFO_DEFINES_PAYLOADSIZE, &type, bytes.data(), &size);
+    const bool isOverrun = std::any_of(bytes.begin() + 1, bytes.end(),
+                                       [](uint8_t byte) { return byte != kUntouched; });
+    judge.Want(p.DSGetInfo.name, "STREAM_INFO_DEFINES_PAYLOADSIZE into one byte",
+               code == GC_ERR_SUCCESS && size == 1 && !isOverrun,
+               CodeText(GC_ERR_SUCCESS) + ": a flag is one byte",
+               CodeText(code) + (isOverrun ? ", and wrote behind it" : ""));
 }
 
-// One acquisition of a few images.
-void Acquire(CStream& stream, const CCameraFacts& camera, const std::string& which,
-             CJudgement& judge) {
-    judge.Attempt(which + " delivers images", [&] {
+void CheckPayload(const CProducer& p, const CStream& stream, CJudgement& judge) {
+    const auto defines = QueryTypedNumber(
+        CProducer::Query(p.DSGetInfo, stream.Handle(), STREAM_INFO_DEFINES_PAYLOADSIZE));
+    judge.Require(p.DSGetInfo.name, "STREAM_INFO_DEFINES_PAYLOADSIZE is answered",
+                  defines.has_value());
+    judge.Want(p.DSGetInfo.name, "STREAM_INFO_DEFINES_PAYLOADSIZE is a flag",
+               defines && defines->type == INFO_DATATYPE_BOOL8, "BOOL8",
+               defines ? "a number" : "refused");
+    CheckFlag(p, stream, judge);
+    judge.Want(p.DSGetInfo.name, "STREAM_INFO_PAYLOAD_SIZE",
+               !defines || defines->value == 0 || stream.Info(STREAM_INFO_PAYLOAD_SIZE),
+               "answered if the stream defines it", "refused");
+}
+
+// One acquisition of a few images; look gets the first.
+void Acquire(const CProducer& p, CStream& stream, const CCameraFacts& camera,
+             const std::string& which, CJudgement& judge,
+             const std::function<void(BUFFER_HANDLE)>& look = {}) {
+    judge.Attempt(p.EventGetData.name, which + " delivers images", [&] {
         const CAcquisition acquisition(stream, camera);
-        judge.Require(which + " is grabbing", stream.Info(STREAM_INFO_IS_GRABBING) == uint64_t{1});
-        const Clock::time_point end = Clock::now() + kPatience;
+        if (!p.DSGetInfo.IsMissing()) {
+            judge.Require(p.DSGetInfo.name, which + " is grabbing",
+                          stream.Info(STREAM_INFO_IS_GRABBING) == uint64_t{1});
+        }
+        const Clock::time_point end = Clock::now() + kCheckPatience;
         std::set<BUFFER_HANDLE> buffers;
+        std::optional<uint64_t> frame;
+        bool isAscending = true;
         size_t count = 0;
         while (count < kImages) {
             if (Clock::now() > end) {
@@ -56,60 +74,72 @@ void Acquire(CStream& stream, const CCameraFacts& camera, const std::string& whi
             if (stream.Bytes(buffer).empty()) {
                 throw CToolError("a delivered buffer is empty");
             }
+            const auto next = stream.Info(buffer, BUFFER_INFO_FRAMEID);
+            isAscending = isAscending && (!frame || !next || *next > *frame);
+            frame = next;
+            if (look && count == 1) {
+                look(buffer);
+            }
             stream.Queue(buffer);
         }
-        judge.Require(which + " uses every buffer", buffers.size() == kBuffers,
-                      std::to_string(buffers.size()) + " of " + std::to_string(kBuffers));
+        judge.Require(p.DSQueueBuffer.name, which + " uses every buffer",
+                      buffers.size() == kCheckBuffers,
+                      std::to_string(buffers.size()) + " of " + std::to_string(kCheckBuffers));
+        if (frame) {
+            judge.Want(p.DSGetBufferInfo.name, "BUFFER_INFO_FRAMEID ascends", isAscending,
+                       "from image to image", "a later image has the same or a lower one");
+        }
     });
-    judge.Require(which + " has stopped", stream.Info(STREAM_INFO_IS_GRABBING) == uint64_t{0});
-}
-
-void CheckWaits(const CProducer& p, CStream& stream, CJudgement& judge) {
-    p.Call(p.DSFlushQueue, stream.Handle(), ACQ_QUEUE_OUTPUT_DISCARD);
-    EVENT_NEW_BUFFER_DATA data{};
-    size_t size = sizeof(data);
-    judge.Expect("EventGetData without an image",
-                 p.EventGetData.call(stream.Event(), &data, &size, 20), {GC_ERR_TIMEOUT},
-                 "a wait that is over has timed out");
-    GC_ERROR code = GC_ERR_SUCCESS;
-    std::thread waiter([&] {
-        EVENT_NEW_BUFFER_DATA nothing{};
-        size_t room = sizeof(nothing);
-        code = p.EventGetData.call(stream.Event(), &nothing, &room, 400);
-    });
-    std::this_thread::sleep_for(100ms);
-    const GC_ERROR killed = p.EventKill.call(stream.Event());
-    waiter.join();
-    judge.Expect("EventKill", killed, {GC_ERR_SUCCESS}, "a wait can be ended");
-    judge.Expect("EventKill ends a wait", code, {GC_ERR_ABORT},
-                 "a wait that is killed answers so at once");
+    if (!p.DSGetInfo.IsMissing()) {
+        judge.Require(p.DSGetInfo.name, which + " has stopped",
+                      stream.Info(STREAM_INFO_IS_GRABBING) == uint64_t{0});
+    }
 }
 
 void CheckBuffers(const CProducer& p, CStream& stream, CJudgement& judge) {
     BUFFER_HANDLE first = nullptr;
     p.Call(p.DSGetBufferID, stream.Handle(), 0u, &first);
-    judge.Require("DSGetBufferID gives the first buffer", first != nullptr);
+    judge.Require(p.DSGetBufferID.name, "DSGetBufferID gives the first buffer", first != nullptr);
     p.Call(p.DSFlushQueue, stream.Handle(), ACQ_QUEUE_ALL_TO_INPUT);
-    judge.Expect("DSRevokeBuffer of a queued buffer",
-                 p.DSRevokeBuffer.call(stream.Handle(), first, nullptr, nullptr),
-                 {GC_ERR_RESOURCE_IN_USE, GC_ERR_BUSY}, "a queued buffer is in use");
-    judge.Require("STREAM_INFO_NUM_ANNOUNCED counts the buffers",
-                  stream.Info(STREAM_INFO_NUM_ANNOUNCED) == uint64_t{kBuffers});
-    judge.Require("STREAM_INFO_NUM_QUEUED counts the queued ones",
-                  stream.Info(STREAM_INFO_NUM_QUEUED) == uint64_t{kBuffers});
+    judge.Expect("DSRevokeBuffer of a queued buffer", {GC_ERR_RESOURCE_IN_USE, GC_ERR_BUSY},
+                 "a queued buffer is in use", p.DSRevokeBuffer, stream.Handle(), first, nullptr,
+                 nullptr);
+    if (!p.DSGetInfo.IsMissing()) {
+        judge.Require(p.DSGetInfo.name, "STREAM_INFO_NUM_ANNOUNCED counts the buffers",
+                      stream.Info(STREAM_INFO_NUM_ANNOUNCED) == uint64_t{kCheckBuffers});
+        judge.Require(p.DSGetInfo.name, "STREAM_INFO_NUM_QUEUED counts the queued ones",
+                      stream.Info(STREAM_INFO_NUM_QUEUED) == uint64_t{kCheckBuffers});
+    }
 }
 
 } // namespace
 
-void CheckStream(const CProducer& producer, DEV_HANDLE device, CJudgement& judge) {
-    judge.Attempt("the stream can be opened, used and closed", [&] {
-        const CCameraFacts camera(producer, device);
-        CStream stream(producer, device);
-        stream.Announce(CheckPayload(producer, stream, camera, judge), kBuffers);
-        Acquire(stream, camera, "the acquisition", judge);
-        CheckWaits(producer, stream, judge);
-        CheckBuffers(producer, stream, judge);
-        Acquire(stream, camera, "the restarted acquisition", judge);
+void CheckStream(const CProducer& p, DEV_HANDLE device, EDepth depth, CJudgement& judge,
+                 const GiveUp& giveUp) {
+    judge.Attempt(p.DevOpenDataStream.name, "the stream can be opened, used and closed", [&] {
+        const CCameraFacts camera(p, device);
+        CStream stream(p, device);
+        if (!p.DSGetInfo.IsMissing()) {
+            CheckPayload(p, stream, judge);
+        }
+        const auto payload = stream.PayloadSize();
+        stream.Announce(static_cast<size_t>(payload ? *payload : camera.PayloadSize()),
+                        kCheckBuffers);
+        std::function<void(BUFFER_HANDLE)> look;
+        if (depth == EDepth::Everything) {
+            CheckDescription(p, stream.Handle(), "the stream", judge);
+            look = [&, format = camera.Format()](BUFFER_HANDLE buffer) {
+                CheckImageInfos(p, stream.Handle(), buffer, format, judge);
+            };
+        }
+        Acquire(p, stream, camera, "the acquisition", judge, look);
+        CheckWaits(p, stream, judge);
+        CheckBuffers(p, stream, judge);
+        Acquire(p, stream, camera, "the restarted acquisition", judge);
+        if (depth == EDepth::Everything) {
+            CheckInfiniteWait(p, stream, camera, judge, giveUp);
+            CheckRestarts(p, stream, camera, judge);
+        }
     });
 }
 

@@ -188,6 +188,10 @@ void AddCheck(CLI::App& app, SCommandLine& line) {
         [](auto& l) { return Check(l.cti, l.check); });
     check->add_flag("--all", line.check.all, "Show what passed too");
     AddJson(check, line.check.json);
+    check
+        ->add_option("--junit", line.check.junit,
+                     "Write the findings into this file too, as JUnit XML")
+        ->type_name("FILE");
 }
 
 void Declare(CLI::App& app, SCommandLine& line) {

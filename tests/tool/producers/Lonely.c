@@ -1,5 +1,5 @@
 /* A producer without interfaces. Its system's registers hold their own addresses, low byte first,
-   and a write tells what arrived. WITHOUT_DSCLOSE, FAILING_INIT, FAILING_OPEN and FAILING_CLOSE
+   and a write tells what arrived. WITHOUT_LIST, FAILING_INIT, FAILING_OPEN and FAILING_CLOSE
    make broken ones of it; ACCOMPANIED needs a library to be loaded. */
 #include <GenTL/GenTL.h>
 
@@ -81,11 +81,13 @@ GC_API TLUpdateInterfaceList(TL_HANDLE system, bool8_t* changed, uint64_t timeou
     return GC_ERR_SUCCESS;
 }
 
+#if !defined(WITHOUT_LIST)
 GC_API TLGetNumInterfaces(TL_HANDLE system, uint32_t* count) {
     (void)system;
     *count = 0;
     return GC_ERR_SUCCESS;
 }
+#endif
 
 GC_API GCGetNumPortURLs(PORT_HANDLE port, uint32_t* count) {
     (void)port;

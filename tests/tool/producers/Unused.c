@@ -47,6 +47,4 @@ UNUSED(DSStopAcquisition)
 UNUSED(DSGetInfo)
 UNUSED(DSGetBufferInfo)
 UNUSED(DSGetBufferID)
-#if !defined(WITHOUT_DSCLOSE)
 UNUSED(DSClose)
-#endif

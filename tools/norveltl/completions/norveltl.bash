@@ -14,7 +14,7 @@ _norveltl() {
         fi
     done
     case $before in
-        --cti | -o | --output | --plot)
+        --cti | -o | --output | --plot | --junit)
             compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$word")
             return
@@ -36,7 +36,7 @@ _norveltl() {
             words="--first -n --count -t --time -o --output --format --buffers --set --timeout --stats --plot --json"
             ;;
         events) words="-t --time --set --acquire" ;;
-        check) words="--all --json" ;;
+        check) words="--all --json --junit" ;;
     esac
     case $command in
         info | xml | read | write) words+=" system interface device port stream" ;;

@@ -16,13 +16,13 @@ Register-ArgumentCompleter -Native -CommandName norveltl, norveltl.exe -ScriptBl
         grab     = @('--first', '-n', '--count', '-t', '--time', '-o', '--output', '--format', '--buffers',
             '--set', '--timeout', '--stats', '--plot', '--json')
         events   = @('-t', '--time', '--set', '--acquire')
-        check    = @('--all', '--json')
+        check    = @('--all', '--json', '--junit')
     }
     $before = @($ast.CommandElements | Select-Object -Skip 1 |
         Where-Object { $_.Extent.EndOffset -lt $position } | ForEach-Object { $_.ToString() })
     $last = if ($before) { $before[-1] }
     # Nothing from here lets PowerShell complete the file's name.
-    if ($last -in '--cti', '-o', '--output', '--plot') { return }
+    if ($last -in '--cti', '-o', '--output', '--plot', '--junit') { return }
     $command = $before | Where-Object { $commands.ContainsKey($_) } | Select-Object -First 1
     $choices = if ($last -eq '--format') { 'png', 'pgm', 'raw' }
     elseif ($command) { $commands[$command] + '--cti', '-h', '--help' }
