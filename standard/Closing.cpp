@@ -60,6 +60,7 @@ GC_ERROR CloseDevice(SDevice& device, const SModule* parent) {
 }
 
 GC_ERROR CloseInterface(SInterface& interface_, const SModule* parent) {
+    const std::lock_guard<std::mutex> lock(interface_.oneCall);
     const auto closeDevices = [&interface_] {
         for (SDevice* device : Modules().ChildrenOf<SDevice>(&interface_)) {
             CloseDevice(*device, &interface_);
@@ -69,6 +70,7 @@ GC_ERROR CloseInterface(SInterface& interface_, const SModule* parent) {
 }
 
 GC_ERROR CloseSystem(SSystem& system) {
+    const std::lock_guard<std::mutex> lock(system.oneCall);
     const auto closeInterfaces = [&system] {
         for (SInterface* interface_ : Modules().ChildrenOf<SInterface>(&system)) {
             CloseInterface(*interface_, &system);

@@ -32,8 +32,8 @@ GC_ERROR Announce(SStream& stream, void* memory, size_t size, void* user, BUFFER
         return Refuse(GC_ERR_INVALID_PARAMETER, "A buffer needs memory and a place for its handle");
     }
     auto& modules = CModules::Instance();
-    auto& buffer = modules.Open<SBuffer>(nullptr, &stream);
-    buffer.Reset(user, size);
+    auto& buffer =
+        modules.Open<SBuffer>(nullptr, &stream, [=](SBuffer& it) { it.Reset(user, size); });
     BUFFER_HANDLE first = nullptr;
     const GC_ERROR code = First().DSAnnounceBuffer(stream.first, memory, size, &buffer, &first);
     if (code != GC_ERR_SUCCESS) {

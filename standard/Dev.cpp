@@ -86,15 +86,13 @@ GC_API DevOpenDataStream(DEV_HANDLE hDevice, const char* sDataStreamID, DS_HANDL
         if (code != GC_ERR_SUCCESS) {
             return RefuseAsFirst(code, GC_ERR_ERROR, "The stream does not open");
         }
-        auto& modules = CModules::Instance();
-        for (const SStream* open : modules.ChildrenOf<SStream>(&device)) {
-            if (open->first == first) {
-                return Refuse(GC_ERR_RESOURCE_IN_USE, "The stream is open already");
-            }
+        SStream* const stream = CModules::Instance().AdoptOnce<SStream>(
+            first, &device, [](SStream& it) { it.Reset(); },
+            [first](const SStream& open) { return open.first == first; }, First().DSClose);
+        if (stream == nullptr) {
+            return Refuse(GC_ERR_RESOURCE_IN_USE, "The stream is open already");
         }
-        auto& stream = modules.Adopt<SStream>(first, &device, First().DSClose);
-        stream.Reset();
-        *phDataStream = &stream;
+        *phDataStream = stream;
         return code;
     });
 }

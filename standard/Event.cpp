@@ -56,12 +56,8 @@ bool HasEvent(const SModule& source, EVENT_TYPE type) {
 }
 
 SEvent* RegisteredEvent(const SModule& source, EVENT_TYPE type) {
-    for (SEvent* event : CModules::Instance().ChildrenOf<SEvent>(&source)) {
-        if (event->type == type) {
-            return event;
-        }
-    }
-    return nullptr;
+    return CModules::Instance().FindChild<SEvent>(
+        &source, [type](const SEvent& event) { return event.type == type; });
 }
 
 std::uint64_t NumInQueue(const SEvent& event) {
@@ -72,8 +68,8 @@ std::uint64_t NumInQueue(const SEvent& event) {
     return code == GC_ERR_SUCCESS ? number.Number() : 0;
 }
 
-// Calls once(milliseconds), which answers a code, or nothing when nothing has come, until the
-// time is over, the event is killed or its module closed.
+// Calls once(first, milliseconds) with the first module's handle, which answers a code, or nothing
+// when nothing has come, until the time is over, the event is killed or its module closed.
 template <class Once>
 GC_ERROR Wait(SEvent& event, std::uint64_t milliseconds, Once&& once) {
     constexpr std::uint64_t kLongest = 1000ULL * 3600 * 24 * 365 * 100;
@@ -84,7 +80,7 @@ GC_ERROR Wait(SEvent& event, std::uint64_t milliseconds, Once&& once) {
             return Refuse(GC_ERR_ABORT, "The wait was ended by EventKill");
         }
         // What is there already costs no look at the clock.
-        if (const std::optional<GC_ERROR> code = once(slice)) {
+        if (const std::optional<GC_ERROR> code = once(first, slice)) {
             return *code;
         }
         if (CModules::Find<SEvent>(&event) == nullptr || event.first != first) {
@@ -108,27 +104,28 @@ GC_ERROR WaitForImage(SEvent& event, void* buffer, size_t* size, std::uint64_t m
         return Refuse(GC_ERR_BUFFER_TOO_SMALL, "The buffer is too small");
     }
     auto& stream = static_cast<SStream&>(*event.parent);
-    return Wait(event, milliseconds, [&](std::uint64_t slice) -> std::optional<GC_ERROR> {
-        EVENT_NEW_BUFFER_DATA data{};
-        SBuffer* delivered = nullptr;
-        do {
-            size_t room = sizeof data;
-            data = {};
-            const GC_ERROR code = First().EventGetData(event.first, &data, &room, slice);
-            if (code != GC_ERR_SUCCESS || data.BufferHandle == nullptr) {
-                return std::nullopt; // an acquisition that is over delivers nothing either
+    return Wait(
+        event, milliseconds, [&](void* first, std::uint64_t slice) -> std::optional<GC_ERROR> {
+            EVENT_NEW_BUFFER_DATA data{};
+            SBuffer* delivered = nullptr;
+            do {
+                size_t room = sizeof data;
+                data = {};
+                const GC_ERROR code = First().EventGetData(first, &data, &room, slice);
+                if (code != GC_ERR_SUCCESS || data.BufferHandle == nullptr) {
+                    return std::nullopt; // an acquisition that is over delivers nothing either
+                }
+                // A record of ours, whose memory stays; what is delivered of a closed one counts
+                // for nothing.
+                delivered = static_cast<SBuffer*>(data.pUserPointer);
+            } while (!NoteDelivery(stream, *delivered));
+            data = {delivered, delivered->user};
+            if (buffer != nullptr) {
+                std::memcpy(buffer, &data, sizeof data);
             }
-            // A record of ours, whose memory stays; what is delivered of a closed one counts for
-            // nothing.
-            delivered = static_cast<SBuffer*>(data.pUserPointer);
-        } while (!NoteDelivery(stream, *delivered));
-        data = {delivered, delivered->user};
-        if (buffer != nullptr) {
-            std::memcpy(buffer, &data, sizeof data);
-        }
-        *size = sizeof data;
-        return GC_ERR_SUCCESS;
-    });
+            *size = sizeof data;
+            return GC_ERR_SUCCESS;
+        });
 }
 
 // The first module may write more than it was offered.
@@ -138,21 +135,22 @@ GC_ERROR WaitForOther(SEvent& event, void* buffer, size_t* size, std::uint64_t m
         *size = needed;
         return Refuse(GC_ERR_BUFFER_TOO_SMALL, "The buffer is too small");
     }
-    return Wait(event, milliseconds, [&](std::uint64_t slice) -> std::optional<GC_ERROR> {
-        char data[kLargestEvent] = {};
-        size_t room = sizeof data;
-        const GC_ERROR code = First().EventGetData(event.first, data, &room, slice);
-        if (code != GC_ERR_SUCCESS) {
-            return RefuseAsFirst(code, GC_ERR_ERROR, "The event cannot be read");
-        }
-        if (room == sizeof data) {
-            return std::nullopt;
-        }
-        const size_t width = needed != 0 ? needed : room;
-        event.numGone.fetch_add(1, std::memory_order_relaxed);
-        const SOut out{nullptr, buffer, size};
-        return Give(out, INFO_DATATYPE_BUFFER, data, width);
-    });
+    return Wait(event, milliseconds,
+                [&](void* first, std::uint64_t slice) -> std::optional<GC_ERROR> {
+                    char data[kLargestEvent] = {};
+                    size_t room = sizeof data;
+                    const GC_ERROR code = First().EventGetData(first, data, &room, slice);
+                    if (code != GC_ERR_SUCCESS) {
+                        return RefuseAsFirst(code, GC_ERR_ERROR, "The event cannot be read");
+                    }
+                    if (room == sizeof data) {
+                        return std::nullopt;
+                    }
+                    const size_t width = needed != 0 ? needed : room;
+                    event.numGone.fetch_add(1, std::memory_order_relaxed);
+                    const SOut out{nullptr, buffer, size};
+                    return Give(out, INFO_DATATYPE_BUFFER, data, width);
+                });
 }
 
 } // namespace
@@ -169,18 +167,19 @@ GC_API GCRegisterEvent(EVENTSRC_HANDLE hEventSrc, EVENT_TYPE iEventID, EVENT_HAN
         if (!HasEvent(*source, iEventID)) {
             return Refuse(GC_ERR_NOT_IMPLEMENTED, "The module has no such event");
         }
-        if (RegisteredEvent(*source, iEventID) != nullptr) {
-            return Refuse(GC_ERR_RESOURCE_IN_USE, "The event is registered already");
-        }
         EVENT_HANDLE first = nullptr;
         const GC_ERROR code = First().GCRegisterEvent(source->first, iEventID, &first);
         if (code != GC_ERR_SUCCESS) {
             return RefuseAsFirst(code, GC_ERR_NOT_IMPLEMENTED, "The event cannot be registered");
         }
-        auto& event = CModules::Instance().Adopt<SEvent>(
-            first, source, [&](void*) { First().GCUnregisterEvent(source->first, iEventID); });
-        event.Reset(iEventID);
-        *phEvent = &event;
+        SEvent* const event = CModules::Instance().AdoptOnce<SEvent>(
+            first, source, [=](SEvent& it) { it.Reset(iEventID); },
+            [=](const SEvent& other) { return other.type == iEventID; },
+            [&](void*) { First().GCUnregisterEvent(source->first, iEventID); });
+        if (event == nullptr) {
+            return Refuse(GC_ERR_RESOURCE_IN_USE, "The event is registered already");
+        }
+        *phEvent = event;
         return code;
     });
 }

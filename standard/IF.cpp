@@ -23,6 +23,15 @@ GC_ERROR WithInterface(IF_HANDLE handle, Use&& use) {
     });
 }
 
+// The same, while no other call is in it.
+template <class Use>
+GC_ERROR WithInterfaceAlone(IF_HANDLE handle, Use&& use) {
+    return Answer([&]() -> GC_ERROR {
+        const auto [interface_, lock] = CModules::FindAlone<SInterface>(handle);
+        return interface_ == nullptr ? RefuseHandle() : use(*interface_);
+    });
+}
+
 // A text of a camera by any form of its ID; none when it is not listed.
 std::optional<std::string> TextOf(const SInterface& interface_, const char* id,
                                   DEVICE_INFO_CMD command) {
@@ -48,16 +57,8 @@ CDescription::Texts Describe(const SInterface& interface_, const char* id) {
 
 // The camera as it was opened through this interface; null when it is not open.
 const SDevice* OpenDevice(const SInterface& interface_, const std::string& id) {
-    for (const SDevice* device : CModules::Instance().ChildrenOf<SDevice>(&interface_)) {
-        SValue its;
-        const GC_ERROR code = its.Ask([&](auto... answer) {
-            return First().DevGetInfo(device->first, DEVICE_INFO_ID, answer...);
-        });
-        if (code == GC_ERR_SUCCESS && its.Text() == id) {
-            return device;
-        }
-    }
-    return nullptr;
+    return CModules::Instance().FindChild<SDevice>(
+        &interface_, [&id](const SDevice& device) { return device.id == id; });
 }
 
 GC_ERROR GiveAccessStatus(const SOut& out, const SInterface& interface_, const char* id) {
@@ -87,7 +88,7 @@ GC_API IFClose(IF_HANDLE hIface) {
 
 GC_API IFGetInfo(IF_HANDLE hIface, INTERFACE_INFO_CMD iInfoCmd, INFO_DATATYPE* piType,
                  void* pBuffer, size_t* piSize) {
-    return WithInterface(hIface, [&](const SInterface& interface_) {
+    return WithInterfaceAlone(hIface, [&](const SInterface& interface_) {
         return GiveFirst({piType, pBuffer, piSize}, kInterfaceCommands, iInfoCmd,
                          [&](auto... answer) {
                              return First().IFGetInfo(interface_.first, iInfoCmd, answer...);
@@ -96,7 +97,7 @@ GC_API IFGetInfo(IF_HANDLE hIface, INTERFACE_INFO_CMD iInfoCmd, INFO_DATATYPE* p
 }
 
 GC_API IFGetNumDevices(IF_HANDLE hIface, uint32_t* piNumDevices) {
-    return WithInterface(hIface, [&](const SInterface& interface_) {
+    return WithInterfaceAlone(hIface, [&](const SInterface& interface_) {
         if (piNumDevices == nullptr) {
             return RefuseNull();
         }
@@ -108,7 +109,7 @@ GC_API IFGetNumDevices(IF_HANDLE hIface, uint32_t* piNumDevices) {
 }
 
 GC_API IFGetDeviceID(IF_HANDLE hIface, uint32_t iIndex, char* sIDeviceID, size_t* piSize) {
-    return WithInterface(hIface, [&](const SInterface& interface_) {
+    return WithInterfaceAlone(hIface, [&](const SInterface& interface_) {
         if (piSize == nullptr) {
             return RefuseNull();
         }
@@ -124,11 +125,11 @@ GC_API IFGetDeviceID(IF_HANDLE hIface, uint32_t iIndex, char* sIDeviceID, size_t
 }
 
 GC_API IFUpdateDeviceList(IF_HANDLE hIface, bool8_t* pbChanged, uint64_t iTimeout) {
-    return WithInterface(hIface, [&](SInterface& interface_) {
+    return WithInterfaceAlone(hIface, [&](SInterface& interface_) {
         bool8_t hasChanged = 0;
         const GC_ERROR code = Update(interface_, &hasChanged, iTimeout);
         if (code == GC_ERR_SUCCESS) {
-            const bool hadChanged = interface_.hasUntoldChange.exchange(false);
+            const bool hadChanged = std::exchange(interface_.hasUntoldChange, false);
             if (pbChanged != nullptr) {
                 *pbChanged = hadChanged ? 1 : hasChanged;
             }
@@ -139,7 +140,7 @@ GC_API IFUpdateDeviceList(IF_HANDLE hIface, bool8_t* pbChanged, uint64_t iTimeou
 
 GC_API IFGetDeviceInfo(IF_HANDLE hIface, const char* sDeviceID, DEVICE_INFO_CMD iInfoCmd,
                        INFO_DATATYPE* piType, void* pBuffer, size_t* piSize) {
-    return WithInterface(hIface, [&](const SInterface& interface_) {
+    return WithInterfaceAlone(hIface, [&](const SInterface& interface_) {
         const SOut out{piType, pBuffer, piSize};
         if (sDeviceID == nullptr) {
             return RefuseNull();
@@ -170,35 +171,38 @@ GC_API IFGetDeviceInfo(IF_HANDLE hIface, const char* sDeviceID, DEVICE_INFO_CMD 
 
 GC_API IFOpenDevice(IF_HANDLE hIface, const char* sDeviceID, DEVICE_ACCESS_FLAGS iOpenFlag,
                     DEV_HANDLE* phDevice) {
-    return WithInterface(hIface, [&](SInterface& interface_) -> GC_ERROR {
+    return WithInterfaceAlone(hIface, [&](SInterface& interface_) -> GC_ERROR {
         if (sDeviceID == nullptr || phDevice == nullptr) {
             return RefuseNull();
         }
         if (iOpenFlag < DEVICE_ACCESS_READONLY || iOpenFlag > DEVICE_ACCESS_EXCLUSIVE) {
             return Refuse(GC_ERR_INVALID_PARAMETER, "There is no such access");
         }
-        if (!TextOf(interface_, sDeviceID, DEVICE_INFO_ID)) {
+        auto id = TextOf(interface_, sDeviceID, DEVICE_INFO_ID);
+        if (!id) {
             bool8_t hasChanged = 0;
             Update(interface_, &hasChanged, kUpdateMilliseconds);
-            if (hasChanged != 0) {
-                interface_.hasUntoldChange = true;
-            }
+            interface_.hasUntoldChange = interface_.hasUntoldChange || hasChanged != 0;
+            id = TextOf(interface_, sDeviceID, DEVICE_INFO_ID);
         }
         auto texts = Describe(interface_, sDeviceID);
         DEV_HANDLE first = nullptr;
         const GC_ERROR code = First().IFOpenDevice(interface_.first, sDeviceID, iOpenFlag, &first);
         if (code != GC_ERR_SUCCESS) {
-            const bool isListed = TextOf(interface_, sDeviceID, DEVICE_INFO_ID).has_value();
-            return RefuseAsFirst(code, isListed ? GC_ERR_ACCESS_DENIED : GC_ERR_INVALID_ID,
+            return RefuseAsFirst(code, id ? GC_ERR_ACCESS_DENIED : GC_ERR_INVALID_ID,
                                  "The camera does not open");
         }
         auto& modules = CModules::Instance();
-        auto& device = modules.Adopt<SDevice>(first, &interface_, First().DevClose);
-        device.description.Set(std::move(texts));
+        const auto prepare = [&](SDevice& it) {
+            it.id = id.value_or("");
+            it.description.Set(std::move(texts));
+        };
+        SDevice& device = *modules.AdoptOnce<SDevice>(
+            first, &interface_, prepare, [](const SDevice&) { return false; }, First().DevClose);
         try {
             PORT_HANDLE port = nullptr;
             First().DevGetPort(first, &port);
-            device.port = &modules.Open<SRemotePort>(port, &device);
+            device.port = &modules.Open<SRemotePort>(port, &device, [](SRemotePort&) {});
         } catch (...) {
             CloseDevice(device, &interface_);
             throw;

@@ -31,16 +31,23 @@ struct SModule {
     std::atomic<SModule*> parent{nullptr};
 };
 
-struct SSystem : SModule {
-    static constexpr EKind kKind = EKind::System;
-    SSystem() : SModule(kKind) {}
+// The first module's Systems and Interfaces take one call at a time; by the standard, any thread
+// may make one. A system's lock comes before those of its interfaces.
+struct SLister : SModule {
+    using SModule::SModule;
+    std::mutex oneCall;
 };
 
-struct SInterface : SModule {
+struct SSystem : SLister {
+    static constexpr EKind kKind = EKind::System;
+    SSystem() : SLister(kKind) {}
+};
+
+struct SInterface : SLister {
     static constexpr EKind kKind = EKind::Interface;
-    SInterface() : SModule(kKind) {}
+    SInterface() : SLister(kKind) {}
     // The list of cameras has changed when one was opened that was not listed.
-    std::atomic<bool> hasUntoldChange{false};
+    bool hasUntoldChange = false;
 };
 
 // A child of its device.
@@ -73,6 +80,7 @@ private:
 struct SDevice : SModule {
     static constexpr EKind kKind = EKind::Device;
     SDevice() : SModule(kKind) {}
+    std::string id; // by which the first module lists it
     std::atomic<SRemotePort*> port{nullptr};
     CGeometryReader camera;
     CDescription description;
@@ -152,10 +160,17 @@ public:
     CModules(const CModules&) = delete;
     CModules& operator=(const CModules&) = delete;
 
-    // Answers a record in its first state. Throws std::bad_alloc.
-    template <class M>
-    M& Open(void* first, SModule* parent) {
+    // Answers a record, which prepare(record) has made ready before anybody finds it; null when
+    // isSame(other) holds of another open module of its kind and parent. Throws std::bad_alloc.
+    template <class M, class Prepare, class IsSame>
+    M* OpenOnce(void* first, SModule* parent, Prepare&& prepare, IsSame&& isSame) {
         const std::lock_guard<std::mutex> lock(m_lock);
+        for (const SModule* other : m_open) {
+            if (other->kind == M::kKind && other->parent == parent &&
+                isSame(static_cast<const M&>(*other))) {
+                return nullptr;
+            }
+        }
         auto& pool = std::get<SPool<M>>(m_pools);
         if (pool.free.empty()) {
             pool.free.push_back(&pool.all.emplace_back());
@@ -163,6 +178,7 @@ public:
         M& module = *pool.free.front();
         module.first = first;
         module.parent = parent;
+        prepare(module);
         m_open.push_back(&module);
         try {
             Live().Add(&module);
@@ -171,18 +187,22 @@ public:
             throw;
         }
         pool.free.pop_front();
-        return module;
+        return &module;
     }
-
     // The same; when there is no memory, gives the first module's handle back by its function.
-    template <class M, class GiveBack>
-    M& Adopt(void* first, SModule* parent, GiveBack giveBack) {
+    template <class M, class Prepare, class IsSame, class GiveBack>
+    M* AdoptOnce(void* first, SModule* parent, Prepare&& prepare, IsSame&& isSame,
+                 GiveBack&& giveBack) {
         try {
-            return Open<M>(first, parent);
+            return OpenOnce<M>(first, parent, prepare, isSame);
         } catch (...) {
             giveBack(first);
             throw;
         }
+    }
+    template <class M, class Prepare>
+    M& Open(void* first, SModule* parent, Prepare&& prepare) {
+        return *OpenOnce<M>(first, parent, prepare, [](const M&) { return false; });
     }
 
     // Ends the handle of a module that is this parent's. False when another thread has done so.
@@ -218,12 +238,35 @@ public:
         return Live().Contains(module) && module->kind == M::kKind ? static_cast<M*>(module)
                                                                    : nullptr;
     }
+    // The same with the module's lock; another call may have closed it meanwhile.
+    template <class M>
+    static std::pair<M*, std::unique_lock<std::mutex>> FindAlone(const void* handle) {
+        std::unique_lock<std::mutex> lock;
+        M* module = Find<M>(handle);
+        if (module != nullptr) {
+            lock = std::unique_lock(module->oneCall);
+            module = Find<M>(handle);
+        }
+        return {module, std::move(lock)};
+    }
     // Whatever its kind.
     static SModule* FindAny(const void* handle) noexcept {
         auto* module = static_cast<SModule*>(const_cast<void*>(handle));
         return Live().Contains(module) ? module : nullptr;
     }
 
+    // Some open module of this kind that belongs to the parent, and of which which(module) holds.
+    template <class M, class Which>
+    M* FindChild(const SModule* parent, Which&& which) {
+        const std::lock_guard<std::mutex> lock(m_lock);
+        for (SModule* module : m_open) {
+            if (module->kind == M::kKind && module->parent == parent &&
+                which(static_cast<const M&>(*module))) {
+                return static_cast<M*>(module);
+            }
+        }
+        return nullptr;
+    }
     // The open modules of a kind that belong to the parent; systems have none.
     template <class M>
     std::vector<M*> ChildrenOf(const SModule* parent) {

@@ -16,8 +16,18 @@ namespace {
 template <class Use>
 GC_ERROR WithPort(PORT_HANDLE handle, Use&& use) {
     return Answer([&]() -> GC_ERROR {
-        const SModule* module = CModules::FindAny(handle);
-        return module == nullptr || module->kind == EKind::Event ? RefuseHandle() : use(*module);
+        SModule* module = CModules::FindAny(handle);
+        if (module == nullptr || module->kind == EKind::Event) {
+            return RefuseHandle();
+        }
+        std::unique_lock<std::mutex> lock;
+        if (module->kind == EKind::System || module->kind == EKind::Interface) {
+            lock = std::unique_lock(static_cast<SLister&>(*module).oneCall);
+            if (CModules::FindAny(handle) != module) {
+                return RefuseHandle();
+            }
+        }
+        return use(static_cast<const SModule&>(*module));
     });
 }
 

@@ -19,6 +19,15 @@ GC_ERROR WithSystem(TL_HANDLE handle, Use&& use) {
     });
 }
 
+// The same, while no other call is in it.
+template <class Use>
+GC_ERROR WithSystemAlone(TL_HANDLE handle, Use&& use) {
+    return Answer([&]() -> GC_ERROR {
+        const auto [system, lock] = CModules::FindAlone<SSystem>(handle);
+        return system == nullptr ? RefuseHandle() : use(*system);
+    });
+}
+
 // The ID by which the first module lists the interface; empty when it lists none.
 std::string ListedId(const SSystem& system, const char* id) {
     SValue listed;
@@ -35,16 +44,18 @@ GC_API TLOpen(TL_HANDLE* phSystem) {
         if (phSystem == nullptr) {
             return RefuseNull();
         }
-        auto& modules = CModules::Instance();
-        if (!modules.ChildrenOf<SSystem>(nullptr).empty()) {
-            return Refuse(GC_ERR_RESOURCE_IN_USE, "The System module is open already");
-        }
         TL_HANDLE first = nullptr;
         const GC_ERROR code = First().TLOpen(&first);
         if (code != GC_ERR_SUCCESS) {
             return RefuseAsFirst(code, GC_ERR_ERROR, "The System module does not open");
         }
-        *phSystem = &modules.Adopt<SSystem>(first, nullptr, First().TLClose);
+        SSystem* const system = CModules::Instance().AdoptOnce<SSystem>(
+            first, nullptr, [](SSystem&) {}, [](const SSystem&) { return true; }, First().TLClose);
+        if (system == nullptr) {
+            First().TLClose(first);
+            return Refuse(GC_ERR_RESOURCE_IN_USE, "The System module is open already");
+        }
+        *phSystem = system;
         return code;
     });
 }
@@ -61,7 +72,7 @@ GC_API TLGetInfo(TL_HANDLE hSystem, TL_INFO_CMD iInfoCmd, INFO_DATATYPE* piType,
 }
 
 GC_API TLGetNumInterfaces(TL_HANDLE hSystem, uint32_t* piNumIfaces) {
-    return WithSystem(hSystem, [&](SSystem& system) {
+    return WithSystemAlone(hSystem, [&](SSystem& system) {
         if (piNumIfaces == nullptr) {
             return RefuseNull();
         }
@@ -73,7 +84,7 @@ GC_API TLGetNumInterfaces(TL_HANDLE hSystem, uint32_t* piNumIfaces) {
 }
 
 GC_API TLGetInterfaceID(TL_HANDLE hSystem, uint32_t iIndex, char* sIfaceID, size_t* piSize) {
-    return WithSystem(hSystem, [&](SSystem& system) {
+    return WithSystemAlone(hSystem, [&](SSystem& system) {
         if (piSize == nullptr) {
             return RefuseNull();
         }
@@ -89,7 +100,7 @@ GC_API TLGetInterfaceID(TL_HANDLE hSystem, uint32_t iIndex, char* sIfaceID, size
 
 GC_API TLGetInterfaceInfo(TL_HANDLE hSystem, const char* sIfaceID, INTERFACE_INFO_CMD iInfoCmd,
                           INFO_DATATYPE* piType, void* pBuffer, size_t* piSize) {
-    return WithSystem(hSystem, [&](SSystem& system) {
+    return WithSystemAlone(hSystem, [&](SSystem& system) {
         if (sIfaceID == nullptr) {
             return RefuseNull();
         }
@@ -104,7 +115,7 @@ GC_API TLGetInterfaceInfo(TL_HANDLE hSystem, const char* sIfaceID, INTERFACE_INF
 }
 
 GC_API TLOpenInterface(TL_HANDLE hSystem, const char* sIfaceID, IF_HANDLE* phIface) {
-    return WithSystem(hSystem, [&](SSystem& system) -> GC_ERROR {
+    return WithSystemAlone(hSystem, [&](SSystem& system) -> GC_ERROR {
         if (sIfaceID == nullptr || phIface == nullptr) {
             return RefuseNull();
         }
@@ -115,21 +126,19 @@ GC_API TLOpenInterface(TL_HANDLE hSystem, const char* sIfaceID, IF_HANDLE* phIfa
             return RefuseAsFirst(code, isListed ? GC_ERR_ERROR : GC_ERR_INVALID_ID,
                                  "The interface does not open");
         }
-        auto& modules = CModules::Instance();
-        for (const SInterface* open : modules.ChildrenOf<SInterface>(&system)) {
-            if (open->first == first) {
-                return Refuse(GC_ERR_RESOURCE_IN_USE, "The interface is open already");
-            }
+        SInterface* const opened = CModules::Instance().AdoptOnce<SInterface>(
+            first, &system, [](SInterface& it) { it.hasUntoldChange = false; },
+            [first](const SInterface& open) { return open.first == first; }, First().IFClose);
+        if (opened == nullptr) {
+            return Refuse(GC_ERR_RESOURCE_IN_USE, "The interface is open already");
         }
-        auto& interface_ = modules.Adopt<SInterface>(first, &system, First().IFClose);
-        interface_.hasUntoldChange = false;
-        *phIface = &interface_;
+        *phIface = opened;
         return code;
     });
 }
 
 GC_API TLUpdateInterfaceList(TL_HANDLE hSystem, bool8_t* pbChanged, uint64_t iTimeout) {
-    return WithSystem(hSystem, [&](SSystem& system) {
+    return WithSystemAlone(hSystem, [&](SSystem& system) {
         bool8_t hasChanged = 0; // the first module tells only of changes
         const GC_ERROR code = First().TLUpdateInterfaceList(system.first, &hasChanged, iTimeout);
         if (code != GC_ERR_SUCCESS) {

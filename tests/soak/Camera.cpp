@@ -51,7 +51,7 @@ void SoakCamera::Run() {
 }
 
 bool SoakCamera::Open(DEV_HANDLE* device) {
-    const std::lock_guard lock(m_iface.listLock);
+    const auto lock = m_iface.Lock();
     return m_gentl.IFOpenDevice(m_iface.handle, m_id.c_str(), DEVICE_ACCESS_CONTROL, device) == 0;
 }
 

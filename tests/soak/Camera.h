@@ -14,11 +14,15 @@
 #include <thread>
 
 // An interface that several threads use. Its list must not be updated while one of its cameras
-// opens; closing and streaming do not mind.
+// opens, but where the answers are the standard's; closing and streaming do not mind.
 struct SoakInterface {
     std::string id;
     IF_HANDLE handle = nullptr;
     std::mutex listLock{};
+
+    std::unique_lock<std::mutex> Lock() {
+        return Producer::IsStandard() ? std::unique_lock<std::mutex>() : std::unique_lock(listLock);
+    }
 };
 
 class SoakCamera {

@@ -58,7 +58,7 @@ void Lists::ListInterfaces() {
 // is unplugged while it is described has another status.
 void Lists::ListCameras(size_t index) {
     SoakInterface& iface = m_interfaces[index];
-    const std::lock_guard lock(iface.listLock);
+    const auto lock = iface.Lock();
     bool8_t changed = 0;
     Expect(m_gentl.IFUpdateDeviceList(iface.handle, &changed, TIMEOUT) == 0,
            "the list of cameras is not updated");

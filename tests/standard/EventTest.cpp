@@ -72,6 +72,11 @@ TEST_F(StandardEventTest, RegisteredTwiceIsInUse) {
     }
 }
 
+TEST_F(StandardEventTest, IsRegisteredOnceHoweverManyTryIt) {
+    ExpectOneOpens([this](void** handle) { return gentl.GCRegisterEvent(stream, ERRORS, handle); },
+                   [this](void*) { return gentl.GCUnregisterEvent(stream, ERRORS); });
+}
+
 TEST_F(StandardEventTest, OfTheCameraIsTheSameOnDeviceAndPort) {
     Register(device, REMOTE_DEVICE);
     EVENT_HANDLE again = this;

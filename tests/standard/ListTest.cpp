@@ -11,6 +11,19 @@ TEST_F(StandardSystemTest, IsOpenOnce) {
     EXPECT_EQ(again, this);
 }
 
+TEST_F(StandardSystemTest, IsOpenOnceHoweverManyTryIt) {
+    CloseSystem();
+    ExpectOneOpens([this](void** handle) { return gentl.TLOpen(handle); },
+                   [this](void* handle) { return gentl.TLClose(handle); });
+    EXPECT_EQ(OptivoSim_NumAlive(OPTIVO_OBJECT_SYSTEM), 0U);
+}
+
+TEST_F(StandardSystemTest, OpensAnInterfaceOnceHoweverManyTryIt) {
+    ExpectOneOpens([this](void** handle) { return gentl.TLOpenInterface(tl, "GEV::eth0", handle); },
+                   [this](void* handle) { return gentl.IFClose(handle); });
+    EXPECT_EQ(OptivoSim_NumAlive(OPTIVO_OBJECT_INTERFACE), 0U);
+}
+
 TEST_F(StandardSystemTest, OpensAgainAfterItWasClosed) {
     CloseSystem();
     OpenSystem();
@@ -399,6 +412,12 @@ TEST_F(StandardDeviceTest, OpensAStreamOnce) {
     DEV_HANDLE parent = nullptr;
     EXPECT_OK(gentl.DSGetParentDev(stream, &parent)) << "the open one works";
     EXPECT_EQ(parent, device);
+}
+
+TEST_F(StandardDeviceTest, OpensAStreamOnceHoweverManyTryIt) {
+    ExpectOneOpens([this](void** handle) { return gentl.DevOpenDataStream(device, "DS0", handle); },
+                   [this](void* handle) { return gentl.DSClose(handle); });
+    EXPECT_EQ(OptivoSim_NumAlive(OPTIVO_OBJECT_STREAM), 0U);
 }
 
 TEST_F(StandardDeviceTest, OpensAStreamAgainAfterItWasClosed) {

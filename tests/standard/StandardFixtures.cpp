@@ -1,5 +1,9 @@
 #include "StandardFixtures.h"
 
+#include "Background.h"
+
+#include <algorithm>
+#include <atomic>
 #include <filesystem>
 
 namespace {
@@ -23,6 +27,25 @@ testing::AssertionResult Refuses(int32_t code, const std::function<int32_t()>& c
     }
     return testing::AssertionFailure() << "it answers " << CodeName(answer) << " and records "
                                        << found << "; wanted " << CodeName(code);
+}
+
+void ExpectOneOpens(const std::function<int32_t(void**)>& open,
+                    const std::function<int32_t(void*)>& close) {
+    for (int i = 0; i < 200; ++i) {
+        std::atomic<void*> opened = nullptr;
+        const auto tryIt = [&]() -> int32_t {
+            void* handle = nullptr;
+            const int32_t code = open(&handle);
+            if (code == 0) {
+                opened = handle;
+            }
+            return code;
+        };
+        auto codes = RunTogether({tryIt, tryIt, tryIt});
+        std::sort(codes.begin(), codes.end());
+        ASSERT_EQ(codes, (std::vector<int32_t>{-1004, -1004, 0}));
+        ASSERT_OK(close(opened));
+    }
 }
 
 void ExpectAnswer(const InfoCall& call, const Info& expected) {

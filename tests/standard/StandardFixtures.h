@@ -16,6 +16,10 @@ testing::AssertionResult Refuses(int32_t code, const std::function<int32_t()>& c
 void ExpectAnswer(const InfoCall& call, const Info& expected);
 void ExpectTextAnswer(const TextCall& call, std::string_view expected);
 
+// Of three threads that open the same at once, one gets a handle and the others -1004.
+void ExpectOneOpens(const std::function<int32_t(void**)>& open,
+                    const std::function<int32_t(void*)>& close);
+
 // The module that this one forwards to, loaded beside it as any program may.
 Producer& TheFirst();
 
