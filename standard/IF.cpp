@@ -82,7 +82,9 @@ GC_ERROR Update(const SInterface& interface_, bool8_t* hasChanged, uint64_t time
 
 GC_API IFClose(IF_HANDLE hIface) {
     return WithInterface(hIface, [](SInterface& interface_) {
-        return CloseInterface(interface_, interface_.parent);
+        auto& system = static_cast<SSystem&>(*interface_.parent);
+        const std::lock_guard<std::mutex> lock(system.oneCall); // its list of interfaces changes
+        return CloseInterface(interface_, &system);
     });
 }
 
