@@ -104,9 +104,11 @@ class ToolTest(unittest.TestCase):
         self.addCleanup(folder.cleanup)
         self.folder = pathlib.Path(folder.name)
 
-    def start(self, *arguments, world=None, search="", program=None, libraries=None, variables=None):
+    def start(self, *arguments, world=None, search="", program=None, libraries=None, variables=None,
+              out=subprocess.PIPE, **system):
         """Starts the program in the test's folder; a world is a path, or what the file shall hold; libraries is a
-        folder in which the system looks for libraries too; variables are those of the environment."""
+        folder in which the system looks for libraries too; variables are those of the environment; out takes its
+        output; the rest is for the system."""
         environment = {**os.environ, "GENICAM_GENTL64_PATH": search, **(variables or {})}
         if libraries is not None:
             environment["WINEPATH" if Setting.is_windows else "LD_LIBRARY_PATH"] = native(libraries)
@@ -119,7 +121,7 @@ class ToolTest(unittest.TestCase):
             environment["OPTIVO_SIM_CONFIG"] = native(world)
         command = [*Setting.launch, str(program or Setting.program), *arguments]
         return subprocess.Popen(command, cwd=self.folder, env=environment, stdin=subprocess.DEVNULL,
-                                stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+                                stdout=out, stderr=subprocess.PIPE, **system)
 
     def finish(self, process, timeout=120):
         try:
@@ -128,7 +130,7 @@ class ToolTest(unittest.TestCase):
             process.kill()
             process.communicate()
             self.fail(f"{process.args} did not end")
-        return Answer(process.returncode, out, err)
+        return Answer(process.returncode, out or b"", err)
 
     def run_tool(self, *arguments, **options):
         return self.finish(self.start(*arguments, **options))

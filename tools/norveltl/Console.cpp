@@ -2,8 +2,11 @@
 
 #include <algorithm>
 #include <atomic>
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <iostream>
+#include <system_error>
 
 #if defined(_WIN32)
 #include <windows.h>
@@ -20,6 +23,7 @@ namespace {
 
 std::atomic<bool> g_interrupted{false};
 std::atomic<bool> g_errorReported{false};
+std::atomic<int> g_outputError{0}; // the system's first; 0 while there is none
 static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler sets it");
 
 #if defined(_WIN32)
@@ -78,8 +82,37 @@ std::string Environment(const char* variable) {
 
 #endif
 
+// Keeps the reason of the first failure, which no stream does.
+bool IsTaken(bool succeeded) {
+    int none = 0;
+    if (!succeeded) {
+        g_outputError.compare_exchange_strong(none, errno != 0 ? errno : EIO);
+    }
+    return succeeded;
+}
+
+bool FlushOutput() {
+    return IsTaken(std::fflush(stdout) == 0);
+}
+
+// The standard output, to which stdio may write too.
+class COutput : public std::streambuf {
+protected:
+    int_type overflow(int_type c) override {
+        const bool isEnd = traits_type::eq_int_type(c, traits_type::eof());
+        return isEnd || IsTaken(std::fputc(c, stdout) != EOF) ? traits_type::not_eof(c)
+                                                              : traits_type::eof();
+    }
+    std::streamsize xsputn(const char* text, std::streamsize size) override {
+        const size_t written = std::fwrite(text, 1, static_cast<size_t>(size), stdout);
+        IsTaken(written == static_cast<size_t>(size));
+        return static_cast<std::streamsize>(written);
+    }
+    int sync() override { return FlushOutput() ? 0 : -1; }
+};
+
 void WriteError(const std::string& line) {
-    std::fflush(stdout);
+    FlushOutput();
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 
@@ -87,7 +120,8 @@ void WriteError(const std::string& line) {
 
 #if defined(_WIN32)
 
-CConsole::CConsole() {
+CConsole::CConsole()
+    : m_output(std::make_unique<COutput>()), m_before(std::cout.rdbuf(m_output.get())) {
     // No dialog about a library that cannot be loaded.
     SetErrorMode(GetErrorMode() | SEM_FAILCRITICALERRORS);
     g_codePage = GetConsoleOutputCP();
@@ -96,6 +130,7 @@ CConsole::CConsole() {
 
 CConsole::~CConsole() {
     std::fflush(stdout);
+    std::cout.rdbuf(m_before);
     if (g_codePage != 0) {
         SetConsoleOutputCP(g_codePage);
     }
@@ -123,10 +158,12 @@ void CatchInterrupt() {
 
 #else
 
-CConsole::CConsole() = default;
+CConsole::CConsole()
+    : m_output(std::make_unique<COutput>()), m_before(std::cout.rdbuf(m_output.get())) {}
 
 CConsole::~CConsole() {
     std::fflush(stdout);
+    std::cout.rdbuf(m_before);
 }
 
 std::vector<std::string> CConsole::Arguments(int argc, char** argv) {
@@ -159,6 +196,13 @@ void ReportError(std::string_view text) {
 
 bool ErrorReported() {
     return g_errorReported;
+}
+
+void CheckOutput() {
+    FlushOutput();
+    if (const int error = g_outputError; error != 0) {
+        ReportError("cannot write the output: " + std::generic_category().message(error));
+    }
 }
 
 std::string Printable(std::string text) {

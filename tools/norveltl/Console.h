@@ -3,14 +3,16 @@
 #pragma once
 
 #include <filesystem>
+#include <memory>
+#include <streambuf>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace norveltl {
 
-// Makes the console take UTF-8 for as long as it lives, and the system ask nobody. There is one of
-// it.
+// Makes the console take UTF-8 for as long as it lives, and the system ask nobody; meanwhile what
+// becomes of std::cout is watched. There is one of it.
 class CConsole {
 public:
     CConsole();
@@ -20,7 +22,14 @@ public:
 
     // The arguments behind the program's name.
     static std::vector<std::string> Arguments(int argc, char** argv);
+
+private:
+    const std::unique_ptr<std::streambuf> m_output;
+    std::streambuf* const m_before;
 };
+
+// Reports an error unless every byte of the standard output so far was taken.
+void CheckOutput();
 
 bool IsTerminal();
 

@@ -123,7 +123,7 @@ uint64_t Watch(const std::vector<std::unique_ptr<CSource>>& sources, CStream* st
     uint64_t count = 0;
     const Clock::time_point begin = Clock::now();
     const auto isOver = [&] {
-        return Interrupted() ||
+        return Interrupted() || !std::cout ||
                (seconds && Clock::now() - begin >= std::chrono::duration<double>(*seconds));
     };
     try {

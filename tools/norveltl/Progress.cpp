@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <iostream>
 #include <string>
 #include <utility>
 
@@ -24,7 +25,7 @@ CProgress::CProgress(std::function<double(const SProgress&, Clock::duration)> do
 
 CProgress::~CProgress() {
     if (m_lineOpen) {
-        std::fputs("\n", stdout);
+        std::cout << "\n";
     }
 }
 
@@ -63,7 +64,7 @@ void CProgress::Draw(Clock::time_point now) {
     add("waiting", state.numAwaiting);
     add("to write", state.numToWrite);
     if (!m_terminal) {
-        std::printf("%s\n", line.c_str());
+        std::cout << line << "\n";
     } else {
         constexpr size_t kWidth = 20, kRest = 64;
         const double share = std::clamp(m_done(state, now - m_begin), 0.0, 1.0);
@@ -71,10 +72,10 @@ void CProgress::Draw(Clock::time_point now) {
         const std::string bar = std::string(filled, '#') + std::string(kWidth - filled, '.');
         // The padding wipes what a longer line before it left.
         line.resize(std::max(line.size(), kRest), ' ');
-        std::printf("\r[%s] %s", bar.c_str(), line.c_str());
+        std::cout << "\r[" << bar << "] " << line;
         m_lineOpen = true;
     }
-    std::fflush(stdout);
+    std::cout << std::flush;
 }
 
 } // namespace norveltl

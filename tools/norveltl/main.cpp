@@ -225,10 +225,13 @@ int Run(int argc, char** argv) {
             throw CLI::RequiredError("A command");
         }
     } catch (const CLI::ParseError& error) {
-        return app.exit(error) == 0 ? kDone : kWrongUsage;
+        const EExitCode code = app.exit(error) == 0 ? kDone : kWrongUsage;
+        CheckOutput();
+        return code == kDone && ErrorReported() ? kFailed : code;
     }
     try {
         const EExitCode code = line.run();
+        CheckOutput();
         // Closing may have failed after the command was done.
         return code == kDone && ErrorReported() ? kFailed : code;
     } catch (const CToolError& error) {
