@@ -20,17 +20,27 @@ case ${1-} in
   *) echo "demo: unknown argument $1" >&2; exit 2 ;;
 esac
 
-images() { find out -maxdepth 1 -type f -regextype posix-extended -iregex '.*\.(png|bmp|jpg|tga|p[gpn]m|tiff?|raw)' "$@"; }
-
 scripts/setup.sh "${setup[@]}"
 echo "Building for $preset ..."
 scripts/build.sh --target product "$preset"
 
-mkdir -p out
-images -delete
+# What the last call made is listed there, and removed as long as it is still that.
+made=out/.made-by-demo
+if [ -s "$made" ]; then
+  while IFS= read -r line; do
+    file=${line:66}
+    if sha256sum --status -c <<<"$line" 2>/dev/null; then rm -f -- "$file"; fi
+  done <"$made"
+  folder=${file%/*}
+  [ "$folder" = out ] || rmdir "$folder" 2>/dev/null || true
+fi
 "${tool[@]}" list
-"${tool[@]}" grab --first -n 100 -o out
+"${tool[@]}" grab --first -n 100 -o out | tee build/demo.log
 
-count=$(images | wc -l)
+# Other images in out/ make the tool take another folder.
+folder=$(sed -n 's/\r$//; s/^files .* raw in //p' build/demo.log)
+mkdir -p out
+find "$folder" -maxdepth 1 -name 'image_[0-9]*' | sort | xargs -d '\n' -r sha256sum >"$made"
+count=$(wc -l <"$made")
 [ "$count" -gt 0 ] || { echo "demo: no image was written" >&2; exit 1; }
-echo "$count images are in $root/out"
+echo "$count images are in $root/$folder"

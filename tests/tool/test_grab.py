@@ -114,7 +114,7 @@ class Statistics(ToolTest):
         for count in (2, 61, 502):
             with self.subTest(count=count):
                 self.done("grab", "10001", "-n", str(count), *FAST, "--set", "AcquisitionFrameRate=500",
-                          "--plot", "plot.png")
+                          "--plot", "plot.png", "--force")
                 self.assertEqual(self.curve(self.folder / "plot.png"), list(range(70, 940)))
 
     def test_a_plot_of_one_image(self):
@@ -123,7 +123,7 @@ class Statistics(ToolTest):
 
     def test_a_plot_that_cannot_be_written(self):
         answer = self.run_tool("grab", "10001", "-n", "2", *FAST, "--plot", "missing/plot.png")
-        self.assertEqual((answer.code, answer.err), (FAILED, "norveltl: cannot write missing/plot.png\n"))
+        self.assertEqual((answer.code, answer.err), (FAILED, "norveltl: cannot write missing/plot.png: No such file or directory\n"))
         self.assertEqual(answer.numbers()["delivered"], "2 of 2")
 
 

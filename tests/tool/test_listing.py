@@ -153,7 +153,7 @@ class Describing(ToolTest):
 
     def test_a_file_that_cannot_be_written(self):
         path = "missing/x.xml"
-        self.refused(FAILED, f"norveltl: cannot write {path}\n", "xml", "port:10001", "-o", path)
+        self.refused(FAILED, f"norveltl: cannot write {path}: No such file or directory\n", "xml", "port:10001", "-o", path)
 
     def test_a_module_without_a_description(self):
         answer = self.run_tool("xml", "stream:10001")

@@ -50,7 +50,8 @@ void PrintTotals(const STotals& totals, const SGrabOptions& options, const CGrab
     if (const auto& writer = loop.Writer()) {
         print("files", std::to_string(writer->NumPictures()) + " " +
                            (options.format == "pgm" ? "PGM" : "PNG") + ", " +
-                           std::to_string(writer->NumRaw()) + " raw in " + options.folder);
+                           std::to_string(writer->NumRaw()) + " raw in " +
+                           Utf8FromPath(writer->Folder()));
         print("left out", std::to_string(writer->NumLeftOut()));
         for (const std::string& note : writer->Notes()) {
             Note(note);
@@ -90,7 +91,7 @@ Json SpreadJson(const std::vector<double>& sample) {
             {"mean", spread->mean}};
 }
 
-void PrintJson(const SReport& report, const SGrabOptions& options, const CGrabLoop& loop) {
+void PrintJson(const SReport& report, const CGrabLoop& loop) {
     const STotals& totals = loop.Totals();
     Json json{{"device", report.device},
               {"payloadSize", report.payloadSize},
@@ -104,7 +105,7 @@ void PrintJson(const SReport& report, const SGrabOptions& options, const CGrabLo
               {"interrupted", Interrupted()},
               {"failed", ErrorReported()}};
     if (const auto& writer = loop.Writer()) {
-        json["files"] = {{"folder", options.folder},
+        json["files"] = {{"folder", Utf8FromPath(writer->Folder())},
                          {"pictures", writer->NumPictures()},
                          {"raw", writer->NumRaw()},
                          {"leftOut", writer->NumLeftOut()},
@@ -139,6 +140,7 @@ void CheckLeftOut(const CGrabLoop& loop) {
 } // namespace
 
 EExitCode Grab(const std::string& cti, const SGrabOptions& options) {
+    CheckPlace(PathFromUtf8(options.plot), ExistingOf(options));
     const SSystems systems = OpenSystems(cti);
     const SChoice choice = ChooseDevice(systems, options.device, options.first);
     const CProducer& producer = choice.system->Producer();
@@ -181,11 +183,12 @@ EExitCode Grab(const std::string& cti, const SGrabOptions& options) {
     if (!options.plot.empty()) {
         Attempt([&] {
             PreparePng();
-            WritePng(PathFromUtf8(options.plot), PlotOf(loop.Statistics()->Intervals()));
+            WritePng(PathFromUtf8(options.plot), PlotOf(loop.Statistics()->Intervals()),
+                     ExistingOf(options));
         });
     }
     if (options.json) {
-        PrintJson(report, options, loop);
+        PrintJson(report, loop);
     } else {
         PrintTotals(loop.Totals(), options, loop);
         if (options.stats) {

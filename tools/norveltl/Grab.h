@@ -2,6 +2,7 @@
 #pragma once
 
 #include "Error.h"
+#include "OutputFile.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -17,8 +18,10 @@ struct SGrabOptions {
     // How many images, and how long; 100 images when neither is given.
     std::optional<uint64_t> count;
     std::optional<double> seconds;
-    // Where images are written; empty for nowhere.
+    // Where images are written, or beside it where an earlier run's are; empty for nowhere.
     std::string folder;
+    // Whether the files of an earlier run are replaced.
+    bool force = false;
     std::string format = "png"; // or "pgm" or "raw"
     size_t numBuffers = 8;
     // How long a grab goes on without any image.
@@ -28,6 +31,10 @@ struct SGrabOptions {
     std::string plot; // the file for a plot of the intervals; empty for none
     bool json = false;
 };
+
+inline EExisting ExistingOf(const SGrabOptions& options) {
+    return options.force ? EExisting::Replace : EExisting::Keep;
+}
 
 EExitCode Grab(const std::string& cti, const SGrabOptions& options);
 

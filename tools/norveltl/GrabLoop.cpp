@@ -52,7 +52,7 @@ CGrabLoop::CGrabLoop(CStream& stream, const CCameraFacts& camera, const SGrabOpt
     }
     if (!options.folder.empty()) {
         m_writer.emplace(PathFromUtf8(options.folder), FileFormatOf(options.format),
-                         kWriteQueueBytes);
+                         kWriteQueueBytes, ExistingOf(options));
         m_cameraFormat = camera.Format();
     }
 }

@@ -8,7 +8,6 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
-#include <fstream>
 #include <limits>
 #include <memory>
 #include <utility>
@@ -263,9 +262,9 @@ void PreparePng() {
     stbi_write_png_compression_level = kCompression;
 }
 
-void WritePng(const std::filesystem::path& path, const SPicture& picture) {
+void WritePng(const std::filesystem::path& path, const SPicture& picture, EExisting existing) {
     if (picture.bitsPerChannel == 16) {
-        return WriteRaw(path, EncodeDeepPng(picture));
+        return WriteFile(path, EncodeDeepPng(picture), existing);
     }
     std::vector<uint8_t> file;
     const int width = static_cast<int>(picture.width);
@@ -276,27 +275,22 @@ void WritePng(const std::filesystem::path& path, const SPicture& picture) {
     if (done == 0) {
         throw CToolError("cannot encode " + Utf8FromPath(path));
     }
-    WriteRaw(path, file);
+    WriteFile(path, file, existing);
 }
 
-void WritePnm(const std::filesystem::path& path, const SPicture& picture) {
+void WritePnm(const std::filesystem::path& path, const SPicture& picture, EExisting existing) {
     const std::string header = std::string(picture.numChannels == 1 ? "P5" : "P6") + "\n" +
                                std::to_string(picture.width) + " " +
                                std::to_string(picture.height) + "\n" +
                                (picture.bitsPerChannel == 16 ? "65535" : "255") + "\n";
     std::vector<uint8_t> file(header.begin(), header.end());
     file.insert(file.end(), picture.pixels.begin(), picture.pixels.end());
-    WriteRaw(path, file);
+    WriteFile(path, file, existing);
 }
 
-void WriteRaw(const std::filesystem::path& path, std::span<const uint8_t> bytes) {
-    std::ofstream file(path, std::ios::binary | std::ios::trunc);
-    file.write(reinterpret_cast<const char*>(bytes.data()),
-               static_cast<std::streamsize>(bytes.size()));
-    file.close();
-    if (!file) {
-        throw CToolError("cannot write " + Utf8FromPath(path));
-    }
+void WriteRaw(const std::filesystem::path& path, std::span<const uint8_t> bytes,
+              EExisting existing) {
+    WriteFile(path, bytes, existing);
 }
 
 } // namespace norveltl

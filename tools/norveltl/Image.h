@@ -1,6 +1,8 @@
 // From a buffer's bytes to a picture that a PNG file can hold. Knows nothing of producers.
 #pragma once
 
+#include "OutputFile.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <optional>
@@ -40,8 +42,11 @@ std::optional<SPicture> Convert(std::span<const uint8_t> bytes, const SImageForm
 void PreparePng();
 
 // All throw CToolError, naming the file, when it cannot be written. Pnm is PGM or PPM.
-void WritePng(const std::filesystem::path& path, const SPicture& picture);
-void WritePnm(const std::filesystem::path& path, const SPicture& picture);
-void WriteRaw(const std::filesystem::path& path, std::span<const uint8_t> bytes);
+void WritePng(const std::filesystem::path& path, const SPicture& picture,
+              EExisting existing = EExisting::Replace);
+void WritePnm(const std::filesystem::path& path, const SPicture& picture,
+              EExisting existing = EExisting::Replace);
+void WriteRaw(const std::filesystem::path& path, std::span<const uint8_t> bytes,
+              EExisting existing = EExisting::Replace);
 
 } // namespace norveltl

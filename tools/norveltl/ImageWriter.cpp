@@ -4,6 +4,7 @@
 #include "Error.h"
 
 #include <algorithm>
+#include <regex>
 #include <utility>
 
 namespace norveltl {
@@ -21,15 +22,63 @@ std::string FileName(uint64_t number, const char* extension) {
     return "image_" + digits + extension;
 }
 
+namespace fs = std::filesystem;
+
+bool IsImage(const fs::path& path) {
+    static const std::regex pattern("image_[0-9]{4,}\\.(png|pgm|ppm|raw)");
+    return std::regex_match(Utf8FromPath(path.filename()), pattern);
+}
+
+std::vector<fs::path> ImagesIn(const fs::path& folder) {
+    std::vector<fs::path> images;
+    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
+        if (entry.is_regular_file() && IsImage(entry.path())) {
+            images.push_back(entry.path());
+        }
+    }
+    return images;
+}
+
+// Creating is what claims a folder, whoever else looks for one.
+fs::path FolderBeside(const fs::path& folder) {
+    const fs::path name = folder.filename();
+    const bool isNamed = !name.empty() && name != "." && name != "..";
+    for (unsigned run = 2;; ++run) {
+        fs::path other = isNamed        ? folder
+                         : name.empty() ? folder.parent_path()
+                                        : fs::canonical(folder);
+        other += "-" + std::to_string(run);
+        if (fs::create_directory(other)) {
+            return other;
+        }
+    }
+}
+
+fs::path FolderOfRun(const fs::path& folder, EExisting existing) {
+    try {
+        fs::create_directories(folder);
+        const std::vector<fs::path> earlier = ImagesIn(folder);
+        if (!earlier.empty() && existing == EExisting::Keep) {
+            return FolderBeside(folder);
+        }
+        for (const fs::path& image : earlier) {
+            fs::remove(image);
+        }
+        return folder;
+    } catch (const fs::filesystem_error& error) {
+        throw CToolError("cannot use the folder " + Utf8FromPath(folder) + ": " +
+                         Printable(error.code().message()));
+    }
+}
+
 } // namespace
 
-CImageWriter::CImageWriter(std::filesystem::path folder, EFileFormat format, size_t capacity)
-    : m_folder(std::move(folder)), m_format(format), m_capacity(capacity) {
-    std::error_code error;
-    std::filesystem::create_directories(m_folder, error);
-    if (!std::filesystem::is_directory(m_folder, error)) {
-        throw CToolError("cannot create the folder " + Utf8FromPath(m_folder));
-    }
+CImageWriter::CImageWriter(const fs::path& folder, EFileFormat format, size_t capacity,
+                           EExisting existing)
+    : m_folder(FolderOfRun(folder, existing)),
+      m_format(format),
+      m_existing(existing),
+      m_capacity(capacity) {
     PreparePng();
     const unsigned count = std::clamp(std::thread::hardware_concurrency(), 1U, kMaxThreads);
     for (unsigned i = 0; i < count; ++i) {
@@ -118,12 +167,12 @@ void CImageWriter::Write(const SImage& image) {
         picture = Convert(image.bytes, image.format);
     }
     if (picture && m_format == EFileFormat::Png) {
-        WritePng(m_folder / FileName(image.number, ".png"), *picture);
+        WritePng(m_folder / FileName(image.number, ".png"), *picture, m_existing);
     } else if (picture) {
         WritePnm(m_folder / FileName(image.number, picture->numChannels == 1 ? ".pgm" : ".ppm"),
-                 *picture);
+                 *picture, m_existing);
     } else {
-        WriteRaw(m_folder / FileName(image.number, ".raw"), image.bytes);
+        WriteRaw(m_folder / FileName(image.number, ".raw"), image.bytes, m_existing);
     }
     const std::lock_guard lock(m_mutex);
     ++(picture ? m_numPictures : m_numRaw);

@@ -27,8 +27,11 @@ struct SImage {
 
 class CImageWriter {
 public:
-    // Creates the folder; throws CToolError when it cannot. The queue holds so many bytes.
-    CImageWriter(std::filesystem::path folder, EFileFormat format, size_t capacity);
+    // Creates the folder; throws CToolError when it cannot. Where it holds images of an earlier run
+    // they are removed, or, if they shall be kept, a new folder with a number behind its name is
+    // taken. The queue holds so many bytes.
+    CImageWriter(const std::filesystem::path& folder, EFileFormat format, size_t capacity,
+                 EExisting existing);
     // Finishes what is queued.
     ~CImageWriter();
     CImageWriter(const CImageWriter&) = delete;
@@ -42,6 +45,7 @@ public:
     // Waits until all is written, and throws what failed.
     void Finish();
 
+    const std::filesystem::path& Folder() const { return m_folder; }
     size_t NumQueued();
     // To be asked after Finish only, whether or not that threw.
     uint64_t NumPictures() const { return m_numPictures; }
@@ -56,6 +60,7 @@ private:
 
     const std::filesystem::path m_folder;
     const EFileFormat m_format;
+    const EExisting m_existing;
     const size_t m_capacity;
     std::mutex m_mutex; // guards what follows
     std::condition_variable m_changed;

@@ -2,8 +2,8 @@
 
 #include "Console.h"
 #include "Description.h"
-#include "Image.h"
 #include "Modules.h"
+#include "OutputFile.h"
 
 #include "genapi/Text.h"
 
@@ -260,14 +260,16 @@ EExitCode WriteRegisters(const std::string& cti, const SRegisterOptions& options
 
 EExitCode ShowXml(const std::string& cti, const SXmlOptions& options) {
     const SModuleName name = ParseModuleName(options.target);
+    const std::filesystem::path file = PathFromUtf8(options.file);
+    const EExisting existing = options.force ? EExisting::Replace : EExisting::Keep;
+    CheckPlace(file, existing);
     const SSystems systems = OpenSystems(cti);
     const CModulePath path(systems, name);
     const std::string xml = ReadDescription(path.Producer(), path.Target().handle);
     if (options.file.empty()) {
         std::cout << xml << std::flush;
     } else {
-        WriteRaw(PathFromUtf8(options.file),
-                 {reinterpret_cast<const uint8_t*>(xml.data()), xml.size()});
+        WriteFile(file, {reinterpret_cast<const uint8_t*>(xml.data()), xml.size()}, existing);
     }
     return kDone;
 }

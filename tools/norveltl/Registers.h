@@ -23,6 +23,7 @@ EExitCode WriteRegisters(const std::string& cti, const SRegisterOptions& options
 struct SXmlOptions {
     std::string target; // a module's name
     std::string file;   // empty: the standard output
+    bool force = false; // whether the file may exist already
 };
 
 EExitCode ShowXml(const std::string& cti, const SXmlOptions& options);

@@ -53,6 +53,10 @@ void AddJson(CLI::App* command, bool& json) {
     command->add_flag("--json", json, "Print JSON");
 }
 
+void AddForce(CLI::App* command, bool& force) {
+    command->add_flag("--force", force, "Replace files that exist already");
+}
+
 void AddTarget(CLI::App* command, std::string& target) {
     command
         ->add_option("target", target,
@@ -76,6 +80,7 @@ void AddModuleCommands(CLI::App& app, SCommandLine& line) {
     AddTarget(xml, line.xml.target);
     xml->get_option("target")->required();
     xml->add_option("-o,--output", line.xml.file, "Write it into this file")->type_name("FILE");
+    AddForce(xml, line.xml.force);
 }
 
 void AddTypes(CLI::App* command, std::string& type) {
@@ -165,6 +170,7 @@ void AddGrab(CLI::App& app, SCommandLine& line) {
     grab->add_flag("--stats", options.stats, "Show how regularly the images came");
     grab->add_option("--plot", options.plot, "Draw the intervals into this PNG file")
         ->type_name("FILE");
+    AddForce(grab, options.force);
     AddJson(grab, options.json);
 }
 

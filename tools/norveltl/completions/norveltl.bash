@@ -28,12 +28,12 @@ _norveltl() {
         '') words="$commands --version" ;;
         list) words="--json" ;;
         info) words="--json" ;;
-        xml) words="-o --output" ;;
+        xml) words="-o --output --force" ;;
         read | write) words=$types ;;
         features) words="-d --device --json" ;;
         get | set | exec) words="-d --device" ;;
         grab)
-            words="--first -n --count -t --time -o --output --format --buffers --set --timeout --stats --plot --json"
+            words="--first -n --count -t --time -o --output --format --buffers --set --timeout --stats --plot --force --json"
             ;;
         events) words="-t --time --set --acquire" ;;
         check) words="--all --json --junit" ;;

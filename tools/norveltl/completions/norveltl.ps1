@@ -6,7 +6,7 @@ Register-ArgumentCompleter -Native -CommandName norveltl, norveltl.exe -ScriptBl
     $commands = @{
         list     = @('--json')
         info     = @('--json') + $targets
-        xml      = @('-o', '--output') + $targets
+        xml      = @('-o', '--output', '--force') + $targets
         read     = $types + $targets
         write    = $types + $targets
         features = @('-d', '--device', '--json')
@@ -14,7 +14,7 @@ Register-ArgumentCompleter -Native -CommandName norveltl, norveltl.exe -ScriptBl
         set      = @('-d', '--device')
         exec     = @('-d', '--device')
         grab     = @('--first', '-n', '--count', '-t', '--time', '-o', '--output', '--format', '--buffers',
-            '--set', '--timeout', '--stats', '--plot', '--json')
+            '--set', '--timeout', '--stats', '--plot', '--force', '--json')
         events   = @('-t', '--time', '--set', '--acquire')
         check    = @('--all', '--json', '--junit')
     }
