@@ -21,6 +21,13 @@ bool EqualIgnoringCase(std::string_view a, std::string_view b) {
                       [](char x, char y) { return FoldCase(x) == FoldCase(y); });
 }
 
+std::string FoldCase(std::string_view text) {
+    std::string folded(text);
+    std::transform(folded.begin(), folded.end(), folded.begin(),
+                   [](char character) { return FoldCase(character); });
+    return folded;
+}
+
 } // namespace
 
 CDeviceInfo::CDeviceInfo(const CDeviceInfo& other)
@@ -54,6 +61,18 @@ bool CDeviceInfo::MatchName(const char* name) const {
         return key.substr(kSerialNumberTag.size()) == m_serialNumber;
     }
     return EqualIgnoringCase(key, m_id);
+}
+
+std::optional<std::string> CDeviceInfo::IdKeyOf(const char* name) {
+    const std::string_view key = CIdParts(name).Name();
+    if (key.starts_with(kUserNameTag) || key.starts_with(kSerialNumberTag)) {
+        return std::nullopt;
+    }
+    return FoldCase(key);
+}
+
+std::string CDeviceInfo::IdKey() const {
+    return FoldCase(m_id);
 }
 
 } // namespace GenICam::Client

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 namespace GenICam::Client {
@@ -26,6 +27,10 @@ public:
     // follows the next "::" is ignored.
     // Throws std::invalid_argument when nothing remains to compare.
     bool MatchName(const char* name) const;
+    // What MatchName compares with an ID: it is equal to IdKey() of the cameras that are meant.
+    // Nothing for a serial number or a user name. Throws like MatchName.
+    static std::optional<std::string> IdKeyOf(const char* name);
+    std::string IdKey() const;
 
     std::uint16_t m_marker1 = 2;
     std::uint16_t m_marker2 = 1;

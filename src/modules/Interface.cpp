@@ -13,6 +13,7 @@
 #include <algorithm>
 #include <memory>
 #include <new>
+#include <optional>
 #include <stdexcept>
 
 namespace GenICam::Client {
@@ -90,6 +91,7 @@ CInterface::CInterface(boost::shared_ptr<CInterfaceInfo> info, CTL* owner,
 CInterface::~CInterface() {
     RetireHandle();
     m_devices.clear();
+    m_devicesById.clear();
     // Each device removes itself from the list.
     while (CDevice* device = FirstOpen()) {
         delete device;
@@ -162,6 +164,13 @@ CDevice* CInterface::FirstOpen() const {
 }
 
 boost::shared_ptr<CDeviceInfo> CInterface::FindListed(const char* id) const {
+    if (m_devices.empty()) {
+        return nullptr;
+    }
+    if (const std::optional<std::string> key = CDeviceInfo::IdKeyOf(id)) {
+        const auto known = m_devicesById.find(*key);
+        return known == m_devicesById.end() ? nullptr : known->second;
+    }
     const auto found = std::find_if(m_devices.begin(), m_devices.end(),
                                     [id](const auto& info) { return info->MatchName(id); });
     return found == m_devices.end() ? nullptr : *found;
@@ -265,7 +274,13 @@ void CInterface::UpdateDeviceList(bool8_t* changed, std::uint32_t timeout) {
     }
     const bool isUnchanged =
         std::equal(m_devices.begin(), m_devices.end(), found.begin(), found.end(), isSame);
+    decltype(m_devicesById) byId;
+    byId.reserve(found.size());
+    for (const auto& info : found) {
+        byId.try_emplace(info->IdKey(), info);
+    }
     m_devices.swap(found);
+    m_devicesById.swap(byId);
     if (changed != nullptr) {
         *changed = isUnchanged ? 0 : 1;
     }
@@ -288,6 +303,7 @@ void CInterface::ForgetDevice(const CDevice* device) {
 void CInterface::Close() {
     RetireHandle();
     m_devices.clear();
+    m_devicesById.clear();
     {
         const boost::lock_guard<boost::mutex> lock(m_openDevicesLock);
         for (CDevice* device : m_openDevices) {

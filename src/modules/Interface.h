@@ -12,6 +12,7 @@
 #include <boost/thread/mutex.hpp>
 
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace GenICam::Client {
@@ -88,6 +89,8 @@ private:
     mutable boost::mutex m_openDevicesLock;
     std::vector<CDevice*> m_openDevices; // owned
     Infos m_devices;
+    // The first of m_devices by the key of its ID: consumers ask for each of thousands by its ID.
+    std::unordered_map<std::string, boost::shared_ptr<CDeviceInfo>> m_devicesById;
     CCameraObject<Optivo::ICamInterface> m_camera;
 };
 
