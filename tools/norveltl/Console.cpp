@@ -14,6 +14,7 @@
 #include <shellapi.h>
 #else
 #include <csignal>
+#include <sys/ioctl.h>
 #include <unistd.h>
 #endif
 
@@ -147,9 +148,12 @@ std::vector<std::string> CConsole::Arguments(int, char**) {
     return arguments;
 }
 
-bool IsTerminal() {
-    DWORD mode = 0;
-    return GetConsoleMode(GetStdHandle(STD_OUTPUT_HANDLE), &mode) != 0;
+std::optional<size_t> TerminalWidth() {
+    CONSOLE_SCREEN_BUFFER_INFO info{};
+    if (!GetConsoleScreenBufferInfo(GetStdHandle(STD_OUTPUT_HANDLE), &info)) {
+        return std::nullopt;
+    }
+    return static_cast<size_t>(std::max(info.srWindow.Right - info.srWindow.Left + 1, 1));
 }
 
 void CatchInterrupt() {
@@ -170,8 +174,14 @@ std::vector<std::string> CConsole::Arguments(int argc, char** argv) {
     return {argv + std::min(argc, 1), argv + argc};
 }
 
-bool IsTerminal() {
-    return isatty(STDOUT_FILENO) != 0;
+std::optional<size_t> TerminalWidth() {
+    if (isatty(STDOUT_FILENO) == 0) {
+        return std::nullopt;
+    }
+    constexpr size_t kUsual = 80;
+    winsize size{};
+    const bool isKnown = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return isKnown ? size.ws_col : kUsual;
 }
 
 void CatchInterrupt() {

@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <streambuf>
 #include <string>
 #include <string_view>
@@ -31,7 +32,9 @@ private:
 // Reports an error unless every byte of the standard output so far was taken.
 void CheckOutput();
 
-bool IsTerminal();
+// How many characters a line of the standard output's terminal holds at the moment; nothing when it
+// is no terminal.
+std::optional<size_t> TerminalWidth();
 
 // From here on Ctrl-C (or a request to terminate) only sets the flag that Interrupted answers; a
 // second one ends the process.

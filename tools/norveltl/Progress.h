@@ -5,6 +5,8 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <string>
+#include <vector>
 
 namespace norveltl {
 
@@ -41,10 +43,12 @@ public:
 
 private:
     void Draw(Clock::time_point now);
+    // What to know of a state, the most important first.
+    std::vector<std::string> Facts(const SProgress& state) const;
+    void DrawBar(double share, const std::vector<std::string>& facts, size_t width);
 
     const std::function<double(const SProgress&, Clock::duration)> m_done;
     const std::function<SProgress()> m_state;
-    const bool m_terminal;
     const Clock::duration m_interval;
     const Clock::time_point m_begin;
     Clock::time_point m_nextDraw;
@@ -53,7 +57,7 @@ private:
     SProgress m_rateState;
     double m_frameRate = 0;
     double m_byteRate = 0;
-    bool m_lineOpen = false;
+    size_t m_lineSize = 0; // of the bar's line, which is open then
 };
 
 } // namespace norveltl
