@@ -187,8 +187,8 @@ class VisionTest(unittest.TestCase):
     def test_delivers_every_image_exactly_and_nothing_old(self):
         self.start_camera()
         with Session("Aravis-Fake-T1") as session:
-            for _ in range(3):
-                session.start()
+            for _ in range(2):
+                session.start(200)
                 last = None
                 for _ in range(100):
                     number = self.next_number(session)
@@ -203,27 +203,25 @@ class VisionTest(unittest.TestCase):
                 self.assertEqual(none.exception.code, TIMEOUT)
                 self.assertLess(session.stop(), OLD_IS_OVER)
 
-    def test_serves_memory_of_any_length_and_the_description(self):
+    def check_memory(self, session):
+        whole = session.read(0, 2000)
+        self.assertEqual(whole[0x48:0x4E], b"Aravis")
+        for address, length in ((0x48, 1), (0x49, 3), (0x4B, 600), (1, 1999)):
+            self.assertEqual(session.read(address, length), whole[address:address + length])
+        url, size = ctypes.create_string_buffer(512), ctypes.c_size_t(512)
+        GENTL.GCGetPortURL(session.port, url, ctypes.byref(size))
+        scheme, address, length = url.value.decode().split(";")
+        self.assertTrue(scheme.startswith("Local:"))
+        xml = session.read(int(address, 16), int(length, 16))
+        self.assertTrue(xml.rstrip().endswith(b"</RegisterDescription>"))
+
+    def test_serves_memory_and_the_description_to_one_process(self):
         self.start_camera()
         with Session("Aravis-Fake-T1") as session:
-            whole = session.read(0, 2000)
-            self.assertEqual(whole[0x48:0x4E], b"Aravis")
-            for address, length in ((0x48, 1), (0x49, 3), (0x4B, 600), (1, 1999)):
-                self.assertEqual(session.read(address, length), whole[address:address + length])
-            url, size = ctypes.create_string_buffer(512), ctypes.c_size_t(512)
-            GENTL.GCGetPortURL(session.port, url, ctypes.byref(size))
-            scheme, address, length = url.value.decode().split(";")
-            self.assertTrue(scheme.startswith("Local:"))
-            xml = session.read(int(address, 16), int(length, 16))
-            self.assertTrue(xml.rstrip().endswith(b"</RegisterDescription>"))
-
-    def test_a_camera_in_use_cannot_be_opened_elsewhere(self):
-        self.start_camera()
-        with Session("Aravis-Fake-T1"):
+            self.check_memory(session)
             result = tool("get", "-d", "Aravis-Fake-T1", "Width")
             self.assertNotEqual(result.returncode, 0)
             self.assertIn("already opened device", result.stdout + result.stderr)
-        self.assertEqual(tool("get", "-d", "Aravis-Fake-T1", "Width").returncode, 0)
 
     def test_lost_packets_tear_no_image(self):
         # This camera does not send packets again.
@@ -256,6 +254,7 @@ class VisionTest(unittest.TestCase):
         self.assertEqual(gone.exception.code, IO)
         self.assertLess(session.stop(), OLD_IS_OVER)
         session.close()
+        self.assertNotIn("Aravis-Fake-T1", tool("list").stdout)
         self.start_camera()
         with Session("Aravis-Fake-T1") as again:
             again.start()
@@ -265,13 +264,13 @@ class VisionTest(unittest.TestCase):
         self.start_camera()
         self.start_camera("127.0.0.2", "T2")
         with Session("Aravis-Fake-T1") as first:
-            second = subprocess.Popen([TOOL, "grab", "Aravis-Fake-T2", "-n", "30", "-o", self.folder()],
+            second = subprocess.Popen([TOOL, "grab", "Aravis-Fake-T2", "-n", "10", "-o", self.folder()],
                                       stdout=subprocess.PIPE, stderr=subprocess.STDOUT, text=True)
             first.start()
             for _ in range(100):
                 self.next_number(first)
             text, _ = second.communicate(timeout=30)
-            self.assertIn("30 of 30", text)
+            self.assertIn("10 of 10", text)
 
     def folder(self):
         folder = tempfile.TemporaryDirectory()
