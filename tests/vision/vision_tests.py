@@ -26,13 +26,13 @@ def enter_own_network():
     namespaces = ["--net", "--pid", "--fork", "--kill-child", "--mount-proc"]
     if os.geteuid() != 0:
         namespaces.insert(0, "--map-root-user")
-    prepare = ("ip link set lo up && ip addr add 127.0.0.2/8 dev lo || exit 77; "
-               'export %s=1; exec "$@"' % INSIDE)
-    result = subprocess.run(["unshare", *namespaces, "sh", "-c", prepare, "sh", sys.executable, *sys.argv])
-    if result.returncode in (77,) or not 0 <= result.returncode <= 1:
+    prepare = "ip link set lo up && ip addr add 127.0.0.2/8 dev lo && "
+    enter = ["unshare", *namespaces, "sh", "-c"]
+    if subprocess.run([*enter, prepare + "true"]).returncode != 0:
         print("vision_tests: a network namespace of its own is needed (unshare --net, as root or with "
               "user namespaces allowed), and it cannot be had here", file=sys.stderr)
-    return result.returncode
+        return 1
+    return subprocess.run([*enter, prepare + INSIDE + '=1 exec "$@"', "sh", sys.executable, *sys.argv]).returncode
 
 
 class Camera:
