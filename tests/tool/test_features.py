@@ -114,9 +114,9 @@ class Setting(ToolTest):
         self.assertTrue(answer.err.startswith("norveltl: GCWritePort failed: GC_ERR_IO (-1010)"), answer.err)
 
     def test_what_is_locked(self):
-        self.refuse("Width cannot be written now: its access is RO", "TLParamsLocked=1", "Width=320")
+        self.refuse("Width cannot be written now: it is locked", "TLParamsLocked=1", "Width=320")
         self.set("TLParamsLocked=1", "TestPattern=White", "TLParamsLocked=0", "Width=320")
-        self.refuse("SensorWidth cannot be written now: its access is RO", "SensorWidth=320")
+        self.refuse("SensorWidth cannot be written: it is read-only", "SensorWidth=320")
 
     def test_booleans(self):
         for value in ("true", "false", "1", "0"):

@@ -141,16 +141,18 @@ class Usage(ToolTest):
                                  (("xml",), "target is required"),
                                  (("read", "system"), "places is required"),
                                  (("get",), "names is required"),
-                                 (("grab", "-n", "0"), "--count: 0 is no number above 0"),
-                                 (("grab", "-n", "-3"), "--count: -3 is no number above 0"),
-                                 (("grab", "-n", "x"), "--count: x is no number above 0"),
+                                 (("grab", "-n", "0"), "--count: 0 is no whole number from 1 to 18446744073709551615"),
+                                 (("grab", "-n", "-3"), "--count: -3 is no whole number from 1 to 18446744073709551615"),
+                                 (("grab", "-n", "x"), "--count: x is no whole number from 1 to 18446744073709551615"),
                                  (("grab", "-t", "nan"), "--time: nan is no number above 0"),
                                  (("grab", "--timeout", "0"), "--timeout: 0 is no number above 0"),
                                  (("events", "-t", "-1"), "--time: -1 is no number above 0"),
                                  (("grab", "--buffers", "0"), "--buffers: Value 0 not in range 1 to 10000"),
                                  (("grab", "--format", "bmp"), "--format: bmp not in {png,pgm,raw}")):
             with self.subTest(arguments=arguments):
-                answer = self.refused(WRONG_USAGE, f"{error}\nRun with --help for more information.\n", *arguments)
+                known = [word for word in arguments if word in ("list", "xml", "read", "get", "grab", "events")]
+                help_ = " ".join(["norveltl", *known, "--help"])
+                answer = self.refused(WRONG_USAGE, f'norveltl: {error}\n  "{help_}" tells what there is.\n', *arguments)
                 self.assertEqual(answer.out, "")
 
     def test_options_of_the_program_may_stand_behind_the_command(self):

@@ -101,7 +101,7 @@ class Writing(ToolTest):
         self.refused(FAILED, "note: 1 of 2 registers were accessed before the call failed\n"
                      "norveltl: GCWritePortStacked failed: GC_ERR_ACCESS_DENIED (-1005): "
                      '"Register 0x300 is not readable."\n'
-                     "  Another program may hold it: close that program and try again.\n",
+                     "  The register may be read-only or write-only, or locked at the moment.\n",
                      "write", "port:10001", "0x400=320", "0x300=2", "--u32")
 
     def test_wrong_input(self):

@@ -208,10 +208,7 @@ std::string CFeatures::Get(const std::string& feature) const {
 void CFeatures::Set(const std::string& feature, const std::string& value) const {
     const SNode& node = Known(feature);
     const std::string kind = UserKind(node.kind);
-    const EAccess access = m_nodes.Access(feature);
-    if (access != EAccess::ReadWrite && access != EAccess::WriteOnly) {
-        throw CToolError(feature + " cannot be written now: its access is " + AccessText(access));
-    }
+    CheckWritable(node);
     if (kind == "Integer" || kind == "Float") {
         SetNumber(node, value);
     } else if (kind == "Boolean") {
@@ -237,6 +234,30 @@ void CFeatures::Set(const std::string& feature, const std::string& value) const 
     } else {
         throw CToolError(feature + " is of the kind " + node.kind + ", which cannot be set");
     }
+}
+
+void CFeatures::CheckWritable(const SNode& node) const {
+    const auto isLocked = [this](const SNode& part) {
+        return part.Has("pIsLocked") && m_nodes.Integer(part.Text("pIsLocked")) != 0;
+    };
+    switch (m_nodes.Access(node.name)) {
+    case EAccess::ReadWrite:
+    case EAccess::WriteOnly:
+        return;
+    case EAccess::NotImplemented:
+        throw CToolError(node.name + " cannot be written: the camera does not implement it");
+    case EAccess::NotAvailable:
+        throw CToolError(node.name + " cannot be written now: it is not available");
+    case EAccess::ReadOnly:
+        break;
+    }
+    // The access was found by following these references, so that they end.
+    const SNode* part = &node;
+    while (!isLocked(*part) && part->Has("pValue")) {
+        part = &m_nodes.Node(part->Text("pValue"));
+    }
+    throw CToolError(node.name + (isLocked(*part) ? " cannot be written now: it is locked"
+                                                  : " cannot be written: it is read-only"));
 }
 
 void CFeatures::SetNumber(const SNode& node, const std::string& value) const {

@@ -55,6 +55,8 @@ private:
         int64_t value;
     };
 
+    // Throws what cannot be written.
+    void CheckWritable(const GenApi::SNode& node) const;
     const GenApi::SNode& Known(const std::string& feature) const;
     std::vector<SEntry> Entries(const GenApi::SNode& node) const;
     void SetNumber(const GenApi::SNode& node, const std::string& value) const;

@@ -173,7 +173,8 @@ EExitCode Grab(const std::string& cti, const SGrabOptions& options) {
     CatchInterrupt();
     Attempt([&] {
         const CAcquisition acquisition(stream, camera);
-        loop.Run();
+        // What ended the images is told before what the stop fails with.
+        Attempt([&] { loop.Run(); });
     });
     Attempt([&] { loop.Finish(); });
     CheckLeftOut(loop);

@@ -93,9 +93,11 @@ void CGrabLoop::Run() {
     while (!IsDone(now - begin) && !Interrupted()) {
         auto* const buffer = m_stream.Wait(kWaitSlice);
         now = Clock::now();
+        if (buffer || m_totals.numDelivered == 0) {
+            m_totals.duration = now - begin;
+        }
         if (buffer) {
             lastImage = now;
-            m_totals.duration = now - begin;
             Take(buffer, now);
         } else if (now - lastImage > std::chrono::duration<double>(m_options.timeoutSeconds)) {
             throw CToolError(SilenceText());

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -39,7 +40,14 @@ constexpr std::array<std::pair<GC_ERROR, const char*>, 24> kCodeNames{{
     {GC_ERR_AMBIGUOUS, "GC_ERR_AMBIGUOUS"},
 }};
 
-const char* Advice(GC_ERROR code) {
+bool IsAboutRegister(std::string_view function) {
+    return function.starts_with("GCReadPort") || function.starts_with("GCWritePort");
+}
+
+const char* Advice(const char* function, GC_ERROR code) {
+    if (code == GC_ERR_ACCESS_DENIED && IsAboutRegister(function)) {
+        return "\n  The register may be read-only or write-only, or locked at the moment.";
+    }
     switch (code) {
     case GC_ERR_RESOURCE_IN_USE:
     case GC_ERR_ACCESS_DENIED:
@@ -150,7 +158,7 @@ void CProducer::Check(const char* function, GC_ERROR code) const {
         return;
     }
     throw CCallError(std::string(function) + " failed: " + CodeText(code) + LastError(code) +
-                         Advice(code),
+                         Advice(function, code),
                      code);
 }
 

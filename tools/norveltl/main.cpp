@@ -7,10 +7,15 @@
 #include "List.h"
 #include "Registers.h"
 
+#include "genapi/Text.h"
+
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
+#include <cmath>
+#include <cstdint>
 #include <functional>
+#include <limits>
 
 namespace norveltl {
 
@@ -19,8 +24,30 @@ namespace {
 // CLI11's own check says what it refuses in hundreds of digits.
 std::string CheckAboveZero(const std::string& text) {
     double value = 0;
-    return CLI::detail::lexical_cast(text, value) && value > 0 ? ""
-                                                               : text + " is no number above 0";
+    const bool isNumber = CLI::detail::lexical_cast(text, value) && std::isfinite(value);
+    return isNumber && value > 0 ? "" : text + " is no number above 0";
+}
+
+std::string CheckCount(const std::string& text) {
+    const auto count = GenApi::ParseUnsigned(text, 10);
+    return count.value_or(0) > 0 ? ""
+                                 : text + " is no whole number from 1 to " +
+                                       std::to_string(std::numeric_limits<uint64_t>::max());
+}
+
+std::string CheckNotEmpty(const std::string& text) {
+    return text.empty() ? "an empty text names nothing" : "";
+}
+
+// Like every other error.
+std::string UsageError(const CLI::App* app, const CLI::Error& error) {
+    const std::vector<const CLI::App*> commands = app->get_subcommands({});
+    std::string help = "norveltl";
+    for (const CLI::App* command : commands) {
+        help += command->parsed() ? " " + command->get_name() : "";
+    }
+    return std::string("norveltl: ") + error.what() + "\n  \"" + help +
+           " --help\" tells what there is.\n";
 }
 
 // What the user asked for; the command that was named fills run.
@@ -79,7 +106,9 @@ void AddModuleCommands(CLI::App& app, SCommandLine& line) {
                                [](auto& l) { return ShowXml(l.cti, l.xml); });
     AddTarget(xml, line.xml.target);
     xml->get_option("target")->required();
-    xml->add_option("-o,--output", line.xml.file, "Write it into this file")->type_name("FILE");
+    xml->add_option("-o,--output", line.xml.file, "Write it into this file")
+        ->check(CheckNotEmpty)
+        ->type_name("FILE");
     AddForce(xml, line.xml.force);
 }
 
@@ -95,7 +124,15 @@ void AddTypes(CLI::App* command, std::string& type) {
     };
     for (const auto& [name, help] : kTypes) {
         command->add_flag_callback(
-            std::string("--") + name, [&type, name = name] { type = name; }, help);
+            std::string("--") + name,
+            [&type, name = name] {
+                if (!type.empty()) {
+                    throw CLI::ValidationError("--" + type + " and --" + name,
+                                               "values have one type only");
+                }
+                type = name;
+            },
+            help);
     }
 }
 
@@ -145,12 +182,13 @@ void AddGrab(CLI::App& app, SCommandLine& line) {
     grab->add_option("device", options.device, kDeviceHelp)->type_name("DEVICE");
     grab->add_flag("--first", options.first, "Take the first of several cameras");
     grab->add_option("-n,--count", options.count, "How many images to take; 100 without -t")
-        ->check(CheckAboveZero)
+        ->check(CheckCount)
         ->type_name("COUNT");
     grab->add_option("-t,--time", options.seconds, "How long to take images")
         ->check(CheckAboveZero)
         ->type_name("SECONDS");
     grab->add_option("-o,--output", options.folder, "Write the images as files into this folder")
+        ->check(CheckNotEmpty)
         ->type_name("FOLDER");
     grab->add_option("--format", options.format, "What files: png, pgm (ppm if coloured) or raw")
         ->check(CLI::IsMember({"png", "pgm", "raw"}))
@@ -169,6 +207,7 @@ void AddGrab(CLI::App& app, SCommandLine& line) {
         ->capture_default_str();
     grab->add_flag("--stats", options.stats, "Show how regularly the images came");
     grab->add_option("--plot", options.plot, "Draw the intervals into this PNG file")
+        ->check(CheckNotEmpty)
         ->type_name("FILE");
     AddForce(grab, options.force);
     AddJson(grab, options.json);
@@ -205,9 +244,11 @@ void Declare(CLI::App& app, SCommandLine& line) {
     // That there is one is seen to later, so that a misspelt command is named.
     app.require_subcommand(0, 1);
     app.fallthrough();
+    app.failure_message(UsageError);
     app.add_option("--cti", line.cti,
                    "The producer module; else the one beside this program, else those in "
                    "GENICAM_GENTL64_PATH")
+        ->check(CheckNotEmpty)
         ->type_name("PATH");
     AddModuleCommands(app, line);
     AddRegisterCommands(app, line);
