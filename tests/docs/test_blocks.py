@@ -96,6 +96,22 @@ class Forms(harness.HelpTest):
         self.assertGreater(count, 25)
 
 
+    def test_no_indented_block_belongs_to_a_list(self):
+        """Markdown takes what is indented behind an entry of a list for more of its prose."""
+        for page in pages.all_pages():
+            lines = page.read_text().splitlines()
+            for block in pages.blocks(page):
+                if block.language != "" or lines[block.line - 1].startswith("```"):
+                    continue
+                before = lines[:block.line - 1]
+                while before and before[-1] == "":
+                    before.pop()
+                while len(before) > 1 and before[-2] != "" and not re.match(r"(-|\d+\.) ", before[-1]):
+                    before.pop()
+                with self.subTest(block=str(block)):
+                    self.assertNotRegex(before[-1] if before else "", r"^(-|\d+\.) ")
+
+
 class Runs(harness.ToolTest):
     def sandbox(self):
         """A folder that looks like a clone with a native build, and can be written to."""

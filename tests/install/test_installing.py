@@ -59,6 +59,15 @@ class Installing(CommandTest):
         self.assertNotEqual(run.returncode, 0)
         self.assertIn("NorvelTLConfig.cmake, version: 4.0.1.0", run.stderr)
 
+    def test_the_examples_build_where_they_are_installed(self):
+        prefix = self.installed()
+        build = self.folder / "examples"
+        self.done("cmake", "-S", prefix / "share/doc/norveltl/examples", "-B", build, "-G", "Ninja")
+        self.done("cmake", "--build", build, "--target", "acquire_cpp")
+        self.assertIn(str(prefix / "include"), (build / "CMakeCache.txt").read_text())
+        images = self.done(build / "examples/acquire_cpp", environment={"GENICAM_GENTL64_PATH": f"{prefix}/lib/norveltl"})
+        self.assertGreater(len(images.splitlines()), 9)
+
     def test_a_project_finds_it_with_pkg_config(self):
         prefix = self.installed()
         where = {"PKG_CONFIG_PATH": str(prefix / "lib/pkgconfig")}
