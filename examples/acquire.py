@@ -146,6 +146,8 @@ def main(arguments):
     nodes = {node.get("Name"): node for node in description(gentl, port).iter() if node.get("Name")}
     width, height, pixels = (feature(gentl, port, nodes, x) for x in ("Width", "Height", "PixelFormat"))
     print(f"camera {name}, {width} x {height}, format {pixels:#x}" if pixels else f"camera {name}")
+    if folder and pixels != MONO8:
+        print("only Mono8 becomes pictures: raw files, as the camera sent them")
     for number, image in enumerate(acquire(gentl, device), 1):
         print(f"image {number}: {len(image)} bytes, mean {sum(image) / len(image):.1f}")
         if folder and pixels == MONO8 and width * height == len(image):

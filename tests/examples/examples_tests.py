@@ -125,6 +125,7 @@ class InPython(ExampleTest):
         answer = self.python(str(Setting.program), "Cam", str(folder), world=world(pixelFormat="RGB8"), search="")
         self.assertEqual((answer.code, answer.err), (DONE, ""))
         self.assertEqual({(path.suffix, path.stat().st_size) for path in folder.iterdir()}, {(".raw", 3 * BYTES)})
+        self.assertEqual(answer.out.splitlines()[1], "only Mono8 becomes pictures: raw files, as the camera sent them")
 
     def test_failures(self):
         error = "no producer: name a .cti file, or set GENICAM_GENTL64_PATH\n"
