@@ -75,10 +75,11 @@ class JUnit(ToolTest):
         self.assertIn('feature Gain (<&">)', [case[0] for case in wrong])
 
     def test_what_cannot_be_written(self):
-        for path in (native(self.folder / "missing/report.xml"), native("/dev/full")):
+        for path, why in ((native(self.folder / "missing/report.xml"), "No such file or directory"),
+                          (native("/dev/full"), "No space left on device")):
             with self.subTest(path=path):
                 answer = self.run_tool("check", "--junit", path, world=world())
-                self.assertEqual((answer.code, answer.err), (FAILED, f"norveltl: cannot write {path}\n"))
+                self.assertEqual((answer.code, answer.err), (FAILED, f"norveltl: cannot write {path}: {why}\n"))
                 self.assertTrue(answer.out.endswith(" 0 failed\n"), answer.out)
 
 
