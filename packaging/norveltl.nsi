@@ -7,6 +7,9 @@
 ; /ANSWERS=classic or standard  the module that programs find; without it the one of the installation that is there, or
 ;                    else classic
 ;
+; Other options, and other values, are refused. Why it fails is written into NorvelTL-setup.log in the user's folder for
+; temporary files, too.
+;
 ; Exit code: 0 done, 1 cancelled, 2 failed, 32 a file is in use and nothing was changed, 3010 removed but for files in
 ; use, which go when Windows restarts.
 
@@ -67,9 +70,13 @@ Var choice    ; what the page asks it with
 Var answer    ; exit code of the helper
 Var said      ; what it printed
 Var failure   ; what went wrong, or nothing
+Var log
 
-; Fail TEXT CODE: tells it, unless nobody is to be asked, and ends with the code.
+; Fail TEXT CODE: tells it, to the log alone when nobody is to be asked, and ends with the code.
 !macro Fail text code
+  FileOpen $log "$TEMP\NorvelTL-setup.log" w
+  FileWriteUTF16LE /BOM $log "${text}$\r$\n"
+  FileClose $log
   MessageBox MB_OK|MB_ICONSTOP "${text}" /SD IDOK
   SetErrorLevel ${code}
   Quit
@@ -284,9 +291,63 @@ Function TakeAnswers
   ${EndIf}
 FunctionEnd
 
+; The folder behind /D=, which is not among $options and of which NSIS takes what it likes.
+Function CheckFolder
+  System::Call 'kernel32::GetCommandLine() t .r0'
+  ${Do}
+    StrCpy $1 $0 4
+    ${If} $1 S== " /D="
+      ${ExitDo}
+    ${ElseIf} $1 == ""
+      Return
+    ${EndIf}
+    StrCpy $0 $0 "" 1
+  ${Loop}
+  StrCpy $1 $0 "" 4
+  ${GetRoot} $1 $2
+  ${If} $2 != ""
+  ${AndIfNot} ${FileExists} "$2\*.*"
+    ${Fail} "There is no $2 for the folder $1." ${FAILED}
+  ${ElseIf} $1 != $INSTDIR
+  ${AndIf} $1 != "$INSTDIR\"
+    ${Fail} "/D= is followed by the full path of a folder, without quotes, not by $1." ${FAILED}
+  ${EndIf}
+FunctionEnd
+
+; A mistyped option must not put simulated cameras on a production machine.
+Function CheckOptions
+  StrCpy $0 $options
+  ${DoUntil} $0 == ""
+    ; The next word, which is empty between two blanks.
+    StrCpy $3 0
+    ${Do}
+      StrCpy $2 $0 1 $3
+      ${If} $2 == " "
+      ${OrIf} $2 == ""
+        ${ExitDo}
+      ${EndIf}
+      IntOp $3 $3 + 1
+    ${Loop}
+    StrCpy $1 $0 $3
+    IntOp $3 $3 + 1
+    StrCpy $0 $0 "" $3
+    StrCpy $2 $1 9
+    ${If} $1 != ""
+    ${AndIf} $1 S!= "/S"
+    ${AndIf} $1 S!= "/NCRC"
+    ${AndIf} $1 != "/SIMULATED=0"
+    ${AndIf} $1 != "/SIMULATED=1"
+    ${AndIf} $2 != "/ANSWERS="
+      ${Fail} "Setup knows /S, /SIMULATED=0 or 1, /ANSWERS=classic or standard, and last of all /D=FOLDER without quotes, but not $1." ${FAILED}
+    ${EndIf}
+  ${Loop}
+FunctionEnd
+
 Function .onInit
   !insertmacro UnpackHelper
   ${GetParameters} $options
+  Call CheckOptions
+  Call CheckFolder
   ReadRegStr $old HKLM "${REGISTRATION}" "InstallLocation"
   Call SelectAnswers
   Call SelectSimulator

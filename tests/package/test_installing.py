@@ -291,6 +291,22 @@ class Hindered(InstallerTest):
             self.install(FAILED, *f"/ANSWERS={answers}".split(" "))
         self.assertEqual(self.state(), untouched)
 
+    def test_options_that_there_are_not(self):
+        untouched = self.state()
+        for options, reason in ((["/SIMULATED=no"], "but not /SIMULATED=no."),
+                                (["/FOO"], "but not /FOO."),
+                                (["word"], "but not word."),
+                                (["/ANSWERS=none"], "/ANSWERS= is followed by classic or standard"),
+                                ([r"/D=Q:\nodrive"], r"There is no Q: for the folder Q:\nodrive."),
+                                (["/D=folder"], "/D= is followed by the full path of a folder"),
+                                ([r"/D=C:\Vision Tools\NorvelTL"], "quotes")):
+            with self.subTest(options=options):
+                self.install(FAILED, *options)
+                [log] = self.machine.path(r"C:\users").rglob("NorvelTL-setup.log")
+                self.assertIn(reason, log.read_text("utf-16"))
+                log.unlink()
+        self.assertEqual(self.state(), untouched)
+
     def test_long_variables_survive(self):
         long = ("EXPAND_SZ", r"%SystemRoot%\system32;" + r"%ProgramFiles%\Other; C:\tw ice;;" * 300 + r"C:\last")
         before = self.machine.values(ENVIRONMENT)["PATH"]
