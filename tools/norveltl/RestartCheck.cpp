@@ -78,12 +78,13 @@ SRestart Restart(const CProducer& p, CStream& stream, const CCameraFacts& camera
     SRestart result;
     p.Call(p.DSFlushQueue, stream.Handle(), ACQ_QUEUE_ALL_DISCARD);
     marked.QueueAll();
-    // What comes before the start is old. A camera may fill it while it is looked at, so that the
-    // queues are put in order first.
+    // What comes before the start is old. It lies in both queues, and a camera could fill it while
+    // it is looked at: it is taken out of both, and queued once.
     if (stream.Wait(20ms)) {
         result.hasOld = true;
+        p.Call(p.DSFlushQueue, stream.Handle(), ACQ_QUEUE_ALL_DISCARD);
         p.Call(p.DSFlushQueue, stream.Handle(), ACQ_QUEUE_OUTPUT_DISCARD);
-        p.Call(p.DSFlushQueue, stream.Handle(), ACQ_QUEUE_ALL_TO_INPUT);
+        marked.QueueAll();
     }
     const CAcquisition acquisition(stream, camera);
     const Clock::time_point end = Clock::now() + kCheckPatience;
