@@ -57,10 +57,10 @@ class Failure(Exception):
 
 class Producer:
     def __init__(self, path):
-        self.library = ctypes.CDLL(str(path))
+        self.module = ctypes.CDLL(str(path))
 
     def __getattr__(self, name):
-        function = getattr(self.library, name)
+        function = getattr(self.module, name)
 
         def call(*arguments):
             code = function(*arguments)
