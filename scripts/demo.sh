@@ -50,6 +50,7 @@ show() {
 if [ "${1-}" = --gige ]; then
   namespaces=(--net --pid --fork --kill-child)
   [ "$(id -u)" -eq 0 ] || namespaces+=(--map-root-user)
+  unshare "${namespaces[@]}" true || { echo "demo: it needs a network namespace of its own (unshare --net)" >&2; exit 1; }
   export -f show
   # shellcheck disable=SC2016 # the shell inside is to expand it
   tool_line=${tool[*]} unshare "${namespaces[@]}" bash -euo pipefail -c '
@@ -57,7 +58,7 @@ if [ "${1-}" = --gige ]; then
     tool=($tool_line)
     coproc build/linux/tests/vision/camera_host 127.0.0.1 Demo
     read -r -u "${COPROC[0]}" _
-    show' || { echo "demo: it needs a network namespace of its own (unshare --net)" >&2; exit 1; }
+    show'
 else
   show
 fi
