@@ -305,8 +305,9 @@ Function CheckFolder
   ${Loop}
   StrCpy $1 $0 "" 4
   ${GetRoot} $1 $2
+  System::Call 'kernel32::GetDriveType(t "$2\") i .r3'
   ${If} $2 != ""
-  ${AndIfNot} ${FileExists} "$2\*.*"
+  ${AndIf} $3 == 1 ; no root folder, unlike that of an empty drive
     ${Fail} "There is no $2 for the folder $1." ${FAILED}
   ${ElseIf} $1 != $INSTDIR
   ${AndIf} $1 != "$INSTDIR\"
