@@ -17,6 +17,16 @@ constexpr Size kWord = 4;           // all accesses of GigE Vision are in words
 constexpr int kLargestSocketBuffer = 64 << 20;
 constexpr int kSmallestSocketBuffer = 1 << 20;
 
+// access(offset, size) answers a code, and is called for one piece after the other until one fails.
+template <class Access>
+Int32 InPieces(Size length, Access&& access) {
+    Int32 result = kSuccess;
+    for (Size offset = 0; offset < length && result == kSuccess; offset += kMostAtOnce) {
+        result = access(offset, std::min(length - offset, kMostAtOnce));
+    }
+    return result;
+}
+
 } // namespace
 
 CCamera::CCamera(ObjectPtr<ArvDevice> device, std::shared_ptr<void> place)
@@ -51,17 +61,10 @@ Int32 CCamera::Read(UInt64 address, void* destination, Size length) {
     if (address >= kXmlAddress) {
         return ReadXml(address - kXmlAddress, destination, length);
     }
-    auto* to = static_cast<char*>(destination);
-    while (length > 0) {
-        const Size piece = std::min(length, kMostAtOnce);
-        if (const Int32 result = ReadWire(address, to, piece); result != kSuccess) {
-            return result;
-        }
-        address += piece;
-        to += piece;
-        length -= piece;
-    }
-    return kSuccess;
+    auto* const to = static_cast<char*>(destination);
+    return InPieces(length, [&](Size offset, Size piece) {
+        return ReadWire(address + offset, to + offset, piece);
+    });
 }
 
 Int32 CCamera::Write(UInt64 address, const void* source, Size length) {
@@ -71,17 +74,10 @@ Int32 CCamera::Write(UInt64 address, const void* source, Size length) {
     if (address >= kXmlAddress) {
         return address - kXmlAddress < m_xml.size() ? kAccessDenied : kInvalidAddress;
     }
-    const auto* from = static_cast<const char*>(source);
-    while (length > 0) {
-        const Size piece = std::min(length, kMostAtOnce);
-        if (const Int32 result = WriteWire(address, from, piece); result != kSuccess) {
-            return result;
-        }
-        address += piece;
-        from += piece;
-        length -= piece;
-    }
-    return kSuccess;
+    const auto* const from = static_cast<const char*>(source);
+    return InPieces(length, [&](Size offset, Size piece) {
+        return WriteWire(address + offset, from + offset, piece);
+    });
 }
 
 Int32 CCamera::ReadXml(UInt64 offset, void* destination, Size length) const {
