@@ -200,6 +200,7 @@ public:
             throw;
         }
     }
+    // Of what cannot be open already.
     template <class M, class Prepare>
     M& Open(void* first, SModule* parent, Prepare&& prepare) {
         return *OpenOnce<M>(first, parent, prepare, [](const M&) { return false; });

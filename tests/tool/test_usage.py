@@ -35,6 +35,7 @@ class WrongUsage(ToolTest):
         self.wrong(f"--plot: {reason}", "grab", "Left", "-n", "1", "--plot", "")
         self.wrong(f"--output: {reason}", "xml", "port:Left", "-o", "")
         self.wrong(f"--cti: {reason}", "list", "--cti", "")
+        self.wrong(f"--junit: {reason}", "check", "--junit", "")
 
     def test_types_that_exclude_each_other(self):
         for one, other in (("--u32", "--i32"), ("--f64", "--string")):

@@ -236,6 +236,7 @@ void AddCheck(CLI::App& app, SCommandLine& line) {
     check
         ->add_option("--junit", line.check.junit,
                      "Write the findings into this file too, as JUnit XML")
+        ->check(CheckNotEmpty)
         ->type_name("FILE");
 }
 
