@@ -1,0 +1,25 @@
+// The commands that list, read, write and execute a camera's features.
+#pragma once
+
+#include "terminal/Error.h"
+
+#include <string>
+#include <vector>
+
+namespace norveltl {
+
+struct SFeatureOptions {
+    std::string device; // as ChooseDevice takes it
+    std::vector<std::string> names;
+    bool json = false;
+};
+
+// All features, or those that are named.
+EExitCode ListFeatures(const std::string& cti, const SFeatureOptions& options);
+// The value alone for one name, NAME=VALUE lines for several.
+EExitCode GetFeatures(const std::string& cti, const SFeatureOptions& options);
+// The names are assignments, which are done in their order.
+EExitCode SetFeatures(const std::string& cti, const SFeatureOptions& options);
+EExitCode ExecuteCommands(const std::string& cti, const SFeatureOptions& options);
+
+} // namespace norveltl

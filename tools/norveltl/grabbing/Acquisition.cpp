@@ -1,0 +1,89 @@
+#include "grabbing/Acquisition.h"
+
+#include "terminal/Console.h"
+
+#include <limits>
+#include <utility>
+
+namespace norveltl {
+
+CCameraFacts::CCameraFacts(const CProducer& producer, DEV_HANDLE device) {
+    try {
+        m_features.emplace(producer, RemotePort(producer, device));
+    } catch (const std::runtime_error& error) {
+        m_reason = error.what();
+    }
+}
+
+void CCameraFacts::Set(const std::vector<std::string>& assignments) const {
+    for (const std::string& text : assignments) {
+        const auto [name, value] = ParseAssignment(text);
+        if (!m_features) {
+            throw CToolError(name + " cannot be set: " + m_reason);
+        }
+        m_features->Set(name, value);
+    }
+}
+
+uint64_t CCameraFacts::PayloadSize() const {
+    const std::string known = "the image size is not known: the stream does not tell it, and ";
+    if (!m_features) {
+        throw CToolError(known + m_reason);
+    }
+    try {
+        const int64_t size = m_features->ReadInteger("PayloadSize");
+        if (size > 0) {
+            return static_cast<uint64_t>(size);
+        }
+        throw CToolError("PayloadSize is " + std::to_string(size));
+    } catch (const std::runtime_error& error) {
+        throw CToolError(known + error.what());
+    }
+}
+
+SImageFormat CCameraFacts::Format() const {
+    SImageFormat format;
+    if (!m_features) {
+        return format;
+    }
+    const auto attempt = [](auto read) {
+        try {
+            read();
+        } catch (const std::runtime_error& error) {
+            Note(error.what());
+        }
+    };
+    attempt([&] { format.width = Extent("Width"); });
+    attempt([&] { format.height = Extent("Height"); });
+    attempt([&] { format.pixelFormat = m_features->ReadEnumeration("PixelFormat"); });
+    return format;
+}
+
+uint32_t CCameraFacts::Extent(const char* feature) const {
+    const int64_t value = m_features->ReadInteger(feature);
+    if (value < 1 || value > std::numeric_limits<uint32_t>::max()) {
+        throw CToolError(std::string(feature) + " is " + std::to_string(value));
+    }
+    return static_cast<uint32_t>(value);
+}
+
+CAcquisition::CAcquisition(CStream& stream, const CCameraFacts& camera)
+    : m_stream(stream), m_camera(camera) {
+    m_stream.Start();
+    if (m_camera.Has("AcquisitionStart")) {
+        m_camera.Execute("AcquisitionStart");
+    }
+}
+
+CAcquisition::~CAcquisition() {
+    try {
+        if (m_camera.Has("AcquisitionStop")) {
+            m_camera.Execute("AcquisitionStop");
+        }
+    } catch (const std::exception& error) {
+        ReportError(error.what());
+    }
+    m_stream.Stop();
+}
+
+} // namespace norveltl

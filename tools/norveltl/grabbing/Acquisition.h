@@ -1,0 +1,51 @@
+// A camera while it delivers images: what its features say about them, and its start and stop.
+#pragma once
+
+#include "files/Image.h"
+#include "grabbing/Stream.h"
+#include "producers/Features.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace norveltl {
+
+// What the camera's own features say, with the reasons why some of it may be missing.
+class CCameraFacts {
+public:
+    CCameraFacts(const CProducer& producer, DEV_HANDLE device);
+
+    bool Has(const char* feature) const { return m_features && m_features->Has(feature); }
+    void Execute(const char* command) const { m_features->Execute(command); }
+    // Why there are no features at all; empty when there are.
+    const std::string& Reason() const { return m_reason; }
+    // Each "NAME=VALUE"; throws CToolError for what cannot be done.
+    void Set(const std::vector<std::string>& assignments) const;
+
+    uint64_t PayloadSize() const;
+    // Fields that cannot be read stay 0 or empty; each is told about once.
+    SImageFormat Format() const;
+
+private:
+    uint32_t Extent(const char* feature) const;
+
+    std::optional<CFeatures> m_features;
+    std::string m_reason;
+};
+
+// Acquires as long as it lives: starts the stream first and the camera second, and the reverse at
+// the end. In between, the camera keeps what the payload depends on.
+class CAcquisition {
+public:
+    CAcquisition(CStream& stream, const CCameraFacts& camera);
+    ~CAcquisition();
+    CAcquisition(const CAcquisition&) = delete;
+    CAcquisition& operator=(const CAcquisition&) = delete;
+
+private:
+    CStream& m_stream;
+    const CCameraFacts& m_camera;
+};
+
+} // namespace norveltl

@@ -1,0 +1,175 @@
+#include "grabbing/GrabLoop.h"
+
+#include "terminal/Console.h"
+
+#include <algorithm>
+#include <sstream>
+#include <utility>
+
+namespace norveltl {
+
+namespace {
+
+// Short enough to notice an interruption, since no producer must end a wait early.
+constexpr std::chrono::milliseconds kWaitSlice{250};
+constexpr size_t kMaxStatistics = 1'000'000;
+// Of images that wait to be written.
+constexpr size_t kWriteQueueBytes = size_t{256} << 20;
+constexpr uint64_t kDefaultCount = 100;
+
+std::optional<uint64_t> CountOf(const SGrabOptions& options) {
+    return options.count || options.seconds ? options.count : kDefaultCount;
+}
+
+EFileFormat FileFormatOf(const std::string& name) {
+    return name == "raw" ? EFileFormat::Raw : name == "pgm" ? EFileFormat::Pgm : EFileFormat::Png;
+}
+
+std::string FormatSeconds(double seconds) {
+    std::ostringstream text;
+    text << seconds << " s";
+    return text.str();
+}
+
+// The number's meaning depends on the namespace: only the two that share their numbers are named.
+std::string PixelFormatOf(const CStream& stream, BUFFER_HANDLE buffer) {
+    constexpr uint64_t kGigEVision = 1, kPfnc32Bit = 4;
+    const auto value = stream.Info(buffer, BUFFER_INFO_PIXELFORMAT);
+    const uint64_t nameSpace =
+        stream.Info(buffer, BUFFER_INFO_PIXELFORMAT_NAMESPACE).value_or(kPfnc32Bit);
+    if (!value || (nameSpace != kGigEVision && nameSpace != kPfnc32Bit)) {
+        return "";
+    }
+    return PixelFormatName(*value).value_or("");
+}
+
+} // namespace
+
+CGrabLoop::CGrabLoop(CStream& stream, const CCameraFacts& camera, const SGrabOptions& options)
+    : m_stream(stream), m_options(options), m_count(CountOf(options)) {
+    if (options.stats || !options.plot.empty()) {
+        m_statistics.emplace(std::min<uint64_t>(m_count.value_or(kMaxStatistics), kMaxStatistics));
+    }
+    if (!options.folder.empty()) {
+        m_writer.emplace(PathFromUtf8(options.folder), FileFormatOf(options.format),
+                         kWriteQueueBytes, ExistingOf(options));
+        m_cameraFormat = camera.Format();
+    }
+}
+
+bool CGrabLoop::IsDone(Clock::duration elapsed) const {
+    return (m_count && m_totals.numDelivered >= *m_count) ||
+           (m_options.seconds && elapsed >= std::chrono::duration<double>(*m_options.seconds));
+}
+
+double CGrabLoop::ShareDone(const SProgress& state, Clock::duration elapsed) const {
+    double share = 0;
+    if (m_count) {
+        share = static_cast<double>(state.numImages) / static_cast<double>(*m_count);
+    }
+    if (m_options.seconds) {
+        share =
+            std::max(share, std::chrono::duration<double>(elapsed).count() / *m_options.seconds);
+    }
+    return share;
+}
+
+SProgress CGrabLoop::State() {
+    SProgress state{m_totals.numDelivered, m_totals.numBytes,
+                    m_stream.Info(STREAM_INFO_NUM_UNDERRUN),
+                    m_stream.Info(STREAM_INFO_NUM_AWAIT_DELIVERY), std::nullopt};
+    if (m_writer) {
+        state.numToWrite = m_writer->NumQueued();
+    }
+    return state;
+}
+
+void CGrabLoop::Run() {
+    CProgress progress([this](const SProgress& s, Clock::duration e) { return ShareDone(s, e); },
+                       [this] { return State(); }, m_options.json);
+    const Clock::time_point begin = Clock::now();
+    Clock::time_point now = begin;
+    Clock::time_point lastImage = begin;
+    while (!IsDone(now - begin) && !Interrupted()) {
+        auto* const buffer = m_stream.Wait(kWaitSlice);
+        now = Clock::now();
+        if (buffer || m_totals.numDelivered == 0) {
+            m_totals.duration = now - begin;
+        }
+        if (buffer) {
+            lastImage = now;
+            Take(buffer, now);
+        } else if (now - lastImage > std::chrono::duration<double>(m_options.timeoutSeconds)) {
+            throw CToolError(SilenceText());
+        }
+        progress.Update(now);
+    }
+    progress.Finish();
+    m_totals.numLost = m_stream.Info(STREAM_INFO_NUM_UNDERRUN);
+}
+
+void CGrabLoop::Finish() {
+    if (!m_totals.numLost) {
+        m_totals.numLost = m_stream.Info(STREAM_INFO_NUM_UNDERRUN);
+    }
+    if (m_writer) {
+        m_writer->Finish();
+    }
+}
+
+// An incomplete image does not count as one of those that were asked for, and is not written.
+void CGrabLoop::Take(BUFFER_HANDLE buffer, Clock::time_point arrival) {
+    if (m_stream.IsIncomplete(buffer)) {
+        ++m_totals.numIncomplete;
+        m_stream.Queue(buffer);
+        return;
+    }
+    ++m_totals.numDelivered;
+    m_totals.numBytes += m_stream.NumFilled(buffer);
+    if (m_statistics) {
+        m_statistics->Add(arrival, m_stream.Info(buffer, BUFFER_INFO_TIMESTAMP).value_or(0));
+    }
+    std::optional<SImage> image;
+    if (m_writer) {
+        image = Copy(buffer);
+    }
+    m_stream.Queue(buffer);
+    if (image) {
+        m_writer->Add(std::move(*image));
+    }
+}
+
+std::optional<SImage> CGrabLoop::Copy(BUFFER_HANDLE buffer) {
+    const std::span<const uint8_t> bytes = m_stream.Bytes(buffer);
+    if (!m_writer->HasRoom(bytes.size())) {
+        return std::nullopt;
+    }
+    return SImage{m_totals.numDelivered, FormatOf(buffer), {bytes.begin(), bytes.end()}};
+}
+
+SImageFormat CGrabLoop::FormatOf(BUFFER_HANDLE buffer) const {
+    SImageFormat format = m_cameraFormat;
+    const auto width = m_stream.Info(buffer, BUFFER_INFO_WIDTH);
+    const auto height = m_stream.Info(buffer, BUFFER_INFO_HEIGHT);
+    if (width && height) {
+        format.width = static_cast<uint32_t>(*width);
+        format.height = static_cast<uint32_t>(*height);
+    }
+    if (std::string name = PixelFormatOf(m_stream, buffer); !name.empty()) {
+        format.pixelFormat = std::move(name);
+    }
+    format.linePadding =
+        static_cast<size_t>(m_stream.Info(buffer, BUFFER_INFO_XPADDING).value_or(0));
+    return format;
+}
+
+std::string CGrabLoop::SilenceText() const {
+    std::string text = "no image came within " + FormatSeconds(m_options.timeoutSeconds);
+    if (m_stream.Info(STREAM_INFO_IS_GRABBING) == uint64_t{0}) {
+        text += ", and the stream has stopped by itself";
+    }
+    return text +
+           "\n  Check that the camera is not waiting for a trigger; --timeout sets the time.";
+}
+
+} // namespace norveltl

@@ -1,0 +1,38 @@
+// What a user asks of a grab.
+#pragma once
+
+#include "files/OutputFile.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace norveltl {
+
+struct SGrabOptions {
+    std::string device;
+    bool first = false;
+    // How many images, and how long; 100 images when neither is given.
+    std::optional<uint64_t> count;
+    std::optional<double> seconds;
+    // Where images are written, or beside it where an earlier run's are; empty for nowhere.
+    std::string folder;
+    // Whether the files of an earlier run are replaced.
+    bool force = false;
+    std::string format = "png"; // or "pgm" or "raw"
+    size_t numBuffers = 8;
+    // How long a grab goes on without any image.
+    double timeoutSeconds = 5;
+    std::vector<std::string> settings; // "NAME=VALUE", done first
+    bool stats = false;
+    std::string plot; // the file for a plot of the intervals; empty for none
+    bool json = false;
+};
+
+inline EExisting ExistingOf(const SGrabOptions& options) {
+    return options.force ? EExisting::Replace : EExisting::Keep;
+}
+
+} // namespace norveltl

@@ -1,0 +1,143 @@
+#include "producers/Modules.h"
+
+#include "terminal/Console.h"
+
+#include <array>
+#include <utility>
+
+namespace norveltl {
+
+namespace {
+
+constexpr std::array<std::pair<const char*, EModule>, 5> kNames{{
+    {"system", EModule::System},
+    {"interface", EModule::Interface},
+    {"device", EModule::Device},
+    {"port", EModule::Port},
+    {"stream", EModule::Stream},
+}};
+
+struct SInterfaceChoice {
+    const CSystem* system;
+    const SInterface* interface_;
+};
+
+std::string IdsOf(const std::vector<SInterfaceChoice>& choices) {
+    std::string ids;
+    for (const SInterfaceChoice& choice : choices) {
+        ids += "\n  interface:" + Printable(choice.interface_->id);
+    }
+    return ids;
+}
+
+SInterfaceChoice ChooseInterface(const SSystems& systems, const std::string& id) {
+    std::vector<SInterfaceChoice> all;
+    std::vector<SInterfaceChoice> matching;
+    for (const auto& system : systems.open) {
+        for (const SInterface& interface_ : system->Interfaces()) {
+            all.push_back({system.get(), &interface_});
+            if (id.empty() || interface_.id == id) {
+                matching.push_back(all.back());
+            }
+        }
+    }
+    if (matching.empty()) {
+        throw CToolError(all.empty() ? "found no interface"
+                                     : "no interface is named \"" + Printable(id) +
+                                           "\"; there are:" + IdsOf(all),
+                         kNothingFound);
+    }
+    if (matching.size() > 1) {
+        throw CToolError("several interfaces can be meant; name one of them:" + IdsOf(matching),
+                         kWrongUsage);
+    }
+    if (!matching.front().interface_->handle) {
+        throw CToolError(matching.front().interface_->error);
+    }
+    return matching.front();
+}
+
+const CSystem& ChooseSystem(const SSystems& systems) {
+    if (systems.open.size() == 1) {
+        return *systems.open.front();
+    }
+    std::string paths;
+    for (const auto& system : systems.open) {
+        paths += "\n  --cti " + Utf8FromPath(system->Producer().Path());
+    }
+    throw CToolError("several producers can be meant; choose one:" + paths, kWrongUsage);
+}
+
+} // namespace
+
+SModuleName ParseModuleName(const std::string& text) {
+    const size_t colon = text.find(':');
+    const std::string name = text.substr(0, colon);
+    const std::string id = colon == std::string::npos ? "" : text.substr(colon + 1);
+    for (const auto& [known, module] : kNames) {
+        if (name == known && (module != EModule::System || id.empty())) {
+            return {module, id};
+        }
+    }
+    throw CToolError("\"" + Printable(text) +
+                         "\" is no module: there are system, interface:ID, device:ID, port:ID "
+                         "and stream:ID",
+                     kWrongUsage);
+}
+
+const char* SModule::Name() const {
+    for (const auto& [name, known] : kNames) {
+        if (known == module) {
+            return name;
+        }
+    }
+    return "";
+}
+
+CModulePath::CModulePath(const SSystems& systems, const SModuleName& name) {
+    if (name.module == EModule::System) {
+        m_system = &ChooseSystem(systems);
+        m_modules = {
+            {EModule::System, m_system->Info(TL_INFO_ID).value_or(""), m_system->Handle()}};
+        return;
+    }
+    SChoice choice{};
+    if (name.module == EModule::Interface) {
+        const SInterfaceChoice chosen = ChooseInterface(systems, name.id);
+        choice = {chosen.system, chosen.interface_, nullptr};
+    } else {
+        choice = ChooseDevice(systems, name.id, false);
+    }
+    m_system = choice.system;
+    m_modules = {{EModule::System, m_system->Info(TL_INFO_ID).value_or(""), m_system->Handle()},
+                 {EModule::Interface, choice.interface_->id, choice.interface_->handle->Get()}};
+    if (choice.device) {
+        OpenBelow(choice, name.module);
+    }
+}
+
+CModulePath::~CModulePath() {
+    while (!m_handles.empty()) {
+        m_handles.pop_back();
+    }
+}
+
+void CModulePath::OpenBelow(const SChoice& choice, EModule target) {
+    const CProducer& p = Producer();
+    m_handles.push_back(OpenDevice(choice));
+    DEV_HANDLE device = m_handles.back().Get();
+    m_modules.push_back({EModule::Device, choice.device->id, device});
+    if (target == EModule::Device) {
+        return;
+    }
+    m_modules.push_back({EModule::Port, choice.device->id, RemotePort(p, device)});
+    if (target == EModule::Port) {
+        return;
+    }
+    m_handles.push_back(OpenFirstStream(p, device));
+    DS_HANDLE stream = m_handles.back().Get();
+    const auto id = QueryText(CProducer::Query(p.DSGetInfo, stream, STREAM_INFO_ID));
+    m_modules.push_back({EModule::Stream, id.value_or(""), stream});
+}
+
+} // namespace norveltl
