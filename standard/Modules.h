@@ -100,7 +100,7 @@ struct SStream : SModule {
     }
 };
 
-// Two lines of the processor's cache, both of which a delivery touches.
+// Two lines of the processor's cache: a delivery reads the first, and writes both.
 struct alignas(64) SBuffer : SModule {
     static constexpr EKind kKind = EKind::Buffer;
     SBuffer() : SModule(kKind) {}
@@ -110,13 +110,13 @@ struct alignas(64) SBuffer : SModule {
     std::atomic<bool> isEmpty{false};
     // Of the image in the buffer.
     std::atomic<bool> hasImage{false};
-    CGeometry geometry;
     // The image waits since an earlier acquisition, and has its geometry already.
     std::atomic<bool> isOlder{false};
-    std::atomic<std::uint64_t> frameId{0};
-    std::atomic<std::uint64_t> timestamp{0}; // nanoseconds
     // The consumer's; the first module gets the record's address in its place.
     std::atomic<void*> user{nullptr};
+    CGeometry geometry;
+    std::atomic<std::uint64_t> frameId{0};
+    std::atomic<std::uint64_t> timestamp{0}; // nanoseconds
     std::atomic<std::size_t> size{0};
 
     void Reset(void* itsUser, std::size_t itsSize) {
