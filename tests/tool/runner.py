@@ -1,6 +1,9 @@
 """Runs cases of the Python tests and reports them as scripts/summarise.py expects."""
+import concurrent.futures
+import io
 import os
 import pathlib
+import sys
 import time
 import unittest
 import xml.etree.ElementTree as xml
@@ -57,9 +60,32 @@ def report_path(script):
     return pathlib.Path(folder.removeprefix("Z:")) / (pathlib.Path(script).stem + ".xml")
 
 
+def cases_of(suite):
+    """The cases of a suite and of those in it; what cannot be loaded is a case that fails."""
+    return [case for part in suite for case in (cases_of(part) if isinstance(part, unittest.TestSuite) else [part])]
+
+
+def run_beside_others(case):
+    """Runs one case and prints what came of it at once, so that others may run meanwhile."""
+    out = io.StringIO()
+    result = unittest.TextTestRunner(stream=out, resultclass=Result, verbosity=2).run(case)
+    print(f"{case} ... ok" if result.wasSuccessful() else out.getvalue(), file=sys.stderr, flush=True)
+    return result
+
+
 def run(suite, script):
-    """Runs the cases of a script and writes their report; answers the exit code."""
-    result = unittest.TextTestRunner(resultclass=Result, verbosity=2).run(suite)
+    """Runs the cases of a script and writes their report; answers the exit code. Those of a class that mostly_waits
+    run side by side, and before the others, which a busy machine could mislead."""
+    waiting, busy = [], []
+    for case in cases_of(suite):
+        (waiting if getattr(case, "mostly_waits", False) else busy).append(case)
+    with concurrent.futures.ThreadPoolExecutor(2 * os.cpu_count()) as pool:
+        results = list(pool.map(run_beside_others, waiting))
+    results.append(unittest.TextTestRunner(resultclass=Result, verbosity=2).run(unittest.TestSuite(busy)))
     if path := report_path(script):
-        xml.ElementTree(result.suite).write(path)
-    return 0 if result.wasSuccessful() and result.testsRun > 0 and not result.skipped else 1
+        report = xml.Element("testsuites")
+        for result in results:
+            report.extend(result.suite)
+        xml.ElementTree(report).write(path)
+    went_well = all(result.wasSuccessful() and not result.skipped for result in results)
+    return 0 if went_well and sum(result.testsRun for result in results) > 0 else 1

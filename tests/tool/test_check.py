@@ -1,4 +1,7 @@
 """check: how a producer is judged, and what is told of it to people and to programs."""
+import concurrent.futures
+import json
+import os
 import re
 import xml.etree.ElementTree as xml
 
@@ -10,7 +13,11 @@ def world(*faults, **camera):
             "faults": list(faults)}
 
 
-class Checking(ToolTest):
+class CheckTest(ToolTest):
+    mostly_waits = True
+
+
+class Checking(CheckTest):
     def test_the_deviations_that_are_known(self):
         self.assert_golden(self.done("check").out, "check.txt")
 
@@ -42,7 +49,7 @@ class Checking(ToolTest):
         self.done("check", world=WORLDS / "small.json")
 
 
-class JUnit(ToolTest):
+class JUnit(CheckTest):
     def report(self, *arguments, **options):
         """The exit code, the suite, and of each case that is wrong its name, kind, type and message."""
         answer = self.run_tool(*arguments, "check", "--junit", native(self.folder / "report.xml"), **options)
@@ -85,7 +92,7 @@ class JUnit(ToolTest):
                 self.assertTrue(answer.out.endswith(" 0 failed\n"), answer.out)
 
 
-class Cameras(ToolTest):
+class Cameras(CheckTest):
     """Cameras that fail below the producer."""
 
     def check_fails(self, what, world_):
@@ -145,12 +152,17 @@ MUTATIONS = {
 }
 
 
-class Mutations(ToolTest):
+class Mutations(CheckTest):
     """Other producers: the standard module with one answer changed."""
+
+    def setUp(self):
+        super().setUp()
+        self.world = self.folder / "cameras.json"
+        self.world.write_text(json.dumps(world(frameRate=200)))
 
     def check(self, name, mutation):
         variables = {"NORVELTL_TEST_PRODUCER": native(standard_module()), "NORVELTL_TEST_MUTATION": mutation}
-        return self.run_tool("--cti", producer(name), "check", "--json", world=world(frameRate=200),
+        return self.run_tool("--cti", producer(name), "check", "--json", world=self.world,
                              variables=variables)
 
     def test_nothing_is_wrong(self):
@@ -158,9 +170,11 @@ class Mutations(ToolTest):
         self.assertEqual((answer["deviates"], answer["failed"]), (0, 0))
 
     def test_each_wrong_answer_is_found(self):
-        for mutation, expected in MUTATIONS.items():
+        with concurrent.futures.ThreadPoolExecutor(os.cpu_count()) as pool:
+            answers = pool.map(lambda mutation: self.check("forwarding", mutation), MUTATIONS)
+        for (mutation, expected), judged in zip(MUTATIONS.items(), answers):
             with self.subTest(mutation=mutation):
-                findings = self.check("forwarding", mutation).json()["findings"]
+                findings = judged.json()["findings"]
                 found = {(finding["check"], finding["answer"]) for finding in findings
                          if finding["verdict"] == "deviates"}
                 self.assertEqual(bool(found), bool(expected), found)
@@ -174,7 +188,7 @@ class Mutations(ToolTest):
         self.assertEqual((answer.code, failed), (FAILED, ["an image ends an infinite wait"]))
 
 
-class Lacking(ToolTest):
+class Lacking(CheckTest):
     """A producer without some of the functions."""
 
     missing = ["DSClose", "DSGetBufferPartInfo", "EventKill", "GCGetNumPortURLs", "GCGetPortInfo", "GCReadPortStacked"]

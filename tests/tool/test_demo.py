@@ -8,6 +8,8 @@ from harness import SOURCES, Setting, ToolTest
 class Demo(ToolTest):
     """Runs the script in a folder of its own, where everything is built already."""
 
+    mostly_waits = True
+
     def setUp(self):
         super().setUp()
         target = "windows" if Setting.is_windows else "linux"
