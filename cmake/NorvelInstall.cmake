@@ -28,6 +28,27 @@ if(camera_library)
 endif()
 
 add_custom_target(product DEPENDS norveltl NorvelTL40 NorvelTL40-standard ${camera_library})
+set(tool_dir ${module_dir})
+if(NORVELTL_VISION)
+  # The same module with the library for real cameras, in a folder of its own; the tool that users call is this one.
+  set(tool_dir ${module_dir}/vision)
+  install(TARGETS norveltl NorvelTL40 optivo_vision
+          RUNTIME DESTINATION ${tool_dir} COMPONENT product
+          LIBRARY DESTINATION ${tool_dir} COMPONENT product NAMELINK_SKIP)
+  install(TARGETS NorvelTL40-standard LIBRARY DESTINATION ${tool_dir}/standard COMPONENT product)
+  install(FILES packaging/70-norveltl-usb3-vision.rules DESTINATION lib/udev/rules.d COMPONENT product)
+  # Shells read it in /etc alone, which belongs to the prefix /usr.
+  install(CODE "
+    set(profile \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/etc/profile.d/norveltl.sh\")
+    if(CMAKE_INSTALL_PREFIX STREQUAL \"/usr\")
+      set(profile \"\$ENV{DESTDIR}/etc/profile.d/norveltl.sh\")
+    endif()
+    set(module_dir \"\${CMAKE_INSTALL_PREFIX}/${module_dir}\")
+    configure_file(\"${PROJECT_SOURCE_DIR}/packaging/norveltl.sh.in\" \"\${profile}\" @ONLY)
+    file(CHMOD \"\${profile}\" PERMISSIONS OWNER_READ OWNER_WRITE GROUP_READ WORLD_READ)"
+          COMPONENT product)
+  add_dependencies(product vision)
+endif()
 if(WIN32)
   add_dependencies(product norveltl-environment)
 endif()
@@ -53,7 +74,7 @@ else()
   # The tool looks for the module beside itself.
   install(CODE "
     file(MAKE_DIRECTORY \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/bin\")
-    file(CREATE_LINK ../${module_dir}/norveltl \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/bin/norveltl\" SYMBOLIC)"
+    file(CREATE_LINK ../${tool_dir}/norveltl \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/bin/norveltl\" SYMBOLIC)"
           COMPONENT product)
 endif()
 
@@ -82,15 +103,24 @@ if(NOT WIN32)
   set(CPACK_PACKAGE_DIRECTORY ${PROJECT_SOURCE_DIR}/build/package)
   set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}, as a development build")
   set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
-  set(CPACK_PACKAGE_DESCRIPTION
-"Programs find the module by its folder /usr/lib/norveltl in the environment
-variable GENICAM_GENTL64_PATH, which this package leaves to its users. For
-programs that rely on the answers of the GenICam GenTL standard, name the
-folder /usr/lib/norveltl/standard instead: its module gives them.")
+  set(description
+"Programs find the module by its folder in the environment variable
+GENICAM_GENTL64_PATH: /usr/lib/norveltl has the simulated cameras.")
+  if(NORVELTL_VISION)
+    string(APPEND description "
+/usr/lib/norveltl/vision has real ones, GigE Vision and USB3 Vision, and
+stands in the variable after the next login, by a file in /etc/profile.d.")
+    file(WRITE ${CMAKE_BINARY_DIR}/conffiles "/etc/profile.d/norveltl.sh\n")
+    set(CPACK_DEBIAN_PACKAGE_CONTROL_EXTRA ${CMAKE_BINARY_DIR}/conffiles)
+  endif()
+  string(APPEND description "
+For programs that rely on the answers of the GenICam GenTL standard, name
+the folder standard below it instead: its module gives them.")
+  set(CPACK_PACKAGE_DESCRIPTION ${description})
   set(CPACK_STRIP_FILES ON)
   set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
   set(CPACK_DEBIAN_PACKAGE_SECTION science)
   set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
-  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_RUNTIME_OUTPUT_DIRECTORY})
+  set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_RUNTIME_OUTPUT_DIRECTORY} ${CMAKE_BINARY_DIR}/vision)
   include(CPack)
 endif()

@@ -51,6 +51,7 @@ build_in() {
   mkdir "$1/out/programs"
   cp "$build"/windows/bin/{{NorvelTL40,standard/NorvelTL40-standard}.cti,norveltl.exe,Optivo40.dll} "$1/out/programs"
   cp "$build"/linux/bin/{{NorvelTL40,standard/NorvelTL40-standard}.cti,norveltl,libOptivo40.so} \
+    "$build/linux/vision/libOptivo40.so" \
     "$1/out/programs" --backup=numbered
 }
 

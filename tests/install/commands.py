@@ -34,3 +34,24 @@ class CommandTest(unittest.TestCase):
         prefix = self.folder / "Some where"
         self.done("cmake", "--install", self.build, "--prefix", prefix)
         return prefix
+
+    def alone(self, *command, **options):
+        """Runs it in a network of its own, where the search for cameras leaves nothing of the machine."""
+        as_root = [] if os.geteuid() == 0 else ["--map-root-user"]
+        return self.run_command("unshare", *as_root, "--net", "sh", "-euc", 'ip link set lo up; exec "$@"', "sh", *command,
+                                **options)
+
+    def package_in(self, name):
+        """The .deb, made in the folder of that name."""
+        folder = self.folder / name
+        folder.mkdir()
+        self.done(SOURCES / "packaging/debian.sh", self.build, folder, environment={"SOURCE_DATE_EPOCH": "1700000000"})
+        package = folder / "norveltl_4.0.1.0_amd64.deb"
+        self.assertEqual(list(folder.iterdir()), [package])
+        return package
+
+    def unpacked(self):
+        """The root of what the .deb holds, and the .deb."""
+        package = self.package_in("package")
+        self.done("dpkg-deb", "--extract", package, self.folder / "root")
+        return self.folder / "root", package

@@ -8,7 +8,12 @@ from commands import SOURCES, CommandTest
 EXPECTED = ["bin/norveltl", "include/GenTL/GenTL.h", "lib/cmake/NorvelTL/NorvelTLConfig.cmake",
             "lib/cmake/NorvelTL/NorvelTLConfigVersion.cmake", "lib/cmake/NorvelTL/NorvelTLTargets.cmake",
             "lib/norveltl/NorvelTL40.cti", "lib/norveltl/libOptivo40.so", "lib/norveltl/norveltl",
-            "lib/norveltl/standard/NorvelTL40-standard.cti", "lib/pkgconfig/norveltl.pc", "share/bash-completion/completions/norveltl", "share/man/man1/norveltl.1"]
+            "lib/norveltl/standard/NorvelTL40-standard.cti", "lib/norveltl/vision/NorvelTL40.cti",
+            "lib/norveltl/vision/libOptivo40.so", "lib/norveltl/vision/norveltl",
+            "lib/norveltl/vision/standard/NorvelTL40-standard.cti", "lib/pkgconfig/norveltl.pc",
+            "lib/udev/rules.d/70-norveltl-usb3-vision.rules", "share/bash-completion/completions/norveltl",
+            "share/man/man1/norveltl.1"]
+PROFILE = "etc/profile.d/norveltl.sh"
 
 
 def files_in(folder):
@@ -19,14 +24,15 @@ class Installing(CommandTest):
     def test_the_files(self):
         files = files_in(self.installed())
         documents = [name for name in files if name.startswith("share/doc/norveltl/")]
-        self.assertEqual([name for name in files if name not in documents], EXPECTED)
+        self.assertEqual([name for name in files if name not in documents], sorted([*EXPECTED, PROFILE]))
         for name in ("LICENSE", "copyright", "README.md", "CHANGELOG.md", "CONTRIBUTING.md", "SECURITY.md",
                      "licences/Boost.txt", "docs/norveltl.md", "docs/worlds/small.json"):
             self.assertIn("share/doc/norveltl/" + name, documents)
 
     def test_the_tool_finds_the_module(self):
         prefix = self.installed()
-        self.assertTrue(self.done(prefix / "bin/norveltl", "list").startswith(f"{prefix}/lib/norveltl/NorvelTL40.cti\n"))
+        listed = self.done(prefix / "lib/norveltl/norveltl", "list")
+        self.assertEqual(listed.splitlines()[0], f"{prefix}/lib/norveltl/NorvelTL40.cti")
         self.assertEqual(self.done(prefix / "bin/norveltl", "--version"), "norveltl 4.0.1.0\n")
 
     def test_the_standard_module_finds_the_first(self):
@@ -80,28 +86,18 @@ class Installing(CommandTest):
 
 
 class Debian(CommandTest):
-    def package_in(self, name):
-        folder = self.folder / name
-        folder.mkdir()
-        self.done(SOURCES / "packaging/debian.sh", self.build, folder, environment={"SOURCE_DATE_EPOCH": "1700000000"})
-        self.assertEqual(files_in(folder), ["norveltl_4.0.1.0_amd64.deb"])
-        return folder / "norveltl_4.0.1.0_amd64.deb"
-
     def test_the_package(self):
-        package = self.package_in("one")
+        root, package = self.unpacked()
         fields = dict(re.findall(r"^ ?(\S+): (.*)$", self.done("dpkg-deb", "--info", package), re.M))
         self.assertEqual((fields["Package"], fields["Version"], fields["Architecture"]), ("norveltl", "4.0.1.0", "amd64"))
         self.assertIn("libboost-thread1.81.0", fields["Depends"])
-        self.done("dpkg-deb", "--extract", package, self.folder / "root")
-        usr = self.folder / "root/usr"
+        usr = root / "usr"
         self.assertEqual([name for name in files_in(usr) if not name.startswith("share/doc/norveltl/")], EXPECTED)
-        self.assertEqual(files_in(self.folder / "root"), ["usr/" + name for name in files_in(usr)])
-        self.assertTrue(self.done(usr / "bin/norveltl", "list").startswith(f"{usr}/lib/norveltl/NorvelTL40.cti\n"))
-        standard = usr / "lib/norveltl/standard"
-        listed = self.done(usr / "lib/norveltl/norveltl", "--cti", standard / "NorvelTL40-standard.cti", "list")
-        self.assertTrue(listed.startswith(f"{standard}/NorvelTL40-standard.cti\n"))
+        self.assertEqual(files_in(root), [PROFILE, *("usr/" + name for name in files_in(usr))])
         folders = re.findall(r"/usr/[\w/]+", self.done("dpkg-deb", "--field", package, "Description"))
-        self.assertEqual([self.folder / "root" / name[1:] for name in folders], [usr / "lib/norveltl", standard])
+        self.assertEqual(folders, ["/usr/lib/norveltl", "/usr/lib/norveltl/vision"])
+        for folder in folders:
+            self.assertTrue((root / folder[1:] / "standard/NorvelTL40-standard.cti").is_file(), folder)
 
     def test_the_same_build_makes_the_same_bytes(self):
         self.assertEqual(self.package_in("one").read_bytes(), self.package_in("another").read_bytes())
