@@ -13,12 +13,18 @@ if(CMAKE_CROSSCOMPILING)
   target_compile_definitions(norvel_boost INTERFACE BOOST_THREAD_USE_LIB BOOST_ALL_NO_LIB)
   add_library(norvel_headers INTERFACE)
   target_include_directories(norvel_headers SYSTEM INTERFACE ${NORVELTL_CROSS_PREFIX}/include)
+  # No DLL beside the products.
+  set(ZLIB_USE_STATIC_LIBS ON)
 else()
   find_package(Boost ${BOOST_VERSION_WANTED} REQUIRED COMPONENTS thread)
   add_library(norvel_boost INTERFACE)
   target_link_libraries(norvel_boost INTERFACE Boost::thread)
   add_library(norvel_headers INTERFACE)
 endif()
+
+find_package(ZLIB REQUIRED)
+add_library(norvel_zlib INTERFACE)
+target_link_libraries(norvel_zlib INTERFACE ZLIB::ZLIB)
 
 find_package(Threads REQUIRED)
 target_link_libraries(norvel_boost INTERFACE Threads::Threads)

@@ -2,6 +2,8 @@
 
 #include "genapi/Error.h"
 #include "genapi/Text.h"
+#include "genapi/UrlFile.h"
+#include "genapi/Zip.h"
 
 #include <algorithm>
 #include <exception>
@@ -19,28 +21,13 @@ struct SLocation {
     size_t length;
 };
 
-// Both numbers are hexadecimal; perhaps there is a query behind them.
-SLocation ParseUrl(const std::string& url) {
-    const auto fail = [&](const std::string& reason) {
-        return CError("the XML at \"" + Printable(url) + "\" cannot be read: " + reason);
-    };
-    std::string scheme = url.substr(0, url.find(':'));
-    std::transform(scheme.begin(), scheme.end(), scheme.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 32) : c; });
-    if (scheme != "local") {
-        throw fail("only descriptions in the module itself (\"Local:\") are supported");
-    }
-
-    const std::string rest = url.substr(0, url.find('?'));
+// Of "name;address;length". Both numbers are hexadecimal; a name may hold semicolons.
+SLocation ParseLocation(const std::string& rest) {
     const size_t last = rest.rfind(';');
     const size_t first =
         last == std::string::npos || last == 0 ? std::string::npos : rest.rfind(';', last - 1);
     if (first == std::string::npos) {
-        throw fail("it does not have the form Local:name;address;length");
-    }
-    const std::string name = rest.substr(0, first);
-    if (name.ends_with(".zip") || name.ends_with(".ZIP")) {
-        throw fail("zipped descriptions are not supported");
+        throw CError("it does not have the form Local:name;address;length");
     }
     const auto number = [](const std::string& text) {
         const std::string trimmed = Trim(text);
@@ -49,16 +36,16 @@ SLocation ParseUrl(const std::string& url) {
     const auto address = number(rest.substr(first + 1, last - first - 1));
     const auto length = number(rest.substr(last + 1));
     if (!address || !length) {
-        throw fail("its address or length is no hexadecimal number");
+        throw CError("its address or length is no hexadecimal number");
     }
     if (*length == 0 || *length > kMaxDescription) {
-        throw fail("a length of " + std::to_string(*length) + " bytes is not plausible");
+        throw CError("a length of " + std::to_string(*length) + " bytes is not plausible");
     }
     return {*address, static_cast<size_t>(*length)};
 }
 
 // Some modules give their description only as a whole, some ports only in pieces.
-std::string ReadFile(const SLocation& location, const SPort& port) {
+std::string ReadRegisters(const SLocation& location, const SPort& port) {
     std::string file(location.length, '\0');
     try {
         port.read(location.address, file.data(), file.size());
@@ -71,18 +58,43 @@ std::string ReadFile(const SLocation& location, const SPort& port) {
     return file;
 }
 
+std::string ReadUrl(const std::string& url, const SPort& port,
+                    const std::filesystem::path& folder) {
+    const size_t colon = url.find(':');
+    const std::string scheme = LowerCase(url.substr(0, colon));
+    const size_t begin = colon == std::string::npos ? url.size() : colon + 1;
+    const std::string rest = url.substr(begin, url.find('?', begin) - begin);
+    if (scheme == "local") {
+        return ReadRegisters(ParseLocation(rest), port);
+    }
+    if (scheme == "file") {
+        return ReadFile(PathOfUrl(rest, folder), kMaxDescription);
+    }
+    if (IsOnNetwork(url)) {
+        throw CError("it is on the network, from which nothing is read");
+    }
+    throw CError("only descriptions in the camera (\"Local:\") or in a file (\"File:\") are read");
+}
+
 // What the file says; ports fill it up with zeros.
 std::string XmlIn(const std::string& file) {
-    if (file.starts_with("PK\x03\x04")) {
-        throw CError("the XML is zipped, which is not supported");
-    }
-    return file.substr(0, file.find('\0'));
+    return IsZip(file) ? Unzip(file, kMaxDescription) : file.substr(0, file.find('\0'));
 }
 
 } // namespace
 
-std::string ReadDescription(const std::string& url, const SPort& port) {
-    return XmlIn(ReadFile(ParseUrl(url), port));
+bool IsOnNetwork(const std::string& url) {
+    const std::string scheme = LowerCase(url.substr(0, url.find(':')));
+    return scheme == "http" || scheme == "https" || scheme == "ftp";
+}
+
+std::string ReadDescription(const std::string& url, const SPort& port,
+                            const std::filesystem::path& folder) {
+    try {
+        return XmlIn(ReadUrl(url, port, folder));
+    } catch (const CError& error) {
+        throw CError("the XML at \"" + Printable(url) + "\" cannot be read: " + error.what());
+    }
 }
 
 } // namespace GenApi

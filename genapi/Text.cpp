@@ -16,6 +16,14 @@ std::string Trim(std::string_view text) {
     return std::string(text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1));
 }
 
+std::string LowerCase(std::string_view text) {
+    std::string lower(text);
+    for (char& c : lower) {
+        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    }
+    return lower;
+}
+
 std::optional<uint64_t> ParseUnsigned(std::string_view text, int base) {
     uint64_t value = 0;
     const char* end = text.data() + text.size();

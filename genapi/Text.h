@@ -9,6 +9,8 @@
 namespace GenApi {
 
 std::string Trim(std::string_view text);
+// ASCII only.
+std::string LowerCase(std::string_view text);
 std::optional<uint64_t> ParseUnsigned(std::string_view text, int base);
 std::string_view WithoutHexPrefix(std::string_view text);
 // Decimal with a sign, or hexadecimal with the prefix 0x; where stands in the error's text.

@@ -1,11 +1,12 @@
-// Takes the bytes for a camera's XML, or for a formula when they begin like none, and asks for
-// everything that there is to ask. Whatever they are, there is an answer or a CError, soon and with
-// little memory, and the same question finds the same answer.
+// Takes the bytes for a camera's XML, zipped if they begin like that, or for a formula when they
+// begin like neither, and asks for everything that there is to ask. Whatever they are, there is an
+// answer or a CError, soon and with little memory, and the same question finds the same answer.
 #include "Demand.h"
 
 #include "genapi/Error.h"
 #include "genapi/Formula.h"
 #include "genapi/NodeMap.h"
+#include "genapi/Zip.h"
 
 #include <array>
 #include <cstddef>
@@ -154,7 +155,13 @@ private:
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    const std::string text(reinterpret_cast<const char*>(data), size);
+    std::string text(reinterpret_cast<const char*>(data), size);
+    if (GenApi::IsZip(text)) {
+        const std::string zipped = text;
+        text = Answer([&] { return GenApi::Unzip(zipped, kMostBytes); });
+        Demand(text.size() <= kMostBytes + 2, "an archive unpacks to no more than is wanted");
+        text.erase(0, text.starts_with("= ") ? 2 : 0);
+    }
     if (!text.starts_with('<')) {
         AskFormula(text);
         return 0;

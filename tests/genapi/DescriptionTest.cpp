@@ -66,27 +66,23 @@ TEST_F(DescriptionTest, WhatIsRefused) {
                   std::string("the XML at \"") + url +
                       "\" cannot be read: it does not have the form Local:name;address;length");
     }
-    for (const char* url : {"", "a.xml;0;4", "File:///a.xml", "http://a/b.xml", "Loca:a;0;4"}) {
+    for (const char* url : {"", "a.xml;0;4", "gopher:a.xml", "Loca:a;0;4"}) {
         EXPECT_EQ(Refusal(url), std::string("the XML at \"") + url +
-                                    "\" cannot be read: only descriptions in the module itself "
-                                    "(\"Local:\") are supported");
+                                    "\" cannot be read: only descriptions in the camera "
+                                    "(\"Local:\") or in a file (\"File:\") are read");
+    }
+    for (const char* url : {"http://a/b.xml", "HTTPS://a/b.zip?SchemaVersion=1.1.0", "ftp:a.xml"}) {
+        EXPECT_EQ(Refusal(url), std::string("the XML at \"") + url +
+                                    "\" cannot be read: it is on the network, from which nothing "
+                                    "is read");
     }
     EXPECT_EQ(memory.numReads, 0U);
 }
 
 TEST_F(DescriptionTest, ControlCharactersOfAUrlAreNotShown) {
     EXPECT_EQ(Refusal("\x1B[31mred\n"),
-              "the XML at \"?[31mred?\" cannot be read: only descriptions "
-              "in the module itself (\"Local:\") are supported");
-}
-
-TEST_F(DescriptionTest, ZippedDescriptionsAreRefused) {
-    EXPECT_EQ(Refusal("Local:a.zip;0;4"), "the XML at \"Local:a.zip;0;4\" cannot be read: zipped "
-                                          "descriptions are not supported");
-    EXPECT_EQ(Refusal("Local:A.ZIP;0;4"), "the XML at \"Local:A.ZIP;0;4\" cannot be read: zipped "
-                                          "descriptions are not supported");
-    Put(0, "PK\x03\x04");
-    EXPECT_EQ(Refusal("Local:a.xml;0;10"), "the XML is zipped, which is not supported");
+              "the XML at \"?[31mred?\" cannot be read: only descriptions in the camera "
+              "(\"Local:\") or in a file (\"File:\") are read");
 }
 
 TEST_F(DescriptionTest, APortMayGiveItOnlyInPieces) {

@@ -1,11 +1,13 @@
 /* A producer that hands every call on to the one that NORVELTL_TEST_PRODUCER names, and answers
-   wrongly in the one way that NORVELTL_TEST_MUTATION names, if any. LACKING leaves out functions.
- */
+   wrongly in the one way that NORVELTL_TEST_MUTATION names, if any. Where NORVELTL_TEST_URL is set,
+   it is what every port names as its description, and behind it NORVELTL_TEST_NEXT_URL; the bytes
+   of the file NORVELTL_TEST_FILE lie behind every port. LACKING leaves out functions. */
 #define _POSIX_C_SOURCE 200809L
 
 #include <GenTL/GenTL.h>
 
 #include <stdint.h>
+#include <stdio.h>
 #include <stdlib.h>
 #include <string.h>
 
@@ -48,6 +50,38 @@ static void (*Find(const char* name))(void) {
 static int Is(const char* mutation) {
     const char* named = getenv("NORVELTL_TEST_MUTATION");
     return named && strcmp(named, mutation) == 0;
+}
+
+static const char* TestUrl(uint32_t index) {
+    return index == 0   ? getenv("NORVELTL_TEST_URL")
+           : index == 1 ? getenv("NORVELTL_TEST_NEXT_URL")
+                        : NULL;
+}
+
+/* Where the file lies. */
+static const uint64_t kFile = 0x70000000;
+
+static GC_ERROR ReadFileAt(uint64_t offset, void* buffer, size_t* size) {
+    const char* name = getenv("NORVELTL_TEST_FILE");
+    FILE* file = name ? fopen(name, "rb") : NULL;
+    const size_t wanted = *size;
+    if (!file)
+        return GC_ERR_INVALID_ADDRESS;
+    memset(buffer, 0, wanted);
+    *size = fseek(file, (long)offset, SEEK_SET) == 0 ? fread(buffer, 1, wanted, file) : 0;
+    fclose(file);
+    return *size == wanted ? GC_ERR_SUCCESS : GC_ERR_INVALID_ADDRESS;
+}
+
+static GC_ERROR AnswerText(const char* text, void* buffer, size_t* size) {
+    const size_t wanted = strlen(text) + 1;
+    const size_t offered = *size;
+    *size = wanted;
+    if (buffer && offered < wanted)
+        return GC_ERR_BUFFER_TOO_SMALL;
+    if (buffer)
+        memcpy(buffer, text, wanted);
+    return GC_ERR_SUCCESS;
 }
 
 #define CALL(name, arguments) (((P##name)Find(#name))arguments)
@@ -139,6 +173,8 @@ GC_API GCGetNumPortURLs(PORT_HANDLE port, uint32_t* count) {
     const GC_ERROR code = CALL(GCGetNumPortURLs, (port, count));
     if (Is("no URL") && code == GC_ERR_SUCCESS)
         *count = 0;
+    if (TestUrl(0) && code == GC_ERR_SUCCESS)
+        *count = TestUrl(1) ? 2 : 1;
     return code;
 }
 #endif
@@ -175,20 +211,27 @@ GC_API GCGetLastError(GC_ERROR* code, char* text, size_t* size) {
 }
 
 GC_API GCGetPortURL(PORT_HANDLE port, char* url, size_t* size) {
-    const GC_ERROR code = CALL(GCGetPortURL, (port, url, size));
+    const GC_ERROR code =
+        TestUrl(0) ? AnswerText(TestUrl(0), url, size) : CALL(GCGetPortURL, (port, url, size));
     if (Is("another URL") && code == GC_ERR_SUCCESS && url)
         url[0] = 'X';
     return code;
 }
 
 GC_API GCGetPortURLInfo(PORT_HANDLE port, uint32_t index, INFO_PARAMETERS) {
+    if (command == URL_INFO_URL && TestUrl(index)) {
+        *type = INFO_DATATYPE_STRING;
+        return AnswerText(TestUrl(index), answer, size);
+    }
     return Is("no URL info") ? GC_ERR_NOT_IMPLEMENTED
                              : CALL(GCGetPortURLInfo, (port, index, INFO_ARGUMENTS));
 }
 
 /* Takes the first bracket of an XML away. */
 GC_API GCReadPort(PORT_HANDLE port, uint64_t address, void* buffer, size_t* size) {
-    const GC_ERROR code = CALL(GCReadPort, (port, address, buffer, size));
+    const GC_ERROR code = address >= kFile && address < 2 * kFile
+                              ? ReadFileAt(address - kFile, buffer, size)
+                              : CALL(GCReadPort, (port, address, buffer, size));
     if (Is("broken XML") && code == GC_ERR_SUCCESS && *size > 5 && memcmp(buffer, "<?xml", 5) == 0)
         memset(buffer, 'X', 1);
     return code;

@@ -5,7 +5,6 @@
 #include "genapi/Description.h"
 #include "genapi/Document.h"
 
-#include <algorithm>
 #include <array>
 
 namespace norveltl {
@@ -13,19 +12,6 @@ namespace norveltl {
 namespace {
 
 constexpr uint64_t kUnknownAddress = 0x7FFFFFFFFFFFFF00;
-
-// Where else than in plain form behind the port the XML is; empty for nowhere else.
-std::string OtherPlace(std::string url) {
-    std::transform(url.begin(), url.end(), url.begin(), [](char c) {
-        return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-    });
-    for (const char* scheme : {"file:", "http:", "https:", "ftp:"}) {
-        if (url.starts_with(scheme)) {
-            return "in a file elsewhere, not read";
-        }
-    }
-    return url.find(".zip;") != std::string::npos ? "zipped, not read" : "";
-}
 
 std::string FirstUrl(const CProducer& p, PORT_HANDLE port) {
     std::array<char, 4096> url{};
@@ -58,11 +44,12 @@ std::string CheckUrl(const CProducer& p, PORT_HANDLE port, uint32_t index,
 
 void CheckXml(const CProducer& p, PORT_HANDLE port, const std::string& url,
               const std::string& module, CJudgement& judge) {
-    std::string answer = OtherPlace(url);
+    std::string answer = "on the network, not read";
     bool isRead = true;
-    if (answer.empty()) {
+    if (!GenApi::IsOnNetwork(url)) {
         try {
-            GenApi::ParseXml(GenApi::ReadDescription(url, Registers(p, port)));
+            GenApi::ParseXml(ReadDescription(p, port, url));
+            answer.clear();
         } catch (const std::runtime_error& error) {
             answer = error.what();
             isRead = false;

@@ -9,10 +9,11 @@
 
 namespace norveltl {
 
-// The URL itself; throws CToolError when the port names none.
-std::string DescriptionUrl(const CProducer& producer, PORT_HANDLE port);
-// The XML text, read through the port; throws where it is not in plain form in the camera.
+// The XML text at the first of the port's URLs that can be read; throws what keeps the first of
+// them from being read, and CToolError when the port names none.
 std::string ReadDescription(const CProducer& producer, PORT_HANDLE port);
+// The XML text at one of them.
+std::string ReadDescription(const CProducer& producer, PORT_HANDLE port, const std::string& url);
 // The producer and the port must stay as long as what is answered.
 GenApi::SPort Registers(const CProducer& producer, PORT_HANDLE port);
 
