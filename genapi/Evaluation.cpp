@@ -153,6 +153,9 @@ T CEvaluation::Referred(const SNode& node) {
     if (target.empty() && !node.Has("Value")) {
         throw CError("node " + node.name + " has neither a Value nor a pValue");
     }
+    if (const auto* const kept = target.empty() ? m_nodes.Kept(node.name) : nullptr) {
+        return static_cast<T>(kept->load());
+    }
     if (node.kind != "Boolean") {
         return target.empty() ? Parse<T>(ValueOf(node, "Value"), "node " + node.name)
                               : Number<T>(target);
@@ -254,7 +257,11 @@ void CEvaluation::SetInteger(const std::string& name, int64_t value) {
     if (IsReference(node)) {
         const std::string target = ValueNode(node);
         if (target.empty()) {
-            ThrowFixed(node);
+            auto* const kept = m_nodes.Kept(node.name);
+            if (kept == nullptr) {
+                ThrowFixed(node);
+            }
+            return kept->store(value);
         }
         if (node.kind == "Boolean") {
             const char* const key = value != 0 ? "OnValue" : "OffValue";
@@ -370,13 +377,13 @@ EAccess CEvaluation::Access(const std::string& name) {
             access = access == EAccess::ReadWrite ? most : EAccess::NotAvailable;
         }
     };
-    // What neither is a register nor leads to one can only be read.
+    // What neither is a register nor leads to one can only be read, selectors apart.
     const std::string target = IsConverter(node)   ? ValueOf(node, "pValue")
                                : IsReference(node) ? ValueNode(node)
                                                    : "";
     if (!target.empty()) {
         access = Access(target);
-    } else {
+    } else if (m_nodes.Kept(name) == nullptr) {
         limit(IsRegister(node) && node.Has("AccessMode") ? ValueOf(node, "AccessMode") : "RO");
     }
     if (access != EAccess::ReadWrite && access != EAccess::ReadOnly &&

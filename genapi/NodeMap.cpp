@@ -8,9 +8,48 @@
 
 namespace GenApi {
 
+namespace {
+
+// More than in any sound description; a cycle ends here.
+constexpr unsigned kMostLinks = 32;
+
+} // namespace
+
 CNodeMap::CNodeMap(const std::string& xml, SPort port)
     : m_port(std::move(port)), m_document(ParseXml(xml)) {
     AddNodes(m_document, nullptr);
+    for (const auto& [name, node] : m_nodes) {
+        if (node.Has("pSelected")) {
+            KeepSelector(name);
+        }
+        for (const std::string& index : node.Texts("pIndex")) {
+            KeepSelector(index);
+        }
+    }
+}
+
+// Other values that stand in the description are fixed.
+void CNodeMap::KeepSelector(std::string name) {
+    for (unsigned links = 0; links < kMostLinks; ++links) {
+        const auto found = m_nodes.find(name);
+        if (found == m_nodes.end()) {
+            return;
+        }
+        const SNode& node = found->second;
+        if (!node.Has("pValue")) {
+            const auto number = ParseUnsigned(node.Text("Value"), 10);
+            if ((node.kind == "Integer" || node.kind == "Enumeration") && number) {
+                m_kept[name] = static_cast<int64_t>(*number);
+            }
+            return;
+        }
+        name = node.Text("pValue");
+    }
+}
+
+std::atomic<int64_t>* CNodeMap::Kept(const std::string& name) const {
+    const auto found = m_kept.find(name);
+    return found == m_kept.end() ? nullptr : &found->second;
 }
 
 // Entries of enumerations and parts of formulas have names too, but belong to their node only.

@@ -6,6 +6,7 @@
 #include "genapi/Node.h"
 #include "genapi/Port.h"
 
+#include <atomic>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -16,7 +17,8 @@ namespace GenApi {
 
 enum class EAccess { NotImplemented, NotAvailable, WriteOnly, ReadOnly, ReadWrite };
 
-// Keeps no values: each question reads the registers anew. Any number of threads may ask at a time,
+// Keeps no values but those of selectors without a register; each other question reads the
+// registers anew. Any number of threads may ask at a time,
 // as far as the port's functions bear it. What the port throws reaches whoever asked, except that
 // a formula tells its node's name before it and throws CError.
 class CNodeMap {
@@ -36,6 +38,8 @@ public:
     void SetFloat(const std::string& name, double value) const;
     std::string Text(const std::string& name) const;
     void SetText(const std::string& name, const std::string& text) const;
+    // The value that a selector keeps here, as no register does; null for other nodes.
+    std::atomic<int64_t>* Kept(const std::string& name) const;
     // The bytes of a register of any kind and length.
     std::vector<uint8_t> Bytes(const SNode& node) const;
 
@@ -46,10 +50,12 @@ public:
 
 private:
     void AddNodes(const Tree& tree, const Tree* structure);
+    void KeepSelector(std::string name);
 
     SPort m_port;
     Tree m_document;
     std::map<std::string, SNode> m_nodes;
+    mutable std::map<std::string, std::atomic<int64_t>> m_kept;
 };
 
 } // namespace GenApi
