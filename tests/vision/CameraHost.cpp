@@ -24,6 +24,8 @@ bool IsAlone() {
 } // namespace
 
 int main(int argc, char** argv) {
+    // Without this file the camera has a description of its own.
+    arv_set_fake_camera_genicam_filename(std::getenv("CAMERA_DESCRIPTION"));
     if (argc < 3) {
         return 2;
     }

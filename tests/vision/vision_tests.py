@@ -3,36 +3,21 @@
 vision_tests.py CAMERA_HOST FOLDER_OF_THE_MODULE [unittest's arguments]"""
 import ctypes
 import functools
-import os
 import pathlib
-import socket
 import subprocess
 import sys
 import tempfile
 import time
 import unittest
 
+from namespaces import enter_own_network
+
 HOST, FOLDER = sys.argv[1], pathlib.Path(sys.argv[2])
 TOOL = str(FOLDER / "norveltl")
-INSIDE = "NORVEL_VISION_TESTS_INSIDE"
 # Of the camera: registers of 32 bits, big-endian.
 ACQUISITION, FRAME_PERIOD, WIDTH, HEIGHT = 0x124, 0x138, 0x100, 0x104
 OLD_IS_OVER = 0.2
 ERROR, ACCESS_DENIED, IO, TIMEOUT = -1001, -1005, -1010, -1011
-
-
-def enter_own_network():
-    """Starts this program again where there is only the loopback device."""
-    namespaces = ["--net", "--pid", "--fork", "--kill-child", "--mount-proc"]
-    if os.geteuid() != 0:
-        namespaces.insert(0, "--map-root-user")
-    prepare = "ip link set lo up && ip addr add 127.0.0.2/8 dev lo && "
-    enter = ["unshare", *namespaces, "sh", "-c"]
-    if subprocess.run([*enter, prepare + "true"]).returncode != 0:
-        print("vision_tests: a network namespace of its own is needed (unshare --net, as root or with "
-              "user namespaces allowed), and it cannot be had here", file=sys.stderr)
-        return 1
-    return subprocess.run([*enter, prepare + INSIDE + '=1 exec "$@"', "sh", sys.executable, *sys.argv]).returncode
 
 
 class Camera:
@@ -279,10 +264,7 @@ class VisionTest(unittest.TestCase):
 
 
 if __name__ == "__main__":
-    if INSIDE not in os.environ:
-        sys.exit(enter_own_network())
-    if [name for _, name in socket.if_nameindex() if name != "lo"]:
-        sys.exit("vision_tests: there is a network device beside the loopback device")
+    enter_own_network()
     GENTL = Producer(FOLDER / "NorvelTL40.cti")
     GENTL.GCInitLib()
     unittest.main(argv=[sys.argv[0], *sys.argv[3:]])
