@@ -14,7 +14,7 @@ import sys
 
 ROOT = pathlib.Path(__file__).resolve().parent.parent
 CACHE = ROOT / ".cache" / "tidy"
-ANALYSED = ("src", "genapi", "standard", "vision", "simulator", "tools", "examples")
+ANALYSED = ("src", "genapi", "standard", "camera-library", "vision", "simulator", "tools", "examples")
 SUFFIXES = (".cpp", ".c")
 GCC_ONLY = {"-fno-gnu-unique", "-fno-keep-inline-dllexport", "-Werror"}
 

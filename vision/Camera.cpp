@@ -1,6 +1,6 @@
 #include "Camera.h"
 
-#include "camera/Registers.h"
+#include "base/Registers.h"
 
 #include <algorithm>
 #include <cstring>
@@ -36,7 +36,7 @@ CCamera::CCamera(ObjectPtr<ArvDevice> device, std::shared_ptr<void> place)
     std::size_t size = 0;
     const char* const xml = arv_device_get_genicam_xml(m_device.get(), &size);
     m_xml.assign(xml != nullptr ? xml : "", xml != nullptr ? size : 0);
-    m_xmlUrl = OptivoSim::LocalUrl("Camera.xml", kXmlAddress, m_xml.size());
+    m_xmlUrl = OptivoBase::LocalUrl("Camera.xml", kXmlAddress, m_xml.size());
     // Consumers may read the text in whole words.
     m_xml.resize((m_xml.size() + kWord - 1) / kWord * kWord);
     const auto onLost =

@@ -75,7 +75,7 @@ Int32 CDevice::ReadPort(UInt64 address, void* destination, Size* size) {
 Int32 CDevice::GetInfo(UInt32 key, void* buffer, Size* size) {
     return Fenced([&] {
         const auto text = [&](const std::string& value) {
-            return OptivoSim::CopyText(value, buffer, size);
+            return OptivoBase::CopyText(value, buffer, size);
         };
         switch (key) {
         case Optivo::kDeviceVendor:
@@ -94,8 +94,8 @@ Int32 CDevice::GetInfo(UInt32 key, void* buffer, Size* size) {
         case Optivo::kDeviceUserDefinedName:
             return text("");
         case Optivo::kDeviceStatus:
-            return OptivoSim::CopyNumber(m_transport.IsOpen(m_found.name) ? kNoAccess : kReadWrite,
-                                         buffer, size);
+            return OptivoBase::CopyNumber(m_transport.IsOpen(m_found.name) ? kNoAccess : kReadWrite,
+                                          buffer, size);
         case Optivo::kDeviceXmlUrl:
             return m_camera != nullptr ? text(m_camera->XmlUrl()) : kNotAvailable;
         default:

@@ -15,14 +15,14 @@ using Optivo::Int32;
 using Optivo::Size;
 using Optivo::UInt32;
 using Optivo::UInt64;
-using OptivoSim::kAccessDenied;
-using OptivoSim::kError;
-using OptivoSim::kInvalidAddress;
-using OptivoSim::kInvalidId;
-using OptivoSim::kInvalidParameter;
-using OptivoSim::kIo;
-using OptivoSim::kNotAvailable;
-using OptivoSim::kSuccess;
+using OptivoBase::kAccessDenied;
+using OptivoBase::kError;
+using OptivoBase::kInvalidAddress;
+using OptivoBase::kInvalidId;
+using OptivoBase::kInvalidParameter;
+using OptivoBase::kIo;
+using OptivoBase::kNotAvailable;
+using OptivoBase::kSuccess;
 
 // Codes of GenTL that the simulated library never answers.
 inline constexpr Int32 kNotInitialized = -1002;

@@ -8,13 +8,13 @@
 
 namespace OptivoVision {
 
-using OptivoSim::CopyText;
+using OptivoBase::CopyText;
 
 CInterface::CInterface(CTransport& transport)
     : m_transport(transport), m_list(std::make_shared<const FoundList>()) {
     using namespace InterfaceAddress;
-    m_registers.Define(kInterfaceId, kInterfaceIdLength, OptivoSim::EAccess::ReadOnly);
-    m_registers.Define(kDeviceCount, sizeof(UInt32), OptivoSim::EAccess::ReadOnly);
+    m_registers.Define(kInterfaceId, kInterfaceIdLength, OptivoBase::EAccess::ReadOnly);
+    m_registers.Define(kDeviceCount, sizeof(UInt32), OptivoBase::EAccess::ReadOnly);
     // Consumers may read the text in whole words.
     m_registers.DefineShared(kXml, kInterfaceXml, (kInterfaceXmlSize + 3) / 4 * 4);
     m_registers.SetText(kInterfaceId, transport.Name());
@@ -99,7 +99,7 @@ Int32 CInterface::ReadPort(UInt64 address, void* destination, Size* size) {
             return CopyText(m_transport.Type(), destination, size);
         case Optivo::kInterfaceXmlUrl:
             return CopyText(
-                OptivoSim::LocalUrl("Interface.xml", InterfaceAddress::kXml, kInterfaceXmlSize),
+                OptivoBase::LocalUrl("Interface.xml", InterfaceAddress::kXml, kInterfaceXmlSize),
                 destination, size);
         default:
             return m_registers.Read(address, destination, size);

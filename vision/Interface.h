@@ -3,7 +3,7 @@
 #pragma once
 
 #include "Transport.h"
-#include "camera/Registers.h"
+#include "base/Registers.h"
 
 #include <memory>
 #include <mutex>
@@ -29,7 +29,7 @@ private:
     std::shared_ptr<const FoundList> List();
 
     CTransport& m_transport;
-    OptivoSim::CRegisters m_registers;
+    OptivoBase::CRegisters m_registers;
     std::mutex m_lock;
     std::shared_ptr<const FoundList> m_list; // that the last update found
 };

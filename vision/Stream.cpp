@@ -6,7 +6,7 @@
 
 namespace OptivoVision {
 
-using OptivoSim::CopyNumber;
+using OptivoBase::CopyNumber;
 
 CStream::CStream(std::shared_ptr<CCamera> camera, std::shared_ptr<void> place)
     : m_camera(std::move(camera)), m_place(std::move(place)) {}

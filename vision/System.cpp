@@ -19,7 +19,7 @@ Int32 CSystem::UpdateInterfaceList(UInt32* count, UInt32 /*timeout*/) {
 Int32 CSystem::GetInterfaceName(UInt32 index, char* buffer, Size* size) {
     return Fenced([&] {
         return index < Transports().size()
-                   ? OptivoSim::CopyText(Transports()[index]->Name(), buffer, size)
+                   ? OptivoBase::CopyText(Transports()[index]->Name(), buffer, size)
                    : kInvalidParameter;
     });
 }

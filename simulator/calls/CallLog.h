@@ -13,6 +13,8 @@
 
 namespace OptivoSim {
 
+using namespace OptivoBase;
+
 // Thread-safe; a call without a text takes no lock.
 class CCallLog {
 public:

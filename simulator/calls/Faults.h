@@ -18,6 +18,8 @@
 
 namespace OptivoSim {
 
+using namespace OptivoBase;
+
 struct SFaultVerdict {
     OptivoFaultKind kind;
     std::int32_t result;

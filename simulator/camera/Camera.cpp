@@ -13,6 +13,8 @@
 
 namespace OptivoSim {
 
+using namespace OptivoBase;
+
 namespace {
 
 constexpr UInt32 kMaxExtent = 16384;

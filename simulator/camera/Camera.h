@@ -2,6 +2,7 @@
 // its images. Knows nothing of the operation tables, faults or the world around it.
 #pragma once
 
+#include "base/Registers.h"
 #include "base/ResultCodes.h"
 #include "base/Sync.h"
 #include "camera/CameraModel.h"
@@ -9,7 +10,6 @@
 #include "camera/EventSlot.h"
 #include "camera/ImageFaults.h"
 #include "camera/ImageQueue.h"
-#include "camera/Registers.h"
 #include "camera/TestPattern.h"
 
 #include <array>
@@ -21,6 +21,8 @@
 #include <vector>
 
 namespace OptivoSim {
+
+using namespace OptivoBase;
 
 // Thread-safe.
 class CCamera final : public std::enable_shared_from_this<CCamera>, public IImageListener {

@@ -9,6 +9,8 @@
 
 namespace OptivoSim {
 
+using namespace OptivoBase;
+
 namespace CameraAddress {
 inline constexpr UInt64 kVendorName = 0x100;
 inline constexpr UInt64 kModelName = 0x140;

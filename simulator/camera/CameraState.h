@@ -10,6 +10,8 @@
 
 namespace OptivoSim {
 
+using namespace OptivoBase;
+
 enum class EAcquisitionMode : UInt32 { Continuous = 0, SingleFrame = 1, MultiFrame = 2 };
 enum class ETriggerSource : UInt32 { Software = 0, Line0 = 1 };
 enum class ETriggerActivation : UInt32 { RisingEdge = 0, FallingEdge = 1, AnyEdge = 2 };

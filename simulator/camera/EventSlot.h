@@ -11,6 +11,8 @@
 
 namespace OptivoSim {
 
+using namespace OptivoBase;
+
 // Thread-safe. No lock is held while a callback runs, so it may call into the library.
 class CEventSlot {
 public:

@@ -10,6 +10,8 @@
 
 namespace OptivoSim {
 
+using namespace OptivoBase;
+
 // Starts with the first task and never ends; the object must live as long as the process.
 class CEventThread {
 public:

@@ -11,6 +11,8 @@
 
 namespace OptivoSim {
 
+using namespace OptivoBase;
+
 // Thread-safe; an image of a camera without faults takes no lock.
 class CImageFaults {
 public:

@@ -16,6 +16,8 @@
 
 namespace OptivoSim {
 
+using namespace OptivoBase;
+
 // Images with consecutive numbers, made at regular times.
 struct SImageBatch {
     using TimePoint = std::chrono::steady_clock::time_point;

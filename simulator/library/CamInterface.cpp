@@ -6,6 +6,8 @@
 
 namespace OptivoSim {
 
+using namespace OptivoBase;
+
 namespace {
 
 Optivo::ICamDevice* HandOutDevice(const std::shared_ptr<CCamera>& camera, bool describesOnly) {

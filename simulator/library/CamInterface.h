@@ -13,6 +13,8 @@
 
 namespace OptivoSim {
 
+using namespace OptivoBase;
+
 // The hold on an interface, with the cameras that its last update found.
 class CInterfaceContents {
 public:

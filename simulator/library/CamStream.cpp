@@ -8,6 +8,8 @@
 
 namespace OptivoSim {
 
+using namespace OptivoBase;
+
 namespace {
 
 constexpr UInt32 kSetTimeout = 2; // the only stream parameter

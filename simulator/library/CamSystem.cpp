@@ -8,6 +8,8 @@
 
 namespace OptivoSim {
 
+using namespace OptivoBase;
+
 UInt32 CSystemContents::Update() {
     std::vector<std::string> names = CLibrary::Get().World().Discover();
     const std::lock_guard lock(m_lock);

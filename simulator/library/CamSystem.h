@@ -11,6 +11,8 @@
 
 namespace OptivoSim {
 
+using namespace OptivoBase;
+
 // The interfaces that a system object's last update found.
 class CSystemContents {
 public:

@@ -15,6 +15,8 @@
 
 namespace OptivoSim {
 
+using namespace OptivoBase;
+
 [[noreturn]] void ThrowGenericException();
 
 // What a fault does before the work: throws, waits, or spoils the outputs.

@@ -15,6 +15,8 @@
 
 namespace OptivoSim {
 
+using namespace OptivoBase;
+
 // Thread-safe.
 class CLibrary {
 public:

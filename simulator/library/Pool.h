@@ -13,6 +13,8 @@
 
 namespace OptivoSim {
 
+using namespace OptivoBase;
+
 // TObject has a default constructor, Open(contents) and IsOpen(); a closed one is small.
 template <typename TObject>
 class CPool {

@@ -9,6 +9,8 @@
 
 namespace OptivoSim {
 
+using namespace OptivoBase;
+
 CAdapter::CAdapter(const SInterfacePlan& plan)
     : m_name(plan.name), m_prefix(plan.prefix), m_tlType(plan.tlType), m_discovery(plan.discovery) {
     using namespace InterfaceAddress;

@@ -2,10 +2,10 @@
 // nothing of the operation tables or faults.
 #pragma once
 
+#include "base/Registers.h"
 #include "base/ResultCodes.h"
 #include "base/Sync.h"
 #include "camera/Camera.h"
-#include "camera/Registers.h"
 #include "world/WorldFile.h"
 
 #include <memory>
@@ -14,6 +14,8 @@
 #include <vector>
 
 namespace OptivoSim {
+
+using namespace OptivoBase;
 
 // Thread-safe.
 class CAdapter {

@@ -9,6 +9,8 @@
 
 namespace OptivoSim {
 
+using namespace OptivoBase;
+
 namespace InterfaceAddress {
 inline constexpr UInt64 kInterfaceId = 0x100;
 inline constexpr UInt64 kDeviceCount = 0x200;

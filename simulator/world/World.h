@@ -14,6 +14,8 @@
 
 namespace OptivoSim {
 
+using namespace OptivoBase;
+
 // Thread-safe.
 class CWorld {
 public:

@@ -7,7 +7,7 @@
 #include <cstring>
 #include <string>
 
-namespace OptivoSim {
+namespace OptivoBase {
 
 // Writes the text and its terminating zero; *size then counts both. When the buffer is too small,
 // answers kInvalidBuffer with the needed size, and the buffer is left alone.
@@ -21,4 +21,4 @@ Int32 CopyNumber(TNumber number, void* buffer, Size* size) {
     return CopyBytes(&number, sizeof number, buffer, size);
 }
 
-} // namespace OptivoSim
+} // namespace OptivoBase

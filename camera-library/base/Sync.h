@@ -5,7 +5,7 @@
 #include <condition_variable>
 #include <mutex>
 
-namespace OptivoSim {
+namespace OptivoBase {
 
 #if defined(__MINGW32__)
 // The library's own destructors leave memory, and a handle of each lock that was ever waited for.
@@ -29,4 +29,4 @@ using CMutex = std::mutex;
 using CCondition = std::condition_variable;
 #endif
 
-} // namespace OptivoSim
+} // namespace OptivoBase

@@ -1,6 +1,6 @@
 #include "base/CopyOut.h"
 
-namespace OptivoSim {
+namespace OptivoBase {
 
 Int32 CopyText(const std::string& text, void* buffer, Size* size) {
     if (buffer == nullptr || size == nullptr) {
@@ -28,4 +28,4 @@ Int32 CopyBytes(const void* bytes, Size length, void* buffer, Size* size) {
     return kSuccess;
 }
 
-} // namespace OptivoSim
+} // namespace OptivoBase

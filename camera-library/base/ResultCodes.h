@@ -4,7 +4,7 @@
 
 #include "camlib/CameraLibrary.h"
 
-namespace OptivoSim {
+namespace OptivoBase {
 
 using Optivo::Int32;
 using Optivo::Size;
@@ -22,4 +22,4 @@ inline constexpr Int32 kInvalidBuffer = -1013;
 inline constexpr Int32 kNotAvailable = -1014;
 inline constexpr Int32 kInvalidAddress = -1015;
 
-} // namespace OptivoSim
+} // namespace OptivoBase

@@ -1,10 +1,10 @@
-#include "camera/Registers.h"
+#include "base/Registers.h"
 
 #include <algorithm>
 #include <cstdio>
 #include <cstring>
 
-namespace OptivoSim {
+namespace OptivoBase {
 
 namespace {
 
@@ -96,4 +96,4 @@ std::string LocalUrl(const std::string& fileName, UInt64 address, Size length) {
     return "Local:" + fileName + ";" + Hex(address) + ";" + Hex(length);
 }
 
-} // namespace OptivoSim
+} // namespace OptivoBase

@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace OptivoSim {
+namespace OptivoBase {
 
 enum class EAccess { ReadOnly, ReadWrite };
 
@@ -56,4 +56,4 @@ private:
 // The URL of a description that stands in the register space of its module.
 std::string LocalUrl(const std::string& fileName, UInt64 address, Size length);
 
-} // namespace OptivoSim
+} // namespace OptivoBase
