@@ -48,7 +48,11 @@ CAcquisition::CAcquisition(std::shared_ptr<CCamera> camera, UInt64 payloadSize, 
 CAcquisition::~CAcquisition() {
     Stop();
     if (m_stream != nullptr) {
-        arv_stream_start_thread(m_stream.get());
+        Fenced([this] {
+            RequireThread();
+            arv_stream_start_thread(m_stream.get());
+            return kSuccess;
+        });
         m_stream.reset();
     }
 }
@@ -66,7 +70,13 @@ Int32 CAcquisition::Open() {
     }
     m_packetSize = m_camera->PacketSize();
     for (UInt64 left = NumBuffers(m_camera->FrameRate(), m_payloadSize); left > 0; --left) {
-        arv_stream_push_buffer(m_stream.get(), arv_buffer_new_allocate(m_payloadSize));
+        // Without memory GLib would end the process.
+        void* const memory = g_try_malloc(m_payloadSize);
+        if (memory == nullptr) {
+            return kError;
+        }
+        arv_stream_push_buffer(m_stream.get(),
+                               arv_buffer_new_full(m_payloadSize, memory, memory, g_free));
     }
     return kSuccess;
 }

@@ -171,6 +171,7 @@ double CCamera::FrameRate() {
 
 ObjectPtr<ArvStream> CCamera::CreateStream(UInt64 payloadSize, ArvStreamCallback callback,
                                            void* context, Int32& code) {
+    RequireThread();
     const std::lock_guard lock(m_features);
     CError error;
     ObjectPtr<ArvStream> stream(

@@ -8,6 +8,7 @@
 
 #include <memory>
 #include <string>
+#include <thread>
 
 namespace OptivoVision {
 
@@ -62,6 +63,12 @@ private:
 
 inline std::string TextOf(const char* text) {
     return text != nullptr ? text : "";
+}
+
+// Where the system has no thread left, GLib ends the process: this throws before it is asked for
+// one.
+inline void RequireThread() {
+    std::thread([] {}).join();
 }
 
 // Answers what the work answers, or kError for its exception.

@@ -107,6 +107,7 @@ Int32 CTransport::Open(const std::string& name, std::shared_ptr<CCamera>& camera
 
 // Aravis opens a camera that somebody else controls too, only to read.
 Int32 CTransport::Connect(const std::string& name, ObjectPtr<ArvDevice>& device) {
+    RequireThread();
     const std::lock_guard access(m_access);
     CError error;
     device.reset(arv_interface_open_device(m_instance(), name.c_str(), error.Receive()));

@@ -1,5 +1,7 @@
 #include "Fixtures.h"
 
+#include "Cameras.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -15,16 +17,15 @@ std::string IdOf(const Query& query) {
 } // namespace
 
 void LibraryTest::SetUp() {
-    OptivoSim_Reset();
+    Cameras::Prepare();
     for (size_t kind = 0; kind < m_expectedAlive.size(); ++kind) {
-        m_expectedAlive[kind] = OptivoSim_NumAlive(static_cast<OptivoObjectKind>(kind));
+        m_expectedAlive[kind] = Cameras::NumOpen(static_cast<OptivoObjectKind>(kind));
     }
     ASSERT_OK(gentl.GCInitLib());
 }
 
 void LibraryTest::TearDown() {
-    OptivoSim_ClearFaults();
-    OptivoSim_Release();
+    Cameras::Release();
     gentl.GCInitLib(); // the test may have closed the library
     CloseAll();
     EXPECT_OK(gentl.GCCloseLib());
@@ -32,11 +33,10 @@ void LibraryTest::TearDown() {
     static constexpr std::array<const char*, OPTIVO_NUM_OBJECT_KINDS> NAMES = {
         "systems", "interfaces", "devices", "streams"};
     for (size_t kind = 0; kind < m_expectedAlive.size(); ++kind) {
-        EXPECT_EQ(OptivoSim_NumAlive(static_cast<OptivoObjectKind>(kind)), m_expectedAlive[kind])
+        EXPECT_EQ(Cameras::NumOpen(static_cast<OptivoObjectKind>(kind)), m_expectedAlive[kind])
             << NAMES[kind] << " of the camera library are still open";
     }
-    EXPECT_EQ(OptivoSim_NumDoubleCloses(), 0U);
-    EXPECT_EQ(OptivoSim_NumUsesAfterClose(), 0U);
+    EXPECT_EQ(Cameras::NumMisuses(), 0U);
 }
 
 void LibraryTest::LeavesAlive(OptivoObjectKind kind, uint64_t count) {
@@ -153,7 +153,7 @@ void DeviceTest::SetUp() {
 
 void StreamTest::SetUp() {
     ASSERT_NO_FATAL_FAILURE(DeviceTest::SetUp());
-    ASSERT_EQ(OptivoSim_SetFrameRate(camera.c_str(), -1), 1);
+    ASSERT_TRUE(Cameras::SetFrameRate(camera, -1));
     OpenStream();
 }
 
@@ -207,7 +207,7 @@ void StreamTest::Stop() {
 }
 
 void StreamTest::Produce(uint64_t count) {
-    ASSERT_EQ(OptivoSim_ProduceImages(camera.c_str(), count), 1);
+    ASSERT_TRUE(Cameras::ProduceImages(camera, count));
 }
 
 NewBuffer StreamTest::WaitBuffer(uint64_t timeout) {

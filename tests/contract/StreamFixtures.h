@@ -2,6 +2,7 @@
 // pixels are known, faults of the camera library, and calls on threads of their own.
 #pragma once
 
+#include "Cameras.h"
 #include "Fixtures.h"
 #include "OptivoImage.h"
 
@@ -56,18 +57,17 @@ class MonoStreamTest : public StreamTest {
 protected:
     void SetUp() override {
         ASSERT_NO_FATAL_FAILURE(InterfaceTest::SetUp());
-        OpenDevice(1);
-        ASSERT_EQ(camera, "Norvel-G640M-10001");
-        ASSERT_EQ(OptivoSim_SetImageSize(camera.c_str(), IMAGE_WIDTH, IMAGE_HEIGHT), 1);
-        ASSERT_EQ(OptivoSim_SetFrameRate(camera.c_str(), -1), 1);
+        OpenDevice(Cameras::GREY_INDEX);
+        ASSERT_EQ(camera, Cameras::GREY_CAMERA);
+        ASSERT_TRUE(Cameras::SetImageSize(camera, IMAGE_WIDTH, IMAGE_HEIGHT));
+        ASSERT_TRUE(Cameras::SetFrameRate(camera, -1));
         OpenStream();
         ASSERT_EQ(PayloadSize(), IMAGE_SIZE);
     }
 
     // The stream anew, as it is after opening.
     void RenewStream() {
-        OptivoSim_ClearFaults();
-        OptivoSim_Release();
+        Cameras::Release();
         EXPECT_OK(gentl.DSStopAcquisition(stream, 0));
         EXPECT_OK(gentl.DSFlushQueue(stream, 4));
         CloseStream();

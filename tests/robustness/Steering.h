@@ -1,6 +1,7 @@
 // Short forms of what tests ask of the simulated camera library.
 #pragma once
 
+#include "Cameras.h"
 #include "OptivoSim.h"
 
 #include <array>
@@ -22,12 +23,12 @@ class AliveCount {
 public:
     AliveCount() {
         for (size_t kind = 0; kind < m_before.size(); ++kind) {
-            m_before[kind] = OptivoSim_NumAlive(static_cast<OptivoObjectKind>(kind));
+            m_before[kind] = Cameras::NumOpen(static_cast<OptivoObjectKind>(kind));
         }
     }
 
     uint64_t Of(OptivoObjectKind kind) const {
-        return OptivoSim_NumAlive(kind) - m_before[static_cast<size_t>(kind)];
+        return Cameras::NumOpen(kind) - m_before[static_cast<size_t>(kind)];
     }
     uint64_t Systems() const { return Of(OPTIVO_OBJECT_SYSTEM); }
     uint64_t Interfaces() const { return Of(OPTIVO_OBJECT_INTERFACE); }

@@ -3,6 +3,7 @@
 #pragma once
 
 #include "Background.h"
+#include "Cameras.h"
 #include "Fixtures.h"
 #include "Steering.h"
 
@@ -17,12 +18,12 @@ protected:
 
     void SetUp() override {
         ASSERT_NO_FATAL_FAILURE(StreamTest::SetUp());
-        ASSERT_EQ(OptivoSim_SetImageSize(camera.c_str(), 32, 24), 1);
+        ASSERT_TRUE(Cameras::SetImageSize(camera, 32, 24));
         ASSERT_EQ(PayloadSize(), PAYLOAD);
     }
 
     // Images come as fast as they are taken.
-    void Unpace() { ASSERT_EQ(OptivoSim_SetFrameRate(camera.c_str(), 0), 1); }
+    void Unpace() { ASSERT_TRUE(Cameras::SetFrameRate(camera, 0)); }
 
     // The next grab does not come back before OptivoSim_Release; returns when it is under way.
     void HangNextGrab() {
