@@ -61,6 +61,9 @@ Int32 CCamera::Read(UInt64 address, void* destination, Size length) {
     if (address >= kXmlAddress) {
         return ReadXml(address - kXmlAddress, destination, length);
     }
+    if (!IsOnWire(address, length)) {
+        return kInvalidAddress;
+    }
     auto* const to = static_cast<char*>(destination);
     return InPieces(length, [&](Size offset, Size piece) {
         return ReadWire(address + offset, to + offset, piece);
@@ -74,10 +77,19 @@ Int32 CCamera::Write(UInt64 address, const void* source, Size length) {
     if (address >= kXmlAddress) {
         return address - kXmlAddress < m_xml.size() ? kAccessDenied : kInvalidAddress;
     }
+    if (!IsOnWire(address, length)) {
+        return kInvalidAddress;
+    }
     const auto* const from = static_cast<const char*>(source);
     return InPieces(length, [&](Size offset, Size piece) {
         return WriteWire(address + offset, from + offset, piece);
     });
+}
+
+// Aravis would cut an address of GigE Vision to its 32 bits.
+bool CCamera::IsOnWire(UInt64 address, Size length) const {
+    const UInt64 end = m_isGigE ? UInt64{1} << 32 : kXmlAddress;
+    return address <= end && length <= end - address;
 }
 
 Int32 CCamera::ReadXml(UInt64 offset, void* destination, Size length) const {

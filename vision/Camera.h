@@ -36,6 +36,7 @@ public:
     UInt32 PacketSize();
 
 private:
+    bool IsOnWire(UInt64 address, Size length) const;
     Int32 ReadXml(UInt64 offset, void* destination, Size length) const;
     Int32 ReadWire(UInt64 address, void* destination, Size length);
     Int32 WriteWire(UInt64 address, const void* source, Size length);
