@@ -16,6 +16,8 @@ constexpr double kBufferedSeconds = 0.5;
 constexpr double kMostBuffers = 64;
 constexpr UInt64 kMemoryLimit = UInt64{512} << 20;
 constexpr UInt64 kFewestBuffers = 4;
+// Images count from 1 on, and GigE Vision 1 counts in 16 bits.
+constexpr UInt64 kLargestShortId = 0xFFFF;
 
 UInt64 NumBuffers(double frameRate, UInt64 payloadSize) {
     const auto wanted =
@@ -108,8 +110,32 @@ bool CAcquisition::IsStopped() {
 bool CAcquisition::Fetch() {
     if (m_ready == nullptr && !m_isStopped && m_remaining != 0) {
         m_ready.reset(arv_stream_try_pop_buffer(m_stream.get()));
+        if (m_ready != nullptr) {
+            CountSkipped(m_ready.get());
+        }
     }
     return m_ready != nullptr;
+}
+
+// Aravis counts the packets of an image for which it had no buffer, and a gap between images as
+// one. So the numbers of whole images tell: what lies between two of them, and did not come
+// incomplete, has never come. An incomplete image need not have a number.
+void CAcquisition::CountSkipped(ArvBuffer* buffer) {
+    if (arv_buffer_get_status(buffer) != ARV_BUFFER_STATUS_SUCCESS) {
+        ++m_numIncomplete;
+        return;
+    }
+    const UInt64 id = arv_buffer_get_frame_id(buffer);
+    if (m_last == 0) {
+        m_numIncomplete = 0;
+    } else if (id != m_last) {
+        const UInt64 wrapped = id < m_last ? kLargestShortId : 0;
+        const UInt64 between = id + wrapped - m_last - 1;
+        const UInt64 incomplete = std::min(m_numIncomplete, between);
+        m_numIncomplete -= incomplete;
+        m_numSkipped += between <= kLargestShortId ? between - incomplete : 0;
+    }
+    m_last = id;
 }
 
 bool CAcquisition::IsOver() const {
@@ -167,15 +193,15 @@ Int32 CAcquisition::Copy(ArvBuffer* buffer, void* destination) const {
     return Optivo::kGrabDelivered;
 }
 
-SFigures CAcquisition::Figures() const {
+SFigures CAcquisition::Figures() {
+    const std::lock_guard lock(m_lock);
     ArvStream* const stream = m_stream.get();
     guint64 completed = 0;
     guint64 failed = 0;
     guint64 unbuffered = 0;
     arv_stream_get_statistics(stream, &completed, &failed, &unbuffered);
-    const UInt64 lost = unbuffered + Figure(stream, "n_missing_frames");
-    return {.numStarted = completed + failed + lost,
-            .numLost = lost,
+    return {.numStarted = completed + failed + m_numSkipped,
+            .numLost = m_numSkipped,
             .numResentPackets = Figure(stream, "n_resent_packets"),
             .numMissingPackets = Figure(stream, "n_missing_packets"),
             .numAborted = static_cast<UInt32>(failed),

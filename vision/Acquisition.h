@@ -38,7 +38,7 @@ public:
     bool WaitReady(std::chrono::milliseconds timeout);
     // Answers as ICamStream::GrabImage.
     Int32 Grab(void* destination, std::chrono::milliseconds timeout);
-    SFigures Figures() const;
+    SFigures Figures();
     UInt64 PayloadSize() const { return m_payloadSize; }
     bool IsStopped();
 
@@ -47,6 +47,7 @@ private:
     void OnBuffer();
     // With the lock held.
     bool Fetch();
+    void CountSkipped(ArvBuffer* buffer);
     bool IsOver() const;
     void Wait(std::unique_lock<std::mutex>& lock, std::chrono::milliseconds timeout);
     Int32 Copy(ArvBuffer* buffer, void* destination) const;
@@ -61,6 +62,9 @@ private:
     std::condition_variable m_changed;
     ObjectPtr<ArvBuffer> m_ready; // the next to be grabbed
     UInt32 m_remaining;
+    UInt64 m_last = 0;          // the number of the whole image that was fetched last
+    UInt64 m_numIncomplete = 0; // since then
+    UInt64 m_numSkipped = 0;
     bool m_isStopped = false;
 };
 
