@@ -10,7 +10,7 @@ import time
 import unittest
 
 import wire
-from namespaces import enter_own_network, in_further_network
+from namespaces import enter_own_network
 from wire import Attempt, Camera, Failure, Images, base
 
 GENTL = None
@@ -255,23 +255,8 @@ def hold():
     session.close()
 
 
-def run_together():
-    """Each test in a process and a network of its own, as all of them spend their time waiting."""
-    names = unittest.TestLoader().getTestCaseNames(DeathTest)
-    running = {name: subprocess.Popen(in_further_network([sys.executable, *sys.argv, "DeathTest." + name]), text=True,
-                                      stdout=subprocess.PIPE, stderr=subprocess.STDOUT) for name in names}
-    failed = 0
-    for name, process in running.items():
-        text, _ = process.communicate(timeout=120)
-        print("%s: %s" % (name, "passed" if process.returncode == 0 else "failed\n" + text))
-        failed += process.returncode != 0
-    return 1 if failed or not names else 0
-
-
 if __name__ == "__main__":
     enter_own_network()
-    if not sys.argv[3:]:
-        sys.exit(run_together())
     GENTL = wire.load()
     if sys.argv[3:] == ["--hold"]:
         hold()
