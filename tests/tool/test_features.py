@@ -101,8 +101,8 @@ class Setting(ToolTest):
 
     def test_enumerations(self):
         self.set("PixelFormat=RGB8", "TestPattern=ColorBar")
-        self.refuse('PixelFormat does not take "mono8": it is one of Mono8, Mono16, BayerRG8, RGB8',
-                    "PixelFormat=mono8")
+        self.refuse('PixelFormat does not take "YUV": it is one of Mono8, Mono16, BayerRG8, RGB8',
+                    "PixelFormat=YUV")
         self.refuse('TriggerMode does not take "1": it is one of Off, On', "TriggerMode=1")
 
     def test_selectors(self):

@@ -102,9 +102,10 @@ class Informing(ToolTest):
         self.refused(NOTHING_FOUND, 'norveltl: no interface is named "eth9"; there are:'
                      "\n  interface:GEV::eth0\n  interface:U3V::usb0\n", "info", "interface:eth9")
         self.refused(NOTHING_FOUND, f'norveltl: no camera is named "x"; there are:{CAMERAS}', "info", "device:x")
-        for target in ("nonsense", "system:x", "Device"):
+        self.refused(NOTHING_FOUND, f'norveltl: no camera is named "nonsense"; there are:{CAMERAS}', "info", "nonsense")
+        for target, meant in (("system:x", ""), ("prot:x", "; did you mean port?")):
             self.refused(WRONG_USAGE, f'norveltl: "{target}" is no module: there are system, interface:ID, '
-                         "device:ID, port:ID and stream:ID\n", "info", target)
+                         f"device:ID, port:ID and stream:ID{meant}\n", "info", target)
 
     def test_nothing_there(self):
         self.refused(NOTHING_FOUND, "norveltl: found no interface\n", "info", "interface", world={})

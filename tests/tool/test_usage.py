@@ -14,8 +14,8 @@ class WrongUsage(ToolTest):
 
     def test_options_and_commands(self):
         self.wrong("A command is required", "--cti", "x.cti", command="")
-        self.wrong("The following argument was not expected: grap", "grap", command="")
-        self.wrong("The following argument was not expected: --frobnicate", "grab", "Left", "--frobnicate")
+        self.wrong("there is no command frobnicate", "frobnicate", command="")
+        self.wrong("there is no option --frobnicate", "grab", "Left", "--frobnicate")
         self.wrong("--count: 1 required COUNT missing", "grab", "Left", "-n")
         self.wrong("--format: bmp not in {png,pgm,raw}", "grab", "--format", "bmp")
 

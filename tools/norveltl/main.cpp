@@ -6,6 +6,7 @@
 #include "commands/List.h"
 #include "commands/Registers.h"
 #include "terminal/Console.h"
+#include "terminal/Names.h"
 
 #include "genapi/Text.h"
 
@@ -39,15 +40,43 @@ std::string CheckNotEmpty(const std::string& text) {
     return text.empty() ? "an empty text names nothing" : "";
 }
 
+// What is not known, as a command or an option, and what may have been meant.
+std::string Unknown(const CLI::App& app, const CLI::App* command) {
+    const std::vector<std::string> remaining = app.remaining(true);
+    const std::string word = remaining.empty() ? "" : remaining.front();
+    std::vector<std::string> known;
+    if (word.starts_with("--")) {
+        for (const CLI::App* owner : {&app, command}) {
+            for (const CLI::Option* option :
+                 owner ? owner->get_options() : std::vector<const CLI::Option*>()) {
+                for (const std::string& name : option->get_lnames()) {
+                    known.push_back("--" + name);
+                }
+            }
+        }
+        return "there is no option " + word + DidYouMean(word, known);
+    }
+    if (word.empty() || command) {
+        return "";
+    }
+    for (const CLI::App* other : app.get_subcommands({})) {
+        known.push_back(other->get_name());
+    }
+    return "there is no command " + word + DidYouMean(word, known);
+}
+
 // Like every other error.
 std::string UsageError(const CLI::App* app, const CLI::Error& error) {
     const std::vector<const CLI::App*> commands = app->get_subcommands({});
-    std::string help = "norveltl";
-    for (const CLI::App* command : commands) {
-        help += command->parsed() ? " " + command->get_name() : "";
+    const auto command = std::find_if(commands.begin(), commands.end(),
+                                      [](const CLI::App* one) { return one->parsed(); });
+    const CLI::App* const given = command == commands.end() ? nullptr : *command;
+    const std::string help = "norveltl" + (given ? " " + given->get_name() : "");
+    std::string text = dynamic_cast<const CLI::ExtrasError*>(&error) ? Unknown(*app, given) : "";
+    if (text.empty()) {
+        text = error.what();
     }
-    return std::string("norveltl: ") + error.what() + "\n  \"" + help +
-           " --help\" tells what there is.\n";
+    return "norveltl: " + text + "\n  \"" + help + " --help\" tells what there is.\n";
 }
 
 // What the user asked for; the command that was named fills run.
@@ -84,12 +113,40 @@ void AddForce(CLI::App* command, bool& force) {
     command->add_flag("--force", force, "Replace files that exist already");
 }
 
-void AddTarget(CLI::App* command, std::string& target) {
+// Either the first word or the option names the camera.
+void AddDevice(CLI::App* command, std::string& device) {
+    command->add_option("-d,--device,device", device, kDeviceHelp)->type_name("DEVICE");
+}
+
+void AddTarget(CLI::App* command, std::string& target, std::string& device) {
     command
         ->add_option("target", target,
-                     "system, interface:ID, device:ID, port:ID (the camera's own registers) or "
-                     "stream:ID; the ID is not needed for the only one")
+                     "A camera, as for --device, or system, interface:ID, device:DEVICE, "
+                     "port:DEVICE (the camera's own registers) or stream:DEVICE; what follows the "
+                     "colon is not needed for the only one")
         ->type_name("TARGET");
+    command->add_option("-d,--device", device, kDeviceHelp)->type_name("DEVICE");
+}
+
+void AddSettings(CLI::App* command, std::vector<std::string>& settings) {
+    command->add_option("--set", settings, "Write features before; may be repeated")
+        ->allow_extra_args(false)
+        ->type_name("NAME=VALUE");
+}
+
+// "--set A=1 B=2" means "--set A=1 --set B=2", whatever else follows.
+std::vector<std::string> WithRepeatedSet(const std::vector<std::string>& arguments) {
+    std::vector<std::string> repeated;
+    bool isSetting = false;
+    for (const std::string& argument : arguments) {
+        const bool isName = !argument.starts_with("-") && argument.find('=') != std::string::npos;
+        if (isSetting && isName && repeated.back() != "--set") {
+            repeated.emplace_back("--set");
+        }
+        isSetting = argument == "--set" || argument.starts_with("--set=") || (isSetting && isName);
+        repeated.push_back(argument);
+    }
+    return repeated;
 }
 
 void AddModuleCommands(CLI::App& app, SCommandLine& line) {
@@ -99,13 +156,12 @@ void AddModuleCommands(CLI::App& app, SCommandLine& line) {
 
     CLI::App* info = AddCommand(app, line, "info", "Show every info answer of modules",
                                 [](auto& l) { return Info(l.cti, l.info); });
-    AddTarget(info, line.info.target);
+    AddTarget(info, line.info.target, line.info.device);
     AddJson(info, line.info.json);
 
     CLI::App* xml = AddCommand(app, line, "xml", "Show the description of a module or camera",
                                [](auto& l) { return ShowXml(l.cti, l.xml); });
-    AddTarget(xml, line.xml.target);
-    xml->get_option("target")->required();
+    AddTarget(xml, line.xml.target, line.xml.device);
     xml->add_option("-o,--output", line.xml.file, "Write it into this file")
         ->check(CheckNotEmpty)
         ->type_name("FILE");
@@ -143,15 +199,13 @@ void AddRegisterCommands(CLI::App& app, SCommandLine& line) {
         AddCommand(app, line, "write", "Write registers, bytes in hexadecimal or by type",
                    [](auto& l) { return WriteRegisters(l.cti, l.registers); });
     for (CLI::App* command : {read, write}) {
-        AddTarget(command, line.registers.target);
+        AddTarget(command, line.registers.target, line.registers.device);
         command->get_option("target")->required();
         AddTypes(command, line.registers.type);
     }
     read->add_option("places", line.registers.places, "Where to read, and how many bytes")
-        ->required()
         ->type_name("ADDRESS[:LENGTH]");
     write->add_option("places", line.registers.places, "What to write where")
-        ->required()
         ->type_name("ADDRESS=VALUE");
 }
 
@@ -168,8 +222,9 @@ void AddFeatureCommands(CLI::App& app, SCommandLine& line) {
         command->add_option("-d,--device", line.features.device, kDeviceHelp)->type_name("DEVICE");
         command
             ->add_option("names", line.features.names,
-                         command == set ? "Features and their values" : "Names of features")
-            ->type_name(command == set ? "NAME=VALUE" : "NAME")
+                         command == set ? "The camera, and features with their values"
+                                        : "The camera, and names of features")
+            ->type_name(command == set ? "[DEVICE] NAME=VALUE" : "[DEVICE] NAME")
             ->required(command != list);
     }
     AddJson(list, line.features.json);
@@ -179,7 +234,7 @@ void AddGrab(CLI::App& app, SCommandLine& line) {
     SGrabOptions& options = line.grab;
     CLI::App* grab = AddCommand(app, line, "grab", "Take images from a camera",
                                 [](auto& l) { return Grab(l.cti, l.grab); });
-    grab->add_option("device", options.device, kDeviceHelp)->type_name("DEVICE");
+    AddDevice(grab, options.device);
     grab->add_flag("--first", options.first, "Take the first of several cameras");
     grab->add_option("-n,--count", options.count, "How many images to take; 100 without -t")
         ->check(CheckCount)
@@ -197,9 +252,7 @@ void AddGrab(CLI::App& app, SCommandLine& line) {
         ->check(CLI::Range(1, 10000))
         ->type_name("N")
         ->capture_default_str();
-    grab->add_option("--set", options.settings, "Write a feature before; may be repeated")
-        ->allow_extra_args(false)
-        ->type_name("NAME=VALUE");
+    AddSettings(grab, options.settings);
     grab->add_option("--timeout", options.timeoutSeconds,
                      "Give up after this time without an image")
         ->check(CheckAboveZero)
@@ -217,13 +270,11 @@ void AddEvents(CLI::App& app, SCommandLine& line) {
     SEventOptions& options = line.events;
     CLI::App* events = AddCommand(app, line, "events", "Show events as they come",
                                   [](auto& l) { return Events(l.cti, l.events); });
-    events->add_option("device", options.device, kDeviceHelp)->type_name("DEVICE");
+    AddDevice(events, options.device);
     events->add_option("-t,--time", options.seconds, "How long to wait for events")
         ->check(CheckAboveZero)
         ->type_name("SECONDS");
-    events->add_option("--set", options.settings, "Write a feature before; may be repeated")
-        ->allow_extra_args(false)
-        ->type_name("NAME=VALUE");
+    AddSettings(events, options.settings);
     events->add_flag("--acquire", options.acquire, "Take images meanwhile, and drop them");
 }
 
@@ -245,6 +296,7 @@ void Declare(CLI::App& app, SCommandLine& line) {
     // That there is one is seen to later, so that a misspelt command is named.
     app.require_subcommand(0, 1);
     app.fallthrough();
+    app.ignore_case();
     app.failure_message(UsageError);
     app.add_option("--cti", line.cti,
                    "The producer module; else the one beside this program, else those in "
@@ -266,7 +318,7 @@ int Run(int argc, char** argv) {
     CLI::App app{"Works with cameras through any GenTL producer.", "norveltl"};
     Declare(app, line);
     try {
-        std::vector<std::string> arguments = CConsole::Arguments(argc, argv);
+        std::vector<std::string> arguments = WithRepeatedSet(CConsole::Arguments(argc, argv));
         std::reverse(arguments.begin(), arguments.end());
         app.parse(std::move(arguments));
         if (!line.run) {

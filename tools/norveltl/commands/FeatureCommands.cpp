@@ -16,12 +16,40 @@ constexpr size_t kMaxShown = 40;
 
 // Opens the camera and lets work see its features.
 template <class W>
-EExitCode WithFeatures(const std::string& cti, const SFeatureOptions& options, W work) {
+EExitCode WithFeatures(const std::string& cti, const std::string& name, W work) {
     const SSystems systems = OpenSystems(cti);
-    const SChoice choice = ChooseDevice(systems, options.device, false);
+    const SChoice choice = ChooseDevice(systems, name, false);
     const CProducer& producer = choice.system->Producer();
     const CHandle device = OpenDevice(choice);
     work(CFeatures(producer, RemotePort(producer, device.Get())));
+    std::cout << std::flush;
+    return kDone;
+}
+
+// The same where the camera's name may be the first of the words, of which work sees the others.
+template <class W>
+EExitCode WithWords(const std::string& cti, const SFeatureOptions& options, bool needsWords,
+                    W work) {
+    std::vector<std::string> words = options.names;
+    const SSystems systems = OpenSystems(cti);
+    const bool isNamed = !options.device.empty() || words.empty();
+    const SChoice choice = isNamed ? ChooseDevice(systems, options.device, false)
+                                   : ChooseDeviceBefore(systems, words.front());
+    const CProducer& producer = choice.system->Producer();
+    const CHandle device = OpenDevice(choice);
+    const CFeatures features(producer, RemotePort(producer, device.Get()));
+    if (!isNamed) {
+        const ENamed how = BestNamed({choice}, words.front());
+        // A part of a name may be a feature of the only camera as well.
+        if (how > ENamed::Partly || (how == ENamed::Partly && (AllDevices(systems).size() > 1 ||
+                                                               !features.Knows(words.front())))) {
+            words.erase(words.begin());
+        }
+    }
+    if (needsWords && words.empty()) {
+        throw CToolError("no feature is named", kWrongUsage);
+    }
+    work(features, words);
     std::cout << std::flush;
     return kDone;
 }
@@ -114,12 +142,12 @@ Json ToJson(const SFeature& feature) {
 } // namespace
 
 EExitCode ListFeatures(const std::string& cti, const SFeatureOptions& options) {
-    return WithFeatures(cti, options, [&](const CFeatures& features) {
+    return WithWords(cti, options, false, [&](const CFeatures& features, const auto& names) {
         std::vector<SFeature> listed;
-        for (const std::string& name : options.names) {
+        for (const std::string& name : names) {
             listed.push_back(features.Describe(name));
         }
-        if (options.names.empty()) {
+        if (names.empty()) {
             listed = features.All();
         }
         if (!options.json) {
@@ -134,10 +162,10 @@ EExitCode ListFeatures(const std::string& cti, const SFeatureOptions& options) {
 }
 
 EExitCode GetFeatures(const std::string& cti, const SFeatureOptions& options) {
-    return WithFeatures(cti, options, [&](const CFeatures& features) {
-        for (const std::string& name : options.names) {
-            if (options.names.size() > 1) {
-                std::cout << name << "=";
+    return WithWords(cti, options, true, [](const CFeatures& features, const auto& names) {
+        for (const std::string& name : names) {
+            if (names.size() > 1) {
+                std::cout << features.NameOf(name) << "=";
             }
             std::cout << Printable(features.Get(name)) << "\n";
         }
@@ -145,11 +173,17 @@ EExitCode GetFeatures(const std::string& cti, const SFeatureOptions& options) {
 }
 
 EExitCode SetFeatures(const std::string& cti, const SFeatureOptions& options) {
+    std::vector<std::string> words = options.names;
+    std::string device = options.device;
+    if (device.empty() && words.size() > 1 && words.front().find('=') == std::string::npos) {
+        device = words.front();
+        words.erase(words.begin());
+    }
     std::vector<std::pair<std::string, std::string>> assignments;
-    for (const std::string& text : options.names) {
+    for (const std::string& text : words) {
         assignments.push_back(ParseAssignment(text));
     }
-    return WithFeatures(cti, options, [&](const CFeatures& features) {
+    return WithFeatures(cti, device, [&](const CFeatures& features) {
         for (const auto& [name, value] : assignments) {
             features.Set(name, value);
         }
@@ -157,8 +191,8 @@ EExitCode SetFeatures(const std::string& cti, const SFeatureOptions& options) {
 }
 
 EExitCode ExecuteCommands(const std::string& cti, const SFeatureOptions& options) {
-    return WithFeatures(cti, options, [&](const CFeatures& features) {
-        for (const std::string& name : options.names) {
+    return WithWords(cti, options, true, [](const CFeatures& features, const auto& names) {
+        for (const std::string& name : names) {
             features.Execute(name);
         }
     });

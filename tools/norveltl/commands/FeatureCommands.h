@@ -9,7 +9,7 @@
 namespace norveltl {
 
 struct SFeatureOptions {
-    std::string device; // as ChooseDevice takes it
+    std::string device; // as ChooseDevice takes it; empty where the first word may name it
     std::vector<std::string> names;
     bool json = false;
 };

@@ -285,11 +285,14 @@ Json ToJson(const CSystem& system, const SModule& module, const std::vector<SGro
 
 EExitCode Info(const std::string& cti, const SInfoOptions& options) {
     const SSystems systems = OpenSystems(cti);
-    const CModulePath path(systems, options.target.empty() ? SModuleName{EModule::Stream, ""}
-                                                           : ParseModuleName(options.target));
+    SModuleName name = ParseModuleName(options.target, options.device);
+    if (name.isCamera) {
+        name.module = EModule::Stream;
+    }
+    const CModulePath path(systems, name);
     Json json = Json::array();
     for (const SModule& module : path.Modules()) {
-        if (!options.target.empty() && &module != &path.Target()) {
+        if (!name.isCamera && &module != &path.Target()) {
             continue;
         }
         const std::vector<SGroup> groups = AskEverything(path.Producer(), module);

@@ -8,8 +8,10 @@
 namespace norveltl {
 
 struct SInfoOptions {
-    // A module's name; empty for the only camera with everything above and below it.
+    // A module's name; a camera's, or nothing for the only one, means everything above and below
+    // it.
     std::string target;
+    std::string device; // the camera's name, where the target has none
     bool json = false;
 };
 

@@ -14,6 +14,7 @@
 #include <cstring>
 #include <iostream>
 #include <span>
+#include <utility>
 
 namespace norveltl {
 
@@ -167,6 +168,17 @@ void Dump(const SRegister& source) {
     }
 }
 
+// Where the device is named, the first word may be a place already.
+SRegisterOptions Sorted(SRegisterOptions options) {
+    if (!options.device.empty() && !IsModuleName(options.target)) {
+        options.places.insert(options.places.begin(), std::exchange(options.target, ""));
+    }
+    if (options.places.empty()) {
+        throw CToolError("no register is named", kWrongUsage);
+    }
+    return options;
+}
+
 std::vector<SRegister> PlacesToRead(const SRegisterOptions& options) {
     std::vector<SRegister> places;
     for (const std::string& place : options.places) {
@@ -228,9 +240,10 @@ void Access(const CModulePath& path, std::vector<SRegister>& places, const F& si
 
 } // namespace
 
-EExitCode ReadRegisters(const std::string& cti, const SRegisterOptions& options) {
+EExitCode ReadRegisters(const std::string& cti, const SRegisterOptions& given) {
+    const SRegisterOptions options = Sorted(given);
     std::vector<SRegister> places = PlacesToRead(options);
-    const SModuleName name = ParseModuleName(options.target);
+    const SModuleName name = ParseModuleName(options.target, options.device);
     const SSystems systems = OpenSystems(cti);
     const CModulePath path(systems, name);
     const CProducer& p = path.Producer();
@@ -248,9 +261,10 @@ EExitCode ReadRegisters(const std::string& cti, const SRegisterOptions& options)
     return kDone;
 }
 
-EExitCode WriteRegisters(const std::string& cti, const SRegisterOptions& options) {
+EExitCode WriteRegisters(const std::string& cti, const SRegisterOptions& given) {
+    const SRegisterOptions options = Sorted(given);
     std::vector<SRegister> places = PlacesToWrite(options);
-    const SModuleName name = ParseModuleName(options.target);
+    const SModuleName name = ParseModuleName(options.target, options.device);
     const SSystems systems = OpenSystems(cti);
     const CModulePath path(systems, name);
     const CProducer& p = path.Producer();
@@ -259,7 +273,7 @@ EExitCode WriteRegisters(const std::string& cti, const SRegisterOptions& options
 }
 
 EExitCode ShowXml(const std::string& cti, const SXmlOptions& options) {
-    const SModuleName name = ParseModuleName(options.target);
+    const SModuleName name = ParseModuleName(options.target, options.device);
     const std::filesystem::path file = PathFromUtf8(options.file);
     const EExisting existing = options.force ? EExisting::Replace : EExisting::Keep;
     CheckPlace(file, existing);

@@ -9,7 +9,8 @@
 namespace norveltl {
 
 struct SRegisterOptions {
-    std::string target; // a module's name
+    std::string target; // a module's or camera's name, or a place where the device is named
+    std::string device; // as ChooseDevice takes it; empty for the target's
     // To read: "ADDRESS" or "ADDRESS:LENGTH"; to write: "ADDRESS=VALUE".
     std::vector<std::string> places;
     // "u32", "u64", "i32", "i64", "f32", "f64", "string", or empty for bytes in hexadecimal.
@@ -21,7 +22,8 @@ EExitCode ReadRegisters(const std::string& cti, const SRegisterOptions& options)
 EExitCode WriteRegisters(const std::string& cti, const SRegisterOptions& options);
 
 struct SXmlOptions {
-    std::string target; // a module's name
+    std::string target; // a module's or camera's name
+    std::string device; // as ChooseDevice takes it; empty for the target's
     std::string file;   // empty: the standard output
     bool force = false; // whether the file may exist already
 };

@@ -27,15 +27,15 @@ _norveltl() {
     case $command in
         '') words="$commands --version" ;;
         list) words="--json" ;;
-        info) words="--json" ;;
-        xml) words="-o --output --force" ;;
-        read | write) words=$types ;;
+        info) words="-d --device --json" ;;
+        xml) words="-d --device -o --output --force" ;;
+        read | write) words="-d --device $types" ;;
         features) words="-d --device --json" ;;
         get | set | exec) words="-d --device" ;;
         grab)
-            words="--first -n --count -t --time -o --output --format --buffers --set --timeout --stats --plot --force --json"
+            words="-d --device --first -n --count -t --time -o --output --format --buffers --set --timeout --stats --plot --force --json"
             ;;
-        events) words="-t --time --set --acquire" ;;
+        events) words="-d --device -t --time --set --acquire" ;;
         check) words="--all --json --junit" ;;
     esac
     case $command in

@@ -5,17 +5,17 @@ Register-ArgumentCompleter -Native -CommandName norveltl, norveltl.exe -ScriptBl
     $targets = 'system', 'interface', 'device', 'port', 'stream'
     $commands = @{
         list     = @('--json')
-        info     = @('--json') + $targets
-        xml      = @('-o', '--output', '--force') + $targets
-        read     = $types + $targets
-        write    = $types + $targets
+        info     = @('-d', '--device', '--json') + $targets
+        xml      = @('-d', '--device', '-o', '--output', '--force') + $targets
+        read     = @('-d', '--device') + $types + $targets
+        write    = @('-d', '--device') + $types + $targets
         features = @('-d', '--device', '--json')
         get      = @('-d', '--device')
         set      = @('-d', '--device')
         exec     = @('-d', '--device')
-        grab     = @('--first', '-n', '--count', '-t', '--time', '-o', '--output', '--format', '--buffers',
+        grab     = @('-d', '--device', '--first', '-n', '--count', '-t', '--time', '-o', '--output', '--format', '--buffers',
             '--set', '--timeout', '--stats', '--plot', '--force', '--json')
-        events   = @('-t', '--time', '--set', '--acquire')
+        events   = @('-d', '--device', '-t', '--time', '--set', '--acquire')
         check    = @('--all', '--json', '--junit')
     }
     $before = @($ast.CommandElements | Select-Object -Skip 1 |

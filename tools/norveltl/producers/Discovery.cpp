@@ -1,9 +1,9 @@
 #include "producers/Discovery.h"
 
 #include "terminal/Console.h"
+#include "terminal/Names.h"
 
 #include <algorithm>
-#include <cctype>
 
 namespace norveltl {
 
@@ -16,13 +16,6 @@ constexpr uint64_t kSearchMilliseconds = 1000;
 constexpr std::string_view kSerialPrefix = "SN->";
 
 namespace fs = std::filesystem;
-
-std::string Lower(std::string text) {
-    std::transform(text.begin(), text.end(), text.begin(), [](char c) {
-        return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    });
-    return text;
-}
 
 bool IsModule(const fs::path& path) {
     std::error_code error;
@@ -93,11 +86,15 @@ SDevice Describe(const CProducer& producer, IF_HANDLE handle, std::string id) {
     return device;
 }
 
-bool IsNamed(const SDevice& device, const std::string& name) {
-    if (name.starts_with(kSerialPrefix)) {
-        return device.serialNumber == name.substr(kSerialPrefix.size());
+// What a whole name may be.
+std::vector<std::string> NamesOf(const SDevice& device) {
+    std::vector<std::string> names{device.id};
+    for (const OptionalText& name : {device.serialNumber, device.userName}) {
+        if (name) {
+            names.push_back(*name);
+        }
     }
-    return device.id == name || device.serialNumber == name || device.userName == name;
+    return names;
 }
 
 bool IsPartlyNamed(const SDevice& device, const std::string& name) {
@@ -106,6 +103,22 @@ bool IsPartlyNamed(const SDevice& device, const std::string& name) {
     };
     return contains(device.id) || contains(device.serialNumber) || contains(device.userName) ||
            contains(device.model) || contains(device.displayName);
+}
+
+ENamed HowNamed(const SDevice& device, const std::string& name) {
+    if (name.starts_with(kSerialPrefix)) {
+        return device.serialNumber == name.substr(kSerialPrefix.size()) ? ENamed::Exactly
+                                                                        : ENamed::Not;
+    }
+    const std::vector<std::string> names = NamesOf(device);
+    if (std::find(names.begin(), names.end(), name) != names.end()) {
+        return ENamed::Exactly;
+    }
+    if (std::any_of(names.begin(), names.end(),
+                    [&](const auto& known) { return EqualsIgnoringCase(known, name); })) {
+        return ENamed::Whole;
+    }
+    return IsPartlyNamed(device, name) ? ENamed::Partly : ENamed::Not;
 }
 
 template <class Condition>
@@ -125,6 +138,24 @@ std::string ListText(const std::vector<SChoice>& choices) {
                 ", " + device.AccessText();
     }
     return text;
+}
+
+// What an unknown name may have meant.
+std::string Suggestion(const std::vector<SChoice>& all, const std::string& name) {
+    std::vector<std::string> names;
+    for (const SChoice& choice : all) {
+        const std::vector<std::string> own = NamesOf(*choice.device);
+        names.insert(names.end(), own.begin(), own.end());
+    }
+    return DidYouMean(name, names);
+}
+
+CToolError NobodyNamed(const std::vector<SChoice>& all, const std::string& name) {
+    const std::string suggestion = Suggestion(all, name);
+    return CToolError("no camera is named \"" + Printable(name) + "\"" +
+                          (suggestion.empty() ? "; there are:" : suggestion + " There are:") +
+                          ListText(all),
+                      kNothingFound);
 }
 
 std::string Lines(const std::vector<std::string>& texts) {
@@ -306,6 +337,14 @@ std::vector<SChoice> AllDevices(const SSystems& systems) {
     return choices;
 }
 
+ENamed BestNamed(const std::vector<SChoice>& choices, const std::string& name) {
+    ENamed best = ENamed::Not;
+    for (const SChoice& choice : choices) {
+        best = std::max(best, HowNamed(*choice.device, name));
+    }
+    return best;
+}
+
 SChoice ChooseDevice(const SSystems& systems, const std::string& name, bool first) {
     const std::vector<SChoice> all = AllDevices(systems);
     if (all.empty()) {
@@ -315,14 +354,11 @@ SChoice ChooseDevice(const SSystems& systems, const std::string& name, bool firs
 
     std::vector<SChoice> matching = all;
     if (!name.empty()) {
-        matching = Filter(all, [&](const SDevice& device) { return IsNamed(device, name); });
-        if (matching.empty()) {
-            matching = Filter(all, [&](const SDevice& d) { return IsPartlyNamed(d, name); });
+        const ENamed how = BestNamed(all, name);
+        if (how == ENamed::Not) {
+            throw NobodyNamed(all, name);
         }
-        if (matching.empty()) {
-            throw CToolError("no camera is named \"" + name + "\"; there are:" + ListText(all),
-                             kNothingFound);
-        }
+        matching = Filter(all, [&](const SDevice& d) { return HowNamed(d, name) == how; });
         if (matching.size() == 1) {
             return matching.front();
         }
@@ -338,6 +374,17 @@ SChoice ChooseDevice(const SSystems& systems, const std::string& name, bool firs
                          kWrongUsage);
     }
     return accessible.front();
+}
+
+SChoice ChooseDeviceBefore(const SSystems& systems, const std::string& word) {
+    const std::vector<SChoice> all = AllDevices(systems);
+    if (BestNamed(all, word) != ENamed::Not) {
+        return ChooseDevice(systems, word, false);
+    }
+    if (all.size() > 1 && !Suggestion(all, word).empty()) {
+        throw NobodyNamed(all, word);
+    }
+    return ChooseDevice(systems, "", false);
 }
 
 } // namespace norveltl

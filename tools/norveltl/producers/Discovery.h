@@ -84,10 +84,16 @@ PORT_HANDLE RemotePort(const CProducer& producer, DEV_HANDLE device);
 
 // Every camera of every producer.
 std::vector<SChoice> AllDevices(const SSystems& systems);
-// The camera that a name means: its ID, serial number (which "SN->" before it says) or user name,
-// else a part of its ID or names that only one has. Without a name the only accessible camera, or
-// the first of them if first is set. Throws CToolError, listing the choices, when there is none or
-// more than one.
+// How well a name means a camera: as a part of its ID or names; as its whole ID, serial number
+// (which "SN->" before it says) or user name, but for the case; or in every letter.
+enum class ENamed { Not, Partly, Whole, Exactly };
+// How well it means the cameras that it means best.
+ENamed BestNamed(const std::vector<SChoice>& choices, const std::string& name);
+// The camera that a name means best. Without a name the only accessible camera, or the first of
+// them if first is set. Throws CToolError, listing the choices, when there is none or more than
+// one.
 SChoice ChooseDevice(const SSystems& systems, const std::string& name, bool first);
+// The camera that a word means, or the only one where the word means none.
+SChoice ChooseDeviceBefore(const SSystems& systems, const std::string& word);
 
 } // namespace norveltl

@@ -2,6 +2,7 @@
 
 #include "producers/Description.h"
 #include "terminal/Console.h"
+#include "terminal/Names.h"
 
 #include "genapi/Text.h"
 
@@ -132,12 +133,33 @@ std::pair<std::string, std::string> ParseAssignment(const std::string& text) {
 CFeatures::CFeatures(const CProducer& producer, PORT_HANDLE port)
     : m_nodes(ReadDescription(producer, port), Registers(producer, port)) {}
 
+std::vector<SListed> CFeatures::Names() const {
+    std::vector<SListed> names;
+    Walk("Root", names, 0);
+    return names;
+}
+
+bool CFeatures::Knows(const std::string& feature) const {
+    return m_nodes.Has(feature) || std::ranges::any_of(Names(), [&](const SListed& listed) {
+               return EqualsIgnoringCase(listed.name, feature);
+           });
+}
+
 const SNode& CFeatures::Known(const std::string& feature) const {
-    if (!m_nodes.Has(feature)) {
-        throw CToolError("the camera has no feature " + Printable(feature) +
-                         "; \"norveltl features\" lists what it has");
+    if (m_nodes.Has(feature)) {
+        return m_nodes.Node(feature);
     }
-    return m_nodes.Node(feature);
+    std::vector<std::string> names;
+    for (SListed& listed : Names()) {
+        names.push_back(std::move(listed.name));
+    }
+    if (const auto found = FindName(feature, names)) {
+        return m_nodes.Node(names[*found]);
+    }
+    const std::string suggestion = DidYouMean(feature, names);
+    throw CToolError(
+        "the camera has no feature " + Printable(feature) +
+        (suggestion.empty() ? "; \"norveltl features\" lists what it has" : suggestion));
 }
 
 std::vector<CFeatures::SEntry> CFeatures::Entries(const SNode& node) const {
@@ -161,48 +183,50 @@ std::vector<CFeatures::SEntry> CFeatures::Entries(const SNode& node) const {
 }
 
 std::string CFeatures::ReadEnumeration(const std::string& feature) const {
-    const int64_t value = m_nodes.Integer(feature);
-    for (const SEntry& entry : Entries(Known(feature))) {
+    const SNode& node = Known(feature);
+    const int64_t value = m_nodes.Integer(node.name);
+    for (const SEntry& entry : Entries(node)) {
         if (entry.value == value) {
             return entry.name;
         }
     }
-    throw CToolError("feature " + feature + " has no entry for its value " + std::to_string(value));
+    throw CToolError("feature " + node.name + " has no entry for its value " +
+                     std::to_string(value));
 }
 
 void CFeatures::Execute(const std::string& command) const {
     const SNode& node = Known(command);
     if (node.kind != "Command") {
-        throw CToolError(command + " is no command, but of the kind " + UserKind(node.kind));
+        throw CToolError(node.name + " is no command, but of the kind " + UserKind(node.kind));
     }
     const int64_t value = node.Has("pCommandValue")
                               ? m_nodes.Integer(node.Text("pCommandValue"))
-                              : ParseInteger(node.Text("CommandValue"), "command " + command);
-    m_nodes.SetInteger(command, value);
+                              : ParseInteger(node.Text("CommandValue"), "command " + node.name);
+    m_nodes.SetInteger(node.name, value);
 }
 
 std::string CFeatures::Get(const std::string& feature) const {
     const SNode& node = Known(feature);
     const std::string kind = UserKind(node.kind);
     if (kind == "Integer") {
-        return ToText(m_nodes.Integer(feature));
+        return ToText(m_nodes.Integer(node.name));
     }
     if (kind == "Float") {
-        return ToText(m_nodes.Float(feature));
+        return ToText(m_nodes.Float(node.name));
     }
     if (kind == "Boolean") {
-        return m_nodes.Integer(feature) != 0 ? "true" : "false";
+        return m_nodes.Integer(node.name) != 0 ? "true" : "false";
     }
     if (kind == "Enumeration") {
-        return ReadEnumeration(feature);
+        return ReadEnumeration(node.name);
     }
     if (kind == "String") {
-        return m_nodes.Text(feature);
+        return m_nodes.Text(node.name);
     }
     if (kind == "Register") {
         return HexText(m_nodes.Bytes(node));
     }
-    throw CToolError(feature + " is of the kind " + node.kind + ", which has no value");
+    throw CToolError(node.name + " is of the kind " + node.kind + ", which has no value");
 }
 
 void CFeatures::Set(const std::string& feature, const std::string& value) const {
@@ -215,24 +239,22 @@ void CFeatures::Set(const std::string& feature, const std::string& value) const 
         if (value != "true" && value != "false" && value != "1" && value != "0") {
             throw Refused(node, value, "it is true or false");
         }
-        m_nodes.SetInteger(feature, value == "true" || value == "1");
+        m_nodes.SetInteger(node.name, value == "true" || value == "1");
     } else if (kind == "Enumeration") {
         const std::vector<SEntry> entries = Entries(node);
-        const auto entry = std::find_if(entries.begin(), entries.end(),
-                                        [&](const SEntry& known) { return known.name == value; });
-        if (entry == entries.end()) {
-            std::vector<std::string> names;
-            names.reserve(entries.size());
-            for (const SEntry& known : entries) {
-                names.push_back(known.name);
-            }
-            throw Refused(node, value, "it is one of " + Joined(names));
+        std::vector<std::string> names;
+        for (const SEntry& entry : entries) {
+            names.push_back(entry.name);
         }
-        m_nodes.SetInteger(feature, entry->value);
+        const auto found = FindName(value, names);
+        if (!found) {
+            throw Refused(node, value, "it is one of " + Joined(names) + DidYouMean(value, names));
+        }
+        m_nodes.SetInteger(node.name, entries[*found].value);
     } else if (kind == "String") {
-        m_nodes.SetText(feature, value);
+        m_nodes.SetText(node.name, value);
     } else {
-        throw CToolError(feature + " is of the kind " + node.kind + ", which cannot be set");
+        throw CToolError(node.name + " is of the kind " + node.kind + ", which cannot be set");
     }
 }
 
@@ -281,7 +303,7 @@ void CFeatures::SetNumber(const SNode& node, const std::string& value) const {
 SFeature CFeatures::Describe(const std::string& feature, const std::string& category) const {
     const SNode& node = Known(feature);
     SFeature described;
-    described.name = feature;
+    described.name = node.name;
     described.category = category;
     described.kind = UserKind(node.kind);
     described.toolTip = node.Text("ToolTip");
@@ -321,20 +343,22 @@ void CFeatures::Fill(const SNode& node, SFeature& feature) const {
 
 std::vector<SFeature> CFeatures::All() const {
     std::vector<SFeature> features;
-    Walk("Root", features, 0);
+    for (const SListed& listed : Names()) {
+        features.push_back(Describe(listed.name, listed.category));
+    }
     return features;
 }
 
-void CFeatures::Walk(const std::string& category, std::vector<SFeature>& features,
+void CFeatures::Walk(const std::string& category, std::vector<SListed>& names,
                      unsigned depth) const {
     if (depth > kMaxDepth) {
         throw CToolError("category " + category + " leads back to itself");
     }
     for (const std::string& name : m_nodes.Node(category).Texts("pFeature")) {
         if (m_nodes.Node(name).kind == "Category") {
-            Walk(name, features, depth + 1);
+            Walk(name, names, depth + 1);
         } else {
-            features.push_back(Describe(name, category));
+            names.push_back({name, category});
         }
     }
 }

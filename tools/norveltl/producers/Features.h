@@ -29,12 +29,22 @@ struct SFeature {
     std::string error;
 };
 
+struct SListed {
+    std::string name;
+    std::string category;
+};
+
+// The names that it takes need not keep to the case where only one feature can be meant; those of
+// nodes that no category lists do.
 class CFeatures {
 public:
     // Reads the description through the port, which must stay open as long as this object lives.
     CFeatures(const CProducer& producer, PORT_HANDLE port);
 
     bool Has(const std::string& feature) const { return m_nodes.Has(feature); }
+    // The same, in any case; and the name as the description writes it.
+    bool Knows(const std::string& feature) const;
+    const std::string& NameOf(const std::string& feature) const { return Known(feature).name; }
     int64_t ReadInteger(const std::string& feature) const { return m_nodes.Integer(feature); }
     // The name of the current entry.
     std::string ReadEnumeration(const std::string& feature) const;
@@ -46,8 +56,9 @@ public:
     void Set(const std::string& feature, const std::string& value) const;
     // Never throws for what the camera or the description does wrong: the feature's error says it.
     SFeature Describe(const std::string& feature, const std::string& category = {}) const;
-    // The features of all categories, in their order.
+    // The features of all categories, in their order; and only their names.
     std::vector<SFeature> All() const;
+    std::vector<SListed> Names() const;
 
 private:
     struct SEntry {
@@ -61,7 +72,7 @@ private:
     std::vector<SEntry> Entries(const GenApi::SNode& node) const;
     void SetNumber(const GenApi::SNode& node, const std::string& value) const;
     void Fill(const GenApi::SNode& node, SFeature& feature) const;
-    void Walk(const std::string& category, std::vector<SFeature>& features, unsigned depth) const;
+    void Walk(const std::string& category, std::vector<SListed>& names, unsigned depth) const;
 
     GenApi::CNodeMap m_nodes;
 };

@@ -1,7 +1,9 @@
 #include "producers/Modules.h"
 
 #include "terminal/Console.h"
+#include "terminal/Names.h"
 
+#include <algorithm>
 #include <array>
 #include <utility>
 
@@ -32,20 +34,29 @@ std::string IdsOf(const std::vector<SInterfaceChoice>& choices) {
 
 SInterfaceChoice ChooseInterface(const SSystems& systems, const std::string& id) {
     std::vector<SInterfaceChoice> all;
-    std::vector<SInterfaceChoice> matching;
     for (const auto& system : systems.open) {
         for (const SInterface& interface_ : system->Interfaces()) {
             all.push_back({system.get(), &interface_});
-            if (id.empty() || interface_.id == id) {
-                matching.push_back(all.back());
-            }
         }
     }
-    if (matching.empty()) {
-        throw CToolError(all.empty() ? "found no interface"
-                                     : "no interface is named \"" + Printable(id) +
-                                           "\"; there are:" + IdsOf(all),
-                         kNothingFound);
+    if (all.empty()) {
+        throw CToolError("found no interface", kNothingFound);
+    }
+    std::vector<SInterfaceChoice> matching = all;
+    if (!id.empty()) {
+        std::vector<std::string> ids;
+        for (const SInterfaceChoice& choice : all) {
+            ids.push_back(choice.interface_->id);
+        }
+        const auto found = FindName(id, ids);
+        if (!found) {
+            throw CToolError("no interface is named \"" + Printable(id) +
+                                 "\"; there are:" + IdsOf(all),
+                             kNothingFound);
+        }
+        std::erase_if(matching, [&](const SInterfaceChoice& choice) {
+            return choice.interface_->id != ids[*found];
+        });
     }
     if (matching.size() > 1) {
         throw CToolError("several interfaces can be meant; name one of them:" + IdsOf(matching),
@@ -70,19 +81,41 @@ const CSystem& ChooseSystem(const SSystems& systems) {
 
 } // namespace
 
-SModuleName ParseModuleName(const std::string& text) {
+bool IsModuleName(const std::string& word) {
+    return std::any_of(kNames.begin(), kNames.end(),
+                       [&](const auto& known) { return EqualsIgnoringCase(word, known.first); });
+}
+
+SModuleName ParseModuleName(const std::string& text, const std::string& device) {
     const size_t colon = text.find(':');
     const std::string name = text.substr(0, colon);
-    const std::string id = colon == std::string::npos ? "" : text.substr(colon + 1);
-    for (const auto& [known, module] : kNames) {
-        if (name == known && (module != EModule::System || id.empty())) {
-            return {module, id};
-        }
+    const std::string id = colon == std::string::npos ? device : text.substr(colon + 1);
+    const auto* known = std::find_if(kNames.begin(), kNames.end(), [&](const auto& entry) {
+        return EqualsIgnoringCase(name, entry.first);
+    });
+    const bool isKnown = known != kNames.end();
+    const bool isBelow = isKnown && known->second != EModule::System;
+    const bool isCamera = isBelow && known->second != EModule::Interface;
+    if (!device.empty() && !text.empty() && (colon != std::string::npos || !isCamera)) {
+        throw CToolError("\"" + Printable(text) + "\" and --device do not go together",
+                         kWrongUsage);
     }
-    throw CToolError("\"" + Printable(text) +
-                         "\" is no module: there are system, interface:ID, device:ID, port:ID "
-                         "and stream:ID",
-                     kWrongUsage);
+    if (isKnown && (isBelow || colon == std::string::npos)) {
+        return {known->second, id};
+    }
+    std::vector<std::string> names;
+    for (const auto& entry : kNames) {
+        names.emplace_back(entry.first);
+    }
+    const std::string suggestion = DidYouMean(name, names);
+    if (isKnown || (colon != std::string::npos && !suggestion.empty())) {
+        throw CToolError("\"" + Printable(text) +
+                             "\" is no module: there are system, interface:ID, device:ID, port:ID "
+                             "and stream:ID" +
+                             (isKnown ? "" : suggestion),
+                         kWrongUsage);
+    }
+    return {EModule::Port, text.empty() ? device : text, true};
 }
 
 const char* SModule::Name() const {

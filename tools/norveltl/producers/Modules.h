@@ -13,11 +13,15 @@ enum class EModule { System, Interface, Device, Port, Stream };
 
 struct SModuleName {
     EModule module;
-    std::string id; // empty: the only one
+    std::string id;        // empty: the only one
+    bool isCamera = false; // a camera's name alone, which means its port
 };
 
-// Throws for anything but "system", or another module's name and perhaps ":ID".
-SModuleName ParseModuleName(const std::string& text);
+// "system", another module's name and perhaps ":ID", or a camera's name. The device, where it is
+// not empty, names the camera of a module without an ID, or without the rest.
+SModuleName ParseModuleName(const std::string& text, const std::string& device);
+// Whether it is one of the modules' names, without an ID.
+bool IsModuleName(const std::string& word);
 
 // An open module: its info answers, and its port.
 struct SModule {
