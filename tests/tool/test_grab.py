@@ -225,4 +225,4 @@ class Interrupting(ToolTest):
     def test_events_end_well(self):
         answer = self.interrupted("events", "10001", "--acquire", "--set", "EventNotification=On")
         self.assertEqual((answer.code, answer.err), (DONE, ""))
-        self.assertEqual(answer.numbers()["events"], str(answer.out.count("ID 0x9001")))
+        self.assertEqual(answer.numbers()["events"], str(answer.out.count("FrameStart")))

@@ -276,6 +276,7 @@ void AddEvents(CLI::App& app, SCommandLine& line) {
         ->type_name("SECONDS");
     AddSettings(events, options.settings);
     events->add_flag("--acquire", options.acquire, "Take images meanwhile, and drop them");
+    AddJson(events, options.json);
 }
 
 void AddCheck(CLI::App& app, SCommandLine& line) {

@@ -3,31 +3,45 @@
 #include "grabbing/Acquisition.h"
 #include "grabbing/Stream.h"
 #include "producers/Discovery.h"
+#include "producers/EventNames.h"
+#include "producers/EventSource.h"
+#include "producers/FeatureJson.h"
 #include "terminal/Console.h"
+#include "terminal/Json.h"
 
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <condition_variable>
 #include <cstdio>
-#include <cstring>
 #include <iostream>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <queue>
+#include <thread>
+#include <utility>
 
 namespace norveltl {
 
 namespace {
 
 using Clock = std::chrono::steady_clock;
+using Sources = std::vector<std::unique_ptr<CEventSource>>;
 
-constexpr std::chrono::milliseconds kWaitSlice{20};
-constexpr size_t kMaxEvent = 1 << 16;
-constexpr size_t kDefaultEvent = 4096;
+// Short enough to end soon, since no producer must end a wait early.
+constexpr std::chrono::milliseconds kWaitSlice{50};
 constexpr size_t kBuffers = 8;
-// No producer fills a whole event with it.
-constexpr uint8_t kUntouched = 0xA5;
 
-std::string Hex(const std::vector<uint8_t>& bytes, size_t size) {
+std::string Format(const char* format, double value) {
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), format, value);
+    return text.data();
+}
+
+std::string Hex(const std::vector<uint8_t>& bytes) {
     std::string text;
-    for (size_t i = 0; i < std::min(size, bytes.size()); ++i) {
+    for (size_t i = 0; i < bytes.size(); ++i) {
         std::array<char, 4> byte{};
         std::snprintf(byte.data(), byte.size(), "%02x", bytes[i]);
         text += (i > 0 && i % 4 == 0 ? " " : "") + std::string(byte.data());
@@ -35,111 +49,202 @@ std::string Hex(const std::vector<uint8_t>& bytes, size_t size) {
     return text;
 }
 
-// One registered kind of event of one module.
-class CSource {
-public:
-    CSource(const CProducer& producer, std::string name, void* module, EVENT_TYPE type)
-        : m_producer(producer), m_name(std::move(name)), m_module(module), m_type(type) {
-        producer.Call(producer.GCRegisterEvent, module, type, &m_event);
-        const auto size =
-            QueryNumber(CProducer::Query(producer.EventGetInfo, m_event, EVENT_SIZE_MAX));
-        m_data.resize(std::clamp<size_t>(static_cast<size_t>(size.value_or(kDefaultEvent)),
-                                         sizeof(uint64_t), kMaxEvent));
-    }
-    ~CSource() { m_producer.CallOrReport(m_producer.GCUnregisterEvent, m_module, m_type); }
-    CSource(const CSource&) = delete;
-    CSource& operator=(const CSource&) = delete;
+std::string HexNumber(uint64_t number) {
+    std::array<char, 32> text{};
+    std::snprintf(text.data(), text.size(), "0x%llx", static_cast<unsigned long long>(number));
+    return text.data();
+}
 
-    // Prints the next event, if there is one within the time.
-    bool PrintNext(std::chrono::milliseconds timeout, Clock::duration since) {
-        std::fill(m_data.begin(), m_data.end(), kUntouched);
-        size_t size = m_data.size();
-        const GC_ERROR code = m_producer.EventGetData(m_event, m_data.data(), &size,
-                                                      static_cast<uint64_t>(timeout.count()));
-        if (code == GC_ERR_TIMEOUT || code == GC_ERR_NO_DATA) {
-            return false;
+// An event as it came, or why no more come.
+struct SArrival {
+    const CEventSource* source;
+    std::vector<uint8_t> bytes;
+    Clock::time_point time;
+    std::string error;
+};
+
+// Between those who wait for events and who shows them.
+class CArrivals {
+public:
+    void Add(SArrival arrival) {
+        const std::scoped_lock lock(m_mutex);
+        m_arrivals.push(std::move(arrival));
+        m_changed.notify_one();
+    }
+
+    std::optional<SArrival> Take(std::chrono::milliseconds timeout) {
+        std::unique_lock lock(m_mutex);
+        if (!m_changed.wait_for(lock, timeout, [this] { return !m_arrivals.empty(); })) {
+            return std::nullopt;
         }
-        m_producer.Check(m_producer.EventGetData.name, code);
-        // Some producers end a wait without an event in success.
-        const bool isUntouched = std::all_of(m_data.begin(), m_data.end(),
-                                             [](uint8_t byte) { return byte == kUntouched; });
-        if (isUntouched) {
-            return false;
-        }
-        std::array<char, 32> time{};
-        std::snprintf(time.data(), time.size(), "%10.3f s  ",
-                      std::chrono::duration<double>(since).count());
-        std::cout << time.data() << m_name << "  " << Id() << "  "
-                  << Hex(m_data, std::min(size, m_data.size())) << std::endl;
-        return true;
+        SArrival arrival = std::move(m_arrivals.front());
+        m_arrivals.pop();
+        return arrival;
     }
 
 private:
-    std::string Id() const {
-        const InfoQuery query = [this](INFO_DATATYPE* type, void* buffer, size_t* size) {
-            return m_producer.EventGetDataInfo(m_event, m_data.data(), m_data.size(), EVENT_DATA_ID,
-                                               type, buffer, size);
-        };
-        if (const auto number = QueryNumber(query)) {
-            std::array<char, 32> text{};
-            std::snprintf(text.data(), text.size(), "ID 0x%llx",
-                          static_cast<unsigned long long>(*number));
-            return text.data();
-        }
-        if (const auto text = QueryText(query)) {
-            return "ID " + Printable(*text);
-        }
-        return "ID not reported";
-    }
-
-    const CProducer& m_producer;
-    const std::string m_name;
-    void* const m_module;
-    const EVENT_TYPE m_type;
-    EVENT_HANDLE m_event = nullptr;
-    std::vector<uint8_t> m_data;
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    std::queue<SArrival> m_arrivals;
 };
 
-// Drops the images that the stream has by now.
-void Drain(CStream& stream) {
-    while (BUFFER_HANDLE buffer = stream.Wait(std::chrono::milliseconds(0))) {
-        stream.Queue(buffer);
-    }
+// Works in a thread of its own until it is to stop or fails.
+template <class W>
+std::jthread Repeat(CArrivals& arrivals, W work) {
+    return std::jthread([&arrivals, work](const std::stop_token& stop) {
+        try {
+            while (!stop.stop_requested()) {
+                work();
+            }
+        } catch (const std::exception& error) {
+            arrivals.Add({nullptr, {}, {}, error.what()});
+        }
+    });
 }
 
+// What is known of an event, for people and for programs.
+class CPrinter {
+public:
+    CPrinter(const CCameraFacts& camera, bool json) : m_camera(camera), m_json(json) {
+        if (camera.Features()) {
+            m_names = EventNames(*camera.Features());
+        }
+    }
+
+    void Print(const SArrival& arrival, Clock::time_point begin) const {
+        const SEventFacts facts = arrival.source->Facts(arrival.bytes);
+        const auto known = facts.id ? m_names.find(*facts.id) : m_names.end();
+        const SEventName name = known != m_names.end() ? known->second : SEventName{};
+        const double seconds = std::chrono::duration<double>(arrival.time - begin).count();
+        if (m_json) {
+            PrintJson(arrival, facts, name, seconds);
+        } else {
+            PrintText(arrival, facts, name, seconds);
+        }
+    }
+
+private:
+    // Hands each of the event's data on that can be read.
+    template <class F>
+    void Read(const SEventName& name, F take) const {
+        for (const auto& [key, feature] : name.data) {
+            const SFeature read = m_camera.Features()->Describe(feature);
+            if (read.value) {
+                take(key, read);
+            } else {
+                Note(feature + " cannot be read" + (read.error.empty() ? "" : ": " + read.error));
+            }
+        }
+    }
+
+    void PrintText(const SArrival& arrival, const SEventFacts& facts, const SEventName& name,
+                   double seconds) const {
+        std::string line = Format("%11.6f s  ", seconds) + arrival.source->Name() + "  ";
+        line += !name.name.empty() ? name.name
+                : facts.id         ? "ID " + HexNumber(*facts.id)
+                                   : "ID " + Printable(facts.idText);
+        if (facts.value) {
+            line += "  value " + std::to_string(*facts.value);
+        }
+        if (facts.timestamp) {
+            line += "  timestamp " + std::to_string(*facts.timestamp);
+        }
+        Read(name, [&](const std::string& key, const SFeature& read) {
+            line += "  " + Printable(key) + " " + Printable(*read.value) +
+                    (read.unit.empty() ? "" : " " + Printable(read.unit));
+        });
+        if (!facts.text.empty()) {
+            line += "  " + Printable(facts.text);
+        } else if (!facts.value && name.data.empty()) {
+            line += "  " + Hex(arrival.bytes);
+        }
+        std::cout << line << std::endl;
+    }
+
+    void PrintJson(const SArrival& arrival, const SEventFacts& facts, const SEventName& name,
+                   double seconds) const {
+        Json json{{"seconds", seconds}, {"source", arrival.source->Name()}};
+        json["id"] = facts.id ? Json(*facts.id) : Json(facts.idText);
+        json["name"] = name.name.empty() ? Json() : Json(name.name);
+        json["value"] = facts.value ? Json(*facts.value) : Json();
+        json["timestamp"] = facts.timestamp ? Json(*facts.timestamp) : Json();
+        json["text"] = facts.text;
+        json["data"] = Json::object();
+        Read(name, [&](const std::string& key, const SFeature& read) {
+            json["data"][key] = ValueOf(read.kind, *read.value);
+        });
+        json["bytes"] = Hex(arrival.bytes);
+        std::cout << ToLine(json) << std::endl;
+    }
+
+    const CCameraFacts& m_camera;
+    const bool m_json;
+    std::map<uint64_t, SEventName> m_names;
+};
+
 // A module need not have events of every kind.
-void AddSource(std::vector<std::unique_ptr<CSource>>& sources, const CProducer& producer,
-               const char* name, void* module, EVENT_TYPE type) {
+void AddSource(Sources& sources, const CSystem& system, const char* name, void* module,
+               EVENT_TYPE type) {
     try {
-        sources.push_back(std::make_unique<CSource>(producer, name, module, type));
+        sources.push_back(std::make_unique<CEventSource>(system.Producer(), system.IsNorvelTL(),
+                                                         name, module, type));
     } catch (const CCallError& error) {
         Note(std::string("no ") + name + " events: " + error.what());
     }
 }
 
 // Prints events until the time is over; answers how many, also after a failure, which it reports.
-uint64_t Watch(const std::vector<std::unique_ptr<CSource>>& sources, CStream* stream,
-               const std::optional<double>& seconds) {
-    uint64_t count = 0;
+uint64_t Watch(const Sources& sources, CStream* stream, const std::optional<double>& seconds,
+               const CPrinter& printer) {
+    CArrivals arrivals;
     const Clock::time_point begin = Clock::now();
+    std::vector<std::jthread> threads;
+    for (const auto& source : sources) {
+        threads.push_back(Repeat(arrivals, [&arrivals, source = source.get()] {
+            std::vector<uint8_t> bytes = source->Wait(kWaitSlice);
+            if (!bytes.empty()) {
+                arrivals.Add({source, std::move(bytes), Clock::now(), {}});
+            }
+        }));
+    }
+    if (stream) {
+        threads.push_back(Repeat(arrivals, [stream] {
+            if (BUFFER_HANDLE buffer = stream->Wait(kWaitSlice)) {
+                stream->Queue(buffer);
+            }
+        }));
+    }
     const auto isOver = [&] {
         return Interrupted() || !std::cout ||
                (seconds && Clock::now() - begin >= std::chrono::duration<double>(*seconds));
     };
-    try {
-        while (!isOver()) {
-            for (const auto& source : sources) {
-                while (!isOver() &&
-                       source->PrintNext(kWaitSlice / sources.size(), Clock::now() - begin)) {
-                    ++count;
-                }
+    uint64_t count = 0;
+    const auto isLate = [&](const SArrival& arrival) {
+        return seconds && arrival.time - begin > std::chrono::duration<double>(*seconds);
+    };
+    // Answers whether there may be more.
+    const auto show = [&](std::chrono::milliseconds timeout) {
+        const auto arrival = arrivals.Take(timeout);
+        if (arrival && arrival->error.empty()) {
+            if (!isLate(*arrival)) {
+                printer.Print(*arrival, begin);
+                ++count;
             }
-            if (stream) {
-                Drain(*stream);
-            }
+        } else if (arrival) {
+            ReportError(arrival->error);
         }
-    } catch (const CToolError& error) {
-        ReportError(error.what());
+        return arrival ? arrival->error.empty() : timeout > std::chrono::milliseconds(0);
+    };
+    bool goesOn = true;
+    while (goesOn && !isOver()) {
+        goesOn = show(kWaitSlice);
+    }
+    for (std::jthread& thread : threads) {
+        thread.request_stop();
+    }
+    threads.clear();
+    while (goesOn && std::cout) {
+        goesOn = show(std::chrono::milliseconds(0));
     }
     return count;
 }
@@ -154,12 +259,14 @@ EExitCode Events(const std::string& cti, const SEventOptions& options) {
     const CCameraFacts camera(producer, device.Get());
     camera.Set(options.settings);
 
-    std::vector<std::unique_ptr<CSource>> sources;
-    AddSource(sources, producer, "camera", RemotePort(producer, device.Get()), EVENT_REMOTE_DEVICE);
-    AddSource(sources, producer, "device error", device.Get(), EVENT_ERROR);
+    Sources sources;
+    AddSource(sources, *choice.system, "camera", RemotePort(producer, device.Get()),
+              EVENT_REMOTE_DEVICE);
+    AddSource(sources, *choice.system, "device error", device.Get(), EVENT_ERROR);
     if (sources.empty()) {
         throw CToolError("the camera has no events");
     }
+    const CPrinter printer(camera, options.json);
 
     std::optional<CStream> stream;
     std::optional<CAcquisition> acquisition;
@@ -170,9 +277,13 @@ EExitCode Events(const std::string& cti, const SEventOptions& options) {
         acquisition.emplace(*stream, camera);
     }
     CatchInterrupt();
-    std::cout << "camera      " << Printable(choice.device->id) << std::endl;
-    const uint64_t count = Watch(sources, stream ? &*stream : nullptr, options.seconds);
-    std::cout << "events      " << count << std::endl;
+    if (!options.json) {
+        std::cout << "camera      " << Printable(choice.device->id) << std::endl;
+    }
+    const uint64_t count = Watch(sources, stream ? &*stream : nullptr, options.seconds, printer);
+    if (!options.json) {
+        std::cout << "events      " << count << std::endl;
+    }
     return kDone;
 }
 

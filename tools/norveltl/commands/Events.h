@@ -14,6 +14,7 @@ struct SEventOptions {
     std::optional<double> seconds;     // nothing: until the user interrupts
     std::vector<std::string> settings; // "NAME=VALUE", done first
     bool acquire = false;              // take images meanwhile, and drop them
+    bool json = false;                 // a line for each event
 };
 
 EExitCode Events(const std::string& cti, const SEventOptions& options);

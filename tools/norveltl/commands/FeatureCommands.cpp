@@ -1,9 +1,9 @@
 #include "commands/FeatureCommands.h"
 
 #include "producers/Discovery.h"
+#include "producers/FeatureJson.h"
 #include "producers/Features.h"
 #include "terminal/Console.h"
-#include "terminal/Json.h"
 #include "terminal/Table.h"
 
 #include <iostream>
@@ -96,47 +96,6 @@ void Print(const std::vector<SFeature>& features) {
             std::cout << "note: " << feature.name << ": " << feature.error << "\n";
         }
     }
-}
-
-// Numbers as numbers, as far as JSON has them.
-Json ValueOf(const std::string& kind, const std::string& text) {
-    if (kind == "Integer" || kind == "Float" || kind == "Boolean") {
-        Json value = Json::parse(text, nullptr, false);
-        if (!value.is_discarded()) {
-            return value;
-        }
-    }
-    return text;
-}
-
-Json ToJson(const SFeature& feature) {
-    Json json{{"name", feature.name}, {"category", feature.category}, {"kind", feature.kind}};
-    const auto add = [&](const char* key, const std::optional<std::string>& value) {
-        if (value) {
-            json[key] = ValueOf(feature.kind, *value);
-        }
-    };
-    json["access"] = feature.access;
-    add("value", feature.value);
-    add("min", feature.min);
-    add("max", feature.max);
-    add("increment", feature.increment);
-    if (!feature.unit.empty()) {
-        json["unit"] = feature.unit;
-    }
-    if (!feature.entries.empty()) {
-        json["entries"] = feature.entries;
-    }
-    if (!feature.selects.empty()) {
-        json["selects"] = feature.selects;
-    }
-    if (!feature.toolTip.empty()) {
-        json["toolTip"] = feature.toolTip;
-    }
-    if (!feature.error.empty()) {
-        json["error"] = feature.error;
-    }
-    return json;
 }
 
 } // namespace

@@ -35,7 +35,7 @@ _norveltl() {
         grab)
             words="-d --device --first -n --count -t --time -o --output --format --buffers --set --timeout --stats --plot --force --json"
             ;;
-        events) words="-d --device -t --time --set --acquire" ;;
+        events) words="-d --device -t --time --set --acquire --json" ;;
         check) words="--all --json --junit" ;;
     esac
     case $command in

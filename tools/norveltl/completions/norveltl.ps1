@@ -15,7 +15,7 @@ Register-ArgumentCompleter -Native -CommandName norveltl, norveltl.exe -ScriptBl
         exec     = @('-d', '--device')
         grab     = @('-d', '--device', '--first', '-n', '--count', '-t', '--time', '-o', '--output', '--format', '--buffers',
             '--set', '--timeout', '--stats', '--plot', '--force', '--json')
-        events   = @('-d', '--device', '-t', '--time', '--set', '--acquire')
+        events   = @('-d', '--device', '-t', '--time', '--set', '--acquire', '--json')
         check    = @('--all', '--json', '--junit')
     }
     $before = @($ast.CommandElements | Select-Object -Skip 1 |

@@ -14,4 +14,9 @@ inline std::string ToText(const Json& json) {
     return json.dump(2, ' ', false, Json::error_handler_t::replace);
 }
 
+// The same in one line.
+inline std::string ToLine(const Json& json) {
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
 } // namespace norveltl
