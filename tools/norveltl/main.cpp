@@ -5,6 +5,7 @@
 #include "commands/Info.h"
 #include "commands/List.h"
 #include "commands/Registers.h"
+#include "commands/Run.h"
 #include "terminal/Console.h"
 #include "terminal/Names.h"
 
@@ -88,6 +89,7 @@ struct SCommandLine {
     SRegisterOptions registers;
     SFeatureOptions features;
     SGrabOptions grab;
+    SRunOptions steps;
     SEventOptions events;
     SCheckOptions check;
     std::function<EExitCode()> run;
@@ -203,6 +205,7 @@ void AddRegisterCommands(CLI::App& app, SCommandLine& line) {
         command->get_option("target")->required();
         AddTypes(command, line.registers.type);
     }
+    AddJson(read, line.registers.json);
     read->add_option("places", line.registers.places, "Where to read, and how many bytes")
         ->type_name("ADDRESS[:LENGTH]");
     write->add_option("places", line.registers.places, "What to write where")
@@ -228,6 +231,30 @@ void AddFeatureCommands(CLI::App& app, SCommandLine& line) {
             ->required(command != list);
     }
     AddJson(list, line.features.json);
+    AddJson(get, line.features.json);
+    CLI::Option* const save =
+        list->add_option("--save", line.features.save, "Write the settings into this file")
+            ->check(CheckNotEmpty)
+            ->type_name("FILE");
+    list->add_option("--load", line.features.load, "Set the camera by this file")
+        ->check(CheckNotEmpty)
+        ->excludes(save)
+        ->type_name("FILE");
+    AddForce(list, line.features.force);
+}
+
+void AddRun(CLI::App& app, SCommandLine& line) {
+    SRunOptions& options = line.steps;
+    CLI::App* run = AddCommand(app, line, "run", "Do several steps while the camera stays open",
+                               [](auto& l) { return Run(l.cti, l.steps); });
+    run->add_option("-d,--device", options.device, kDeviceHelp)->type_name("DEVICE");
+    run->add_option("words", options.words,
+                    "The camera, and steps: set NAME=VALUE..., get NAME..., exec NAME..., wait "
+                    "SECONDS")
+        ->type_name("[DEVICE] STEP");
+    run->add_option("-f,--file", options.file, "Do the steps in the lines of this file too")
+        ->check(CheckNotEmpty)
+        ->type_name("FILE");
 }
 
 void AddGrab(CLI::App& app, SCommandLine& line) {
@@ -307,13 +334,14 @@ void Declare(CLI::App& app, SCommandLine& line) {
     AddModuleCommands(app, line);
     AddRegisterCommands(app, line);
     AddFeatureCommands(app, line);
+    AddRun(app, line);
     AddGrab(app, line);
     AddEvents(app, line);
     AddCheck(app, line);
     app.footer("Exit codes: 0 done, 1 failed, 2 wrong usage, 3 nothing found.");
 }
 
-int Run(int argc, char** argv) {
+int RunMain(int argc, char** argv) {
     const CConsole console;
     SCommandLine line;
     CLI::App app{"Works with cameras through any GenTL producer.", "norveltl"};
@@ -347,7 +375,7 @@ int Run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     try {
-        return norveltl::Run(argc, argv);
+        return norveltl::RunMain(argc, argv);
     } catch (const std::exception& error) {
         norveltl::ReportError(error.what());
         return norveltl::kFailed;

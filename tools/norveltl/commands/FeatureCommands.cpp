@@ -1,8 +1,11 @@
 #include "commands/FeatureCommands.h"
 
+#include "files/InputFile.h"
+#include "files/OutputFile.h"
 #include "producers/Discovery.h"
 #include "producers/FeatureJson.h"
 #include "producers/Features.h"
+#include "producers/Settings.h"
 #include "terminal/Console.h"
 #include "terminal/Table.h"
 
@@ -13,6 +16,10 @@ namespace norveltl {
 namespace {
 
 constexpr size_t kMaxShown = 40;
+
+EExisting ExistingOf(const SFeatureOptions& options) {
+    return options.force ? EExisting::Replace : EExisting::Keep;
+}
 
 // Opens the camera and lets work see its features.
 template <class W>
@@ -49,9 +56,9 @@ EExitCode WithWords(const std::string& cti, const SFeatureOptions& options, bool
     if (needsWords && words.empty()) {
         throw CToolError("no feature is named", kWrongUsage);
     }
-    work(features, words);
+    work(features, words, *choice.device);
     std::cout << std::flush;
-    return kDone;
+    return ErrorReported() ? kFailed : kDone;
 }
 
 std::string Limits(const SFeature& feature) {
@@ -98,37 +105,97 @@ void Print(const std::vector<SFeature>& features) {
     }
 }
 
+// What a line of a comment may hold.
+std::string Text(const OptionalText& text) {
+    return Printable(text.value_or("not reported"));
+}
+
+void Save(const CFeatures& features, const SDevice& device, const SFeatureOptions& options) {
+    const SSettings settings = ReadSettings(features);
+    for (const std::string& note : settings.notes) {
+        Note(note);
+    }
+    for (const std::string& error : settings.errors) {
+        ReportError(error);
+    }
+    if (settings.list.empty()) {
+        throw CToolError("the camera's description calls no feature streamable");
+    }
+    const std::string text = "# Settings of " + Printable(device.id) + ": " + Text(device.vendor) +
+                             " " + Text(device.model) + ", serial number " +
+                             Text(device.serialNumber) + "\n" + ToText(settings.list);
+    WriteFile(PathFromUtf8(options.save),
+              {reinterpret_cast<const uint8_t*>(text.data()), text.size()}, ExistingOf(options));
+}
+
+void Load(const CFeatures& features, const std::vector<SSetting>& settings,
+          const std::string& file) {
+    const std::vector<SDifference> differences = ApplySettings(features, settings);
+    for (const SDifference& difference : differences) {
+        ReportError(file + ":" + std::to_string(difference.setting->line) + ": " +
+                    difference.reason);
+    }
+    std::cout << "taken       " << settings.size() - differences.size() << " of " << settings.size()
+              << "\n";
+}
+
 } // namespace
 
 EExitCode ListFeatures(const std::string& cti, const SFeatureOptions& options) {
-    return WithWords(cti, options, false, [&](const CFeatures& features, const auto& names) {
-        std::vector<SFeature> listed;
-        for (const std::string& name : names) {
-            listed.push_back(features.Describe(name));
-        }
-        if (names.empty()) {
-            listed = features.All();
-        }
-        if (!options.json) {
-            return Print(listed);
-        }
-        Json json = Json::array();
-        for (const SFeature& feature : listed) {
-            json.push_back(ToJson(feature));
-        }
-        std::cout << ToText(json) << "\n";
-    });
+    std::vector<SSetting> settings;
+    if (!options.load.empty()) {
+        settings = ParseSettings(ReadFile(PathFromUtf8(options.load)), options.load);
+    }
+    CheckPlace(PathFromUtf8(options.save), ExistingOf(options));
+    return WithWords(cti, options, false,
+                     [&](const CFeatures& features, const auto& names, const SDevice& device) {
+                         if (!options.save.empty() || !options.load.empty()) {
+                             if (!names.empty()) {
+                                 throw CToolError(
+                                     "--save and --load are for all settings, not for " +
+                                         Printable(names.front()),
+                                     kWrongUsage);
+                             }
+                             return options.save.empty() ? Load(features, settings, options.load)
+                                                         : Save(features, device, options);
+                         }
+                         std::vector<SFeature> listed;
+                         for (const std::string& name : names) {
+                             listed.push_back(features.Describe(name));
+                         }
+                         if (names.empty()) {
+                             listed = features.All();
+                         }
+                         if (!options.json) {
+                             return Print(listed);
+                         }
+                         Json json = Json::array();
+                         for (const SFeature& feature : listed) {
+                             json.push_back(ToJson(feature));
+                         }
+                         std::cout << ToText(json) << "\n";
+                     });
 }
 
 EExitCode GetFeatures(const std::string& cti, const SFeatureOptions& options) {
-    return WithWords(cti, options, true, [](const CFeatures& features, const auto& names) {
-        for (const std::string& name : names) {
-            if (names.size() > 1) {
-                std::cout << features.NameOf(name) << "=";
-            }
-            std::cout << Printable(features.Get(name)) << "\n";
-        }
-    });
+    return WithWords(cti, options, true,
+                     [&](const CFeatures& features, const auto& names, const SDevice&) {
+                         if (options.json) {
+                             Json json = Json::object();
+                             for (const std::string& name : names) {
+                                 json[features.NameOf(name)] =
+                                     ValueOf(features.KindOf(name), features.Get(name));
+                             }
+                             std::cout << ToText(json) << "\n";
+                             return;
+                         }
+                         for (const std::string& name : names) {
+                             if (names.size() > 1) {
+                                 std::cout << features.NameOf(name) << "=";
+                             }
+                             std::cout << Printable(features.Get(name)) << "\n";
+                         }
+                     });
 }
 
 EExitCode SetFeatures(const std::string& cti, const SFeatureOptions& options) {
@@ -150,11 +217,12 @@ EExitCode SetFeatures(const std::string& cti, const SFeatureOptions& options) {
 }
 
 EExitCode ExecuteCommands(const std::string& cti, const SFeatureOptions& options) {
-    return WithWords(cti, options, true, [](const CFeatures& features, const auto& names) {
-        for (const std::string& name : names) {
-            features.Execute(name);
-        }
-    });
+    return WithWords(cti, options, true,
+                     [](const CFeatures& features, const auto& names, const SDevice&) {
+                         for (const std::string& name : names) {
+                             features.Execute(name);
+                         }
+                     });
 }
 
 } // namespace norveltl

@@ -4,6 +4,7 @@
 #include "producers/Description.h"
 #include "producers/Modules.h"
 #include "terminal/Console.h"
+#include "terminal/Json.h"
 
 #include "genapi/Text.h"
 
@@ -121,6 +122,16 @@ Bytes BytesOf(const std::string& type, const std::string& text) {
     return BytesOfHex(text);
 }
 
+std::string HexOf(const Bytes& bytes) {
+    std::string text;
+    for (const uint8_t byte : bytes) {
+        std::array<char, 4> digits{};
+        std::snprintf(digits.data(), digits.size(), "%02x", byte);
+        text += digits.data();
+    }
+    return text;
+}
+
 // The shortest text that reads back as the same number of that width.
 template <class T>
 std::string FloatText(T value) {
@@ -177,6 +188,29 @@ SRegisterOptions Sorted(SRegisterOptions options) {
         throw CToolError("no register is named", kWrongUsage);
     }
     return options;
+}
+
+void Print(const std::vector<SRegister>& registers, const std::string& type) {
+    for (const SRegister& source : registers) {
+        if (type.empty()) {
+            Dump(source);
+        } else {
+            std::cout << TextOf(type, source.bytes) << "\n";
+        }
+    }
+}
+
+// Numbers as numbers, as far as JSON has them.
+void PrintJson(const std::vector<SRegister>& registers, const std::string& type) {
+    Json list = Json::array();
+    for (const SRegister& source : registers) {
+        const std::string text = type.empty() ? HexOf(source.bytes) : TextOf(type, source.bytes);
+        Json value = WidthOf(type) != 0 ? Json::parse(text, nullptr, false) : Json(text);
+        list.push_back({{"address", source.address},
+                        {type.empty() ? "bytes" : "value",
+                         value.is_discarded() ? Json(text) : std::move(value)}});
+    }
+    std::cout << ToText(list) << "\n";
 }
 
 std::vector<SRegister> PlacesToRead(const SRegisterOptions& options) {
@@ -249,13 +283,14 @@ EExitCode ReadRegisters(const std::string& cti, const SRegisterOptions& given) {
     const CProducer& p = path.Producer();
     Access(path, places, p.GCReadPort, p.GCReadPortStacked);
     for (const SRegister& place : places) {
-        if (options.type.empty()) {
-            Dump(place);
-        } else if (place.bytes.size() < WidthOf(options.type)) {
+        if (place.bytes.size() < WidthOf(options.type)) {
             throw CToolError("the port gave only " + std::to_string(place.bytes.size()) + " bytes");
-        } else {
-            std::cout << TextOf(options.type, place.bytes) << "\n";
         }
+    }
+    if (options.json) {
+        PrintJson(places, options.type);
+    } else {
+        Print(places, options.type);
     }
     std::cout << std::flush;
     return kDone;

@@ -15,6 +15,7 @@ struct SRegisterOptions {
     std::vector<std::string> places;
     // "u32", "u64", "i32", "i64", "f32", "f64", "string", or empty for bytes in hexadecimal.
     std::string type;
+    bool json = false;
 };
 
 // Several places are accessed in one stacked call.

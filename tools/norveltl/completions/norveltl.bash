@@ -1,7 +1,7 @@
 # Completes the commands and options of norveltl: source it, or put it into
 # /usr/share/bash-completion/completions as norveltl.
 _norveltl() {
-    local commands="list info xml read write features get set exec grab events check"
+    local commands="list info xml read write features get set exec run grab events check"
     local types="--u32 --i32 --u64 --i64 --f32 --f64 --string"
     local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} command= words= i
     COMPREPLY=()
@@ -14,7 +14,7 @@ _norveltl() {
         fi
     done
     case $before in
-        --cti | -o | --output | --plot | --junit)
+        --cti | -o | --output | --plot | --junit | --save | --load | -f | --file)
             compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -f -- "$word")
             return
@@ -29,9 +29,12 @@ _norveltl() {
         list) words="--json" ;;
         info) words="-d --device --json" ;;
         xml) words="-d --device -o --output --force" ;;
-        read | write) words="-d --device $types" ;;
-        features) words="-d --device --json" ;;
-        get | set | exec) words="-d --device" ;;
+        read) words="-d --device --json $types" ;;
+        write) words="-d --device $types" ;;
+        features) words="-d --device --json --save --load --force" ;;
+        get) words="-d --device --json" ;;
+        set | exec) words="-d --device" ;;
+        run) words="-d --device -f --file" ;;
         grab)
             words="-d --device --first -n --count -t --time -o --output --format --buffers --set --timeout --stats --plot --force --json"
             ;;

@@ -7,12 +7,13 @@ Register-ArgumentCompleter -Native -CommandName norveltl, norveltl.exe -ScriptBl
         list     = @('--json')
         info     = @('-d', '--device', '--json') + $targets
         xml      = @('-d', '--device', '-o', '--output', '--force') + $targets
-        read     = @('-d', '--device') + $types + $targets
+        read     = @('-d', '--device', '--json') + $types + $targets
         write    = @('-d', '--device') + $types + $targets
-        features = @('-d', '--device', '--json')
-        get      = @('-d', '--device')
+        features = @('-d', '--device', '--json', '--save', '--load', '--force')
+        get      = @('-d', '--device', '--json')
         set      = @('-d', '--device')
         exec     = @('-d', '--device')
+        run      = @('-d', '--device', '-f', '--file')
         grab     = @('-d', '--device', '--first', '-n', '--count', '-t', '--time', '-o', '--output', '--format', '--buffers',
             '--set', '--timeout', '--stats', '--plot', '--force', '--json')
         events   = @('-d', '--device', '-t', '--time', '--set', '--acquire', '--json')
@@ -22,7 +23,7 @@ Register-ArgumentCompleter -Native -CommandName norveltl, norveltl.exe -ScriptBl
         Where-Object { $_.Extent.EndOffset -lt $position } | ForEach-Object { $_.ToString() })
     $last = if ($before) { $before[-1] }
     # Nothing from here lets PowerShell complete the file's name.
-    if ($last -in '--cti', '-o', '--output', '--plot', '--junit') { return }
+    if ($last -in '--cti', '-o', '--output', '--plot', '--junit', '--save', '--load', '-f', '--file') { return }
     $command = $before | Where-Object { $commands.ContainsKey($_) } | Select-Object -First 1
     $choices = if ($last -eq '--format') { 'png', 'pgm', 'raw' }
     elseif ($command) { $commands[$command] + '--cti', '-h', '--help' }

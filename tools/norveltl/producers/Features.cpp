@@ -162,6 +162,10 @@ const SNode& CFeatures::Known(const std::string& feature) const {
         (suggestion.empty() ? "; \"norveltl features\" lists what it has" : suggestion));
 }
 
+std::string CFeatures::KindOf(const std::string& feature) const {
+    return UserKind(Known(feature).kind);
+}
+
 std::vector<CFeatures::SEntry> CFeatures::Entries(const SNode& node) const {
     std::vector<SEntry> entries;
     for (const auto& [kind, child] : *node.tree) {

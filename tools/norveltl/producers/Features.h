@@ -45,6 +45,7 @@ public:
     // The same, in any case; and the name as the description writes it.
     bool Knows(const std::string& feature) const;
     const std::string& NameOf(const std::string& feature) const { return Known(feature).name; }
+    std::string KindOf(const std::string& feature) const;
     int64_t ReadInteger(const std::string& feature) const { return m_nodes.Integer(feature); }
     // The name of the current entry.
     std::string ReadEnumeration(const std::string& feature) const;
@@ -56,6 +57,7 @@ public:
     void Set(const std::string& feature, const std::string& value) const;
     // Never throws for what the camera or the description does wrong: the feature's error says it.
     SFeature Describe(const std::string& feature, const std::string& category = {}) const;
+    const GenApi::CNodeMap& Nodes() const { return m_nodes; }
     // The features of all categories, in their order; and only their names.
     std::vector<SFeature> All() const;
     std::vector<SListed> Names() const;
