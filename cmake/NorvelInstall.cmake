@@ -71,6 +71,8 @@ else()
   install(FILES tools/norveltl/norveltl.1 DESTINATION share/man/man1 COMPONENT product)
   install(FILES tools/norveltl/completions/norveltl.bash DESTINATION share/bash-completion/completions RENAME norveltl
           COMPONENT product)
+  install(FILES tools/norveltl/completions/_norveltl DESTINATION share/zsh/vendor-completions COMPONENT product)
+  install(FILES tools/norveltl/completions/norveltl.fish DESTINATION share/fish/vendor_completions.d COMPONENT product)
   # The tool looks for the module beside itself.
   install(CODE "
     file(MAKE_DIRECTORY \"\$ENV{DESTDIR}\${CMAKE_INSTALL_PREFIX}/bin\")

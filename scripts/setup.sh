@@ -13,7 +13,7 @@ packages=(
   binutils ca-certificates cmake git ninja-build python3 python3-jsonschema xz-utils
   gcc g++ clang clang-format clang-tidy libclang-rt-14-dev llvm-14 dpkg-dev file pkg-config
   libboost1.81-dev libboost-thread1.81-dev nlohmann-json3-dev libcli11-dev libstb-dev zlib1g-dev
-  googletest libbenchmark-dev libxml2-utils iproute2 util-linux
+  googletest libbenchmark-dev libxml2-utils iproute2 util-linux zsh fish
   libaravis-dev libusb-1.0-0-dev libxml2-dev libglib2.0-dev aravis-tools-cli udev
 )
 windows_packages=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 nsis clang-tools-14 lld-14 python3-pefile)

@@ -12,7 +12,8 @@ EXPECTED = ["bin/norveltl", "include/GenTL/GenTL.h", "lib/cmake/NorvelTL/NorvelT
             "lib/norveltl/vision/libOptivo40.so", "lib/norveltl/vision/norveltl",
             "lib/norveltl/vision/standard/NorvelTL40-standard.cti", "lib/pkgconfig/norveltl.pc",
             "lib/udev/rules.d/70-norveltl-usb3-vision.rules", "share/bash-completion/completions/norveltl",
-            "share/man/man1/norveltl.1"]
+            "share/fish/vendor_completions.d/norveltl.fish", "share/man/man1/norveltl.1",
+            "share/zsh/vendor-completions/_norveltl"]
 PROFILE = "etc/profile.d/norveltl.sh"
 
 

@@ -1,4 +1,5 @@
 #include "commands/Check.h"
+#include "commands/Complete.h"
 #include "commands/Events.h"
 #include "commands/FeatureCommands.h"
 #include "commands/Grab.h"
@@ -348,6 +349,10 @@ int RunMain(int argc, char** argv) {
     Declare(app, line);
     try {
         std::vector<std::string> arguments = WithRepeatedSet(CConsole::Arguments(argc, argv));
+        if (!arguments.empty() && arguments.front() == "--complete") {
+            Complete(app, {arguments.begin() + 1, arguments.end()});
+            return kDone;
+        }
         std::reverse(arguments.begin(), arguments.end());
         app.parse(std::move(arguments));
         if (!line.run) {
