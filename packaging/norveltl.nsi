@@ -71,6 +71,7 @@ Var answer    ; exit code of the helper
 Var said      ; what it printed
 Var failure   ; what went wrong, or nothing
 Var log
+Var made      ; the topmost of the folders that were made for this installation
 
 ; Fail TEXT CODE: tells it, to the log alone when nobody is to be asked, and ends with the code.
 !macro Fail text code
@@ -101,6 +102,23 @@ Var log
   ${Helper} 'remove ${variable} "${folder}"'
   ${If} $answer != 0
     StrCpy $failure "The machine's variable ${variable} could not be changed.$\n$\n$said"
+  ${EndIf}
+!macroend
+
+; RemoveParents FOLDER TOP: the folders above one, up to the one that was made first, as far as they are empty.
+!macro RemoveParents folder top
+  StrCpy $0 "${folder}"
+  ${If} "${top}" != ""
+    ${DoUntil} $0 == "${top}"
+      ${GetParent} $0 $0
+      ${If} $0 == ""
+        ${ExitDo}
+      ${EndIf}
+      RMDir $0
+      ${If} ${RebootFlag}
+        RMDir /REBOOTOK $0
+      ${EndIf}
+    ${Loop}
   ${EndIf}
 !macroend
 
@@ -152,6 +170,7 @@ Section "-Preparation"
       Quit
     ${EndIf}
   ${Next}
+  ReadRegStr $made HKLM "${REGISTRATION}" "MadeFolder"
   ${If} $old != ""
   ${AndIf} ${FileExists} "$old\uninstall.exe"
     ExecWait '"$old\uninstall.exe" /S /ANSWERS=$answers /REPLACED_BY=$INSTDIR _?=$old' $0
@@ -161,6 +180,11 @@ Section "-Preparation"
     Delete "$old\uninstall.exe"
     RMDir "$old"
   ${EndIf}
+  ${If} $old != $INSTDIR
+    !insertmacro RemoveParents $old $made
+    StrCpy $made ""
+  ${EndIf}
+  Call LookWhatIsMissing
 SectionEnd
 
 Section "NorvelTL" product
@@ -200,6 +224,7 @@ Section "-Registration"
   WriteRegDWORD HKLM "${REGISTRATION}" "EstimatedSize" $0
   WriteRegDWORD HKLM "${REGISTRATION}" "SimulatedLibrary" $1
   WriteRegStr HKLM "${REGISTRATION}" "Answers" $answers
+  WriteRegStr HKLM "${REGISTRATION}" "MadeFolder" $made
   WriteRegDWORD HKLM "${REGISTRATION}" "NoModify" 1
   WriteRegDWORD HKLM "${REGISTRATION}" "NoRepair" 1
   ${If} ${Errors}
@@ -288,6 +313,23 @@ Function TakeAnswers
   ${NSD_GetState} $choice $0
   ${If} $0 == ${BST_CHECKED}
     StrCpy $answers "standard"
+  ${EndIf}
+FunctionEnd
+
+; What an earlier installation in this folder made stays ours.
+Function LookWhatIsMissing
+  StrCpy $0 $INSTDIR
+  StrCpy $1 ""
+  ${DoUntil} ${FileExists} "$0\*.*"
+    StrCpy $1 $0
+    ${GetParent} $0 $0
+    StrLen $2 $0
+    ${If} $2 < 3 ; a drive
+      ${ExitDo}
+    ${EndIf}
+  ${Loop}
+  ${If} $made == ""
+    StrCpy $made $1
   ${EndIf}
 FunctionEnd
 
@@ -413,6 +455,8 @@ Section "un.NorvelTL"
   ${OrIf} $R4 != "standard"
     !insertmacro Forget GENICAM_GENTL64_PATH "$INSTDIR\bin\standard"
   ${EndIf}
+  ReadRegStr $R5 HKLM "${REGISTRATION}" "MadeFolder"
+  !insertmacro RemoveParents $INSTDIR $R5
   DeleteRegKey HKLM "${REGISTRATION}"
   ${If} $failure != ""
     ${Fail} $failure ${FAILED}

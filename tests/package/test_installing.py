@@ -39,6 +39,14 @@ class InstallerTest(MachineTest):
         self.assertEqual(answer.code, code & 0xFF, answer)
         self.machine.path(folder + r"\uninstall.exe").unlink(missing_ok=True)
 
+    def uninstall_as_windows_does(self, folder):
+        self.assertEqual(self.registered("QuietUninstallString"), f'"{folder}\\uninstall.exe" /S')
+        self.machine.run(folder + r"\uninstall.exe", "/S")
+        deadline = time.monotonic() + 60
+        while self.machine.values(REGISTRATION) is not None and time.monotonic() < deadline:
+            time.sleep(0.2)
+        self.assertIsNone(self.machine.values(REGISTRATION))
+
     def windows_loads(self, names, binaries):
         self.assertEqual({path.name for path in binaries}, names)
         for path in binaries:
@@ -57,14 +65,6 @@ class Installing(InstallerTest):
         folder.mkdir(exist_ok=True)
         shutil.copy(Made.tree / "bin/norveltl.exe", folder)
         return r"C:\elsewhere\norveltl.exe"
-
-    def uninstall_as_windows_does(self, folder):
-        self.assertEqual(self.registered("QuietUninstallString"), f'"{folder}\\uninstall.exe" /S')
-        self.machine.run(folder + r"\uninstall.exe", "/S")
-        deadline = time.monotonic() + 60
-        while self.machine.values(REGISTRATION) is not None and time.monotonic() < deadline:
-            time.sleep(0.2)
-        self.assertIsNone(self.machine.values(REGISTRATION))
 
     def test_from_the_first_installation_to_the_last_trace(self):
         self.machine.set_values(ENVIRONMENT, {"PATH": ("EXPAND_SZ", FOREIGN_PATH),
@@ -317,6 +317,28 @@ class Hindered(InstallerTest):
         self.uninstall(DONE, USUAL)
         self.assertEqual(variables(self.machine), (("SZ", long[1]), long))
         self.machine.set_values(ENVIRONMENT, {"PATH": before, "GENICAM_GENTL64_PATH": None})
+
+    def test_folders_above_it_go_if_it_made_them(self):
+        files = self.machine.files()
+        self.install(DONE, folder=r"C:\Made\by\Setup")
+        self.install(DONE, folder=r"C:\Made\anew")
+        self.assertFalse(self.machine.path(r"C:\Made\by").exists())
+        # What an upgrade finds there was made by the version before.
+        self.install(DONE)
+        self.uninstall_as_windows_does(r"C:\Made\anew")
+        self.assertEqual(self.machine.files() ^ files, set())
+
+        self.machine.path(r"C:\Theirs\empty").mkdir(parents=True)
+        self.install(DONE, folder=r"C:\Theirs\empty\NorvelTL")
+        self.uninstall_as_windows_does(r"C:\Theirs\empty\NorvelTL")
+        self.assertEqual(self.machine.files() ^ files, {"Theirs", "Theirs/empty"})
+        shutil.rmtree(self.machine.path(r"C:\Theirs"))
+
+        self.install(DONE, folder=r"C:\Made\by\Setup")
+        self.machine.path(r"C:\Made\note.txt").write_text("A user's note.\n")
+        self.uninstall_as_windows_does(r"C:\Made\by\Setup")
+        self.assertEqual(self.machine.files() ^ files, {"Made", "Made/note.txt"})
+        shutil.rmtree(self.machine.path(r"C:\Made"))
 
     def test_variables_that_cannot_be_changed(self):
         self.machine.set_values(ENVIRONMENT, {"GENICAM_GENTL64_PATH": ("DWORD", 7)})
