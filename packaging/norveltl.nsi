@@ -27,6 +27,7 @@ RequestExecutionLevel admin
 !include "${LISTS}"
 
 !define REGISTRATION "Software\Microsoft\Windows\CurrentVersion\Uninstall\NorvelTL"
+!define START_MENU "$SMPROGRAMS\NorvelTL"
 !define FAILED 2
 !define IN_USE 32
 !define RESTART_NEEDED 3010
@@ -56,7 +57,7 @@ Page custom ShowAnswers TakeAnswers
 !insertmacro MUI_PAGE_INSTFILES
 !define MUI_FINISHPAGE_TEXT "NorvelTL ${VERSION} has been installed on your computer.$\r$\n$\r$\nPrograms that run \
 already find it after they are started again. $\"norveltl list$\", in a new window, shows the cameras, and which camera \
-library they come from: the maker's, or the simulated one.$\r$\n$\r$\nDocumentation is in $INSTDIR\docs.$\r$\n$\r$\n\
+library they come from: the maker's, or the simulated one.$\r$\n$\r$\nThe Start menu has the documents, and a prompt for norveltl.$\r$\n$\r$\n\
 Click Finish to close Setup."
 !insertmacro MUI_PAGE_FINISH
 !insertmacro MUI_UNPAGE_CONFIRM
@@ -203,6 +204,15 @@ Section "Simulated camera library" simulator
     DetailPrint "$INSTDIR\bin\Optivo40.dll is not the simulated one and stays."
     !insertmacro UnselectSection ${simulator}
   ${EndIf}
+SectionEnd
+
+Section "-StartMenu"
+  SetShellVarContext all
+  CreateDirectory "${START_MENU}"
+  StrCpy $OUTDIR "%USERPROFILE%" ; where the programs start
+  CreateShortCut "${START_MENU}\NorvelTL prompt.lnk" "$SYSDIR\cmd.exe" '/k ""$INSTDIR\bin\norveltl.exe" --help"'
+  CreateShortCut "${START_MENU}\NorvelTL documents.lnk" "$INSTDIR\docs\README.html"
+  SetOutPath $INSTDIR
 SectionEnd
 
 Section "-Registration"
@@ -442,6 +452,10 @@ Section "un.NorvelTL"
   ${EndIf}
   Delete "$INSTDIR\uninstall.exe"
   !insertmacro RemoveFolders
+  SetShellVarContext all
+  Delete "${START_MENU}\NorvelTL prompt.lnk"
+  Delete "${START_MENU}\NorvelTL documents.lnk"
+  RMDir "${START_MENU}"
 
   ; What is installed in the same folder next finds its entries in their places. An older installer names no answers: it
   ; knows the first module only.

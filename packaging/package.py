@@ -1,4 +1,4 @@
-#!/usr/bin/env python3
+#!/usr/bin/python3
 """Makes the Windows installer and archive of a build: package.py BUILD OUTPUT
 
 OUTPUT gets norveltl-VERSION-windows-x64.exe and .zip, and the tree they hold as stage/. The same build gives the same
@@ -12,6 +12,8 @@ import shutil
 import subprocess
 import time
 import zipfile
+
+import web_pages
 
 HERE = pathlib.Path(__file__).resolve().parent
 SOURCES = HERE.parent
@@ -48,6 +50,7 @@ def stage(build, tree):
     shutil.rmtree(tree, ignore_errors=True)
     for component in ("product", "simulator", "development"):
         run("cmake", "--install", build, "--prefix", tree, "--component", component)
+    web_pages.replace_documents(tree)
     stamp(tree)
 
 

@@ -16,7 +16,10 @@ packages=(
   googletest libbenchmark-dev libxml2-utils iproute2 util-linux zsh fish
   libaravis-dev libusb-1.0-0-dev libxml2-dev libglib2.0-dev aravis-tools-cli udev
 )
-windows_packages=(g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 nsis clang-tools-14 lld-14 python3-pefile)
+windows_packages=(
+  g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 nsis clang-tools-14 lld-14 python3-pefile
+  python3-markdown-it python3-mdit-py-plugins
+)
 header_folders=(boost nlohmann CLI stb benchmark)
 
 keyring=/usr/share/keyrings/debian-archive-keyring.gpg

@@ -115,7 +115,16 @@ class Installing(InstallerTest):
         self.assertEqual(variables(self.machine), (("SZ", f"{FOREIGN_PRODUCERS}{folder}\\{modules};"),
                                                    ("EXPAND_SZ", f"{FOREIGN_PATH};{folder}\\bin")))
 
+    def the_start_menu_leads_to(self, *places):
+        folder = self.machine.path(r"C:\ProgramData\Microsoft\Windows\Start Menu\Programs\NorvelTL")
+        links = {path.stem: path.read_bytes() for path in folder.iterdir()}
+        self.assertEqual(set(links), {"NorvelTL prompt", "NorvelTL documents"})
+        for name, place in zip(("NorvelTL prompt", "NorvelTL documents"), places):
+            self.assertTrue(any(place.encode(code) in links[name] for code in ("ascii", "utf-16-le")), links[name])
+            self.assertIn("%USERPROFILE%".encode("utf-16-le"), links[name])
+
     def users_find_it(self):
+        self.the_start_menu_leads_to(f'/k ""{BLANKS}\\bin\\norveltl.exe" --help"', BLANKS + r"\docs\README.html")
         answer = self.machine.run(self.tool_elsewhere(), "list")
         self.assertEqual((answer.code, answer.err), (0, ""))
         self.assertEqual(answer.out.splitlines()[0], BLANKS + r"\bin\NorvelTL40.cti")
@@ -155,9 +164,10 @@ class Installing(InstallerTest):
         self.assertEqual(inside, {file.as_posix(): (Made.tree / file).read_bytes()
                                   for file in package.files_in(Made.tree)})
         for name in ("bin/NorvelTL40.cti", "bin/standard/NorvelTL40-standard.cti", "bin/norveltl.exe", "bin/Optivo40.dll", "include/GenTL/GenTL.h",
-                     "docs/norveltl.md", "licences/Boost.txt", "licences/GCC-runtime.txt", "LICENSE", "README.md"):
+                     "docs/norveltl.html", "licences/Boost.txt",
+                     "licences/GCC-runtime.txt", "LICENSE", "README.html"):
             self.assertIn(name, inside)
-        self.assertEqual([name for name in inside if name.endswith((".debug", ".a", ".pyc"))], [])
+        self.assertEqual([name for name in inside if name.endswith((".debug", ".a", ".pyc", ".md"))], [])
 
     def test_the_same_build_makes_the_same_bytes(self):
         again = Made.work / "again in another folder"
