@@ -29,8 +29,8 @@ case ${1-} in
 esac
 
 scripts/setup.sh "${setup[@]}"
-echo "Building for $preset ..."
-scripts/build.sh --target "$target" "$preset"
+echo "Building for $preset; the first time takes some minutes ..."
+scripts/build.sh --progress --target "$target" "$preset"
 
 # What the last call made is listed there, and removed as long as it is still that.
 made=out/.made-by-demo

@@ -1,4 +1,5 @@
 """The demo grabs anew each time, and removes nothing but what it made."""
+import os
 import shutil
 import subprocess
 
@@ -50,3 +51,33 @@ class Demo(ToolTest):
         self.demo()
         self.assertEqual(self.images("out"), ["holiday.jpg", "image_0007.png"])
         self.assertEqual(len(self.images("out-2")), 100)
+
+
+class Building(ToolTest):
+    """What the demo shows of a build."""
+
+    def build(self, *lines, code=0, options=("--progress",)):
+        scripts = self.folder / "scripts"
+        scripts.mkdir(exist_ok=True)
+        shutil.copy2(SOURCES / "scripts/build.sh", scripts)
+        cmake = self.folder / "bin/cmake"
+        cmake.parent.mkdir(exist_ok=True)
+        text = "".join(f"echo '{line}'\n" for line in lines)
+        cmake.write_text(f'#!/bin/sh\n[ "$1" = --build ] || exit 0\n{text}exit {code}\n')
+        cmake.chmod(0o755)
+        environment = {**os.environ, "PATH": f"{cmake.parent}:{os.environ['PATH']}"}
+        return subprocess.run([scripts / "build.sh", *options, "linux"], capture_output=True, text=True, timeout=60,
+                              env=environment)
+
+    def test_how_far_it_is(self):
+        lines = [f"[{i}/40] Building CXX object src/x.dir/File{i}.cpp.o" for i in range(1, 41)]
+        done = self.build(*lines)
+        self.assertEqual((done.returncode, done.stderr), (0, ""))
+        self.assertEqual(done.stdout, "".join(f"  {i} of 40  File{i}.cpp.o\n" for i in range(4, 41, 4)))
+        self.assertEqual((self.folder / ".cache/logs/build-linux.log").read_text(), "\n".join(lines) + "\n")
+        self.assertEqual(self.build(*lines, options=()).stdout, "")
+
+    def test_a_build_that_fails(self):
+        done = self.build("[1/2] Building CXX object a.cpp.o", "a.cpp:1: error: no", code=1)
+        self.assertEqual(done.returncode, 1)
+        self.assertIn("a.cpp:1: error: no\nbuild: linux failed; ", done.stderr)
