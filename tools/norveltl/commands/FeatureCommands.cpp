@@ -15,6 +15,8 @@ namespace norveltl {
 
 namespace {
 
+using Words = std::vector<std::string>;
+
 constexpr size_t kMaxShown = 40;
 
 EExisting ExistingOf(const SFeatureOptions& options) {
@@ -37,7 +39,7 @@ EExitCode WithFeatures(const std::string& cti, const std::string& name, W work) 
 template <class W>
 EExitCode WithWords(const std::string& cti, const SFeatureOptions& options, bool needsWords,
                     W work) {
-    std::vector<std::string> words = options.names;
+    Words words = options.names;
     const SSystems systems = OpenSystems(cti);
     const bool isNamed = !options.device.empty() || words.empty();
     const SChoice choice = isNamed ? ChooseDevice(systems, options.device, false)
@@ -105,6 +107,26 @@ void Print(const std::vector<SFeature>& features) {
     }
 }
 
+// All features where none is named.
+void List(const CFeatures& features, const Words& names, bool json) {
+    std::vector<SFeature> listed;
+    listed.reserve(names.size());
+    for (const std::string& name : names) {
+        listed.push_back(features.Describe(name));
+    }
+    if (names.empty()) {
+        listed = features.All();
+    }
+    if (!json) {
+        return Print(listed);
+    }
+    Json list = Json::array();
+    for (const SFeature& feature : listed) {
+        list.push_back(ToJson(feature));
+    }
+    std::cout << ToText(list) << "\n";
+}
+
 // What a line of a comment may hold.
 std::string Text(const OptionalText& text) {
     return Printable(text.value_or("not reported"));
@@ -147,65 +169,50 @@ EExitCode ListFeatures(const std::string& cti, const SFeatureOptions& options) {
         settings = ParseSettings(ReadFile(PathFromUtf8(options.load)), options.load);
     }
     CheckPlace(PathFromUtf8(options.save), ExistingOf(options));
-    return WithWords(cti, options, false,
-                     [&](const CFeatures& features, const auto& names, const SDevice& device) {
-                         if (!options.save.empty() || !options.load.empty()) {
-                             if (!names.empty()) {
-                                 throw CToolError(
-                                     "--save and --load are for all settings, not for " +
-                                         Printable(names.front()),
-                                     kWrongUsage);
-                             }
-                             return options.save.empty() ? Load(features, settings, options.load)
-                                                         : Save(features, device, options);
-                         }
-                         std::vector<SFeature> listed;
-                         for (const std::string& name : names) {
-                             listed.push_back(features.Describe(name));
-                         }
-                         if (names.empty()) {
-                             listed = features.All();
-                         }
-                         if (!options.json) {
-                             return Print(listed);
-                         }
-                         Json json = Json::array();
-                         for (const SFeature& feature : listed) {
-                             json.push_back(ToJson(feature));
-                         }
-                         std::cout << ToText(json) << "\n";
-                     });
+    const auto work = [&](const CFeatures& features, const Words& names, const SDevice& device) {
+        if (options.save.empty() && options.load.empty()) {
+            return List(features, names, options.json);
+        }
+        if (!names.empty()) {
+            throw CToolError("--save and --load are for all settings, not for " +
+                                 Printable(names.front()),
+                             kWrongUsage);
+        }
+        return options.save.empty() ? Load(features, settings, options.load)
+                                    : Save(features, device, options);
+    };
+    return WithWords(cti, options, false, work);
 }
 
 EExitCode GetFeatures(const std::string& cti, const SFeatureOptions& options) {
-    return WithWords(cti, options, true,
-                     [&](const CFeatures& features, const auto& names, const SDevice&) {
-                         if (options.json) {
-                             Json json = Json::object();
-                             for (const std::string& name : names) {
-                                 json[features.NameOf(name)] =
-                                     ValueOf(features.KindOf(name), features.Get(name));
-                             }
-                             std::cout << ToText(json) << "\n";
-                             return;
-                         }
-                         for (const std::string& name : names) {
-                             if (names.size() > 1) {
-                                 std::cout << features.NameOf(name) << "=";
-                             }
-                             std::cout << Printable(features.Get(name)) << "\n";
-                         }
-                     });
+    const auto work = [&](const CFeatures& features, const Words& names, const SDevice&) {
+        Json json = Json::object();
+        for (const std::string& name : names) {
+            if (options.json) {
+                json[features.NameOf(name)] = ValueOf(features.KindOf(name), features.Get(name));
+                continue;
+            }
+            if (names.size() > 1) {
+                std::cout << features.NameOf(name) << "=";
+            }
+            std::cout << Printable(features.Get(name)) << "\n";
+        }
+        if (options.json) {
+            std::cout << ToText(json) << "\n";
+        }
+    };
+    return WithWords(cti, options, true, work);
 }
 
 EExitCode SetFeatures(const std::string& cti, const SFeatureOptions& options) {
-    std::vector<std::string> words = options.names;
+    Words words = options.names;
     std::string device = options.device;
     if (device.empty() && words.size() > 1 && words.front().find('=') == std::string::npos) {
         device = words.front();
         words.erase(words.begin());
     }
     std::vector<std::pair<std::string, std::string>> assignments;
+    assignments.reserve(words.size());
     for (const std::string& text : words) {
         assignments.push_back(ParseAssignment(text));
     }
@@ -217,12 +224,12 @@ EExitCode SetFeatures(const std::string& cti, const SFeatureOptions& options) {
 }
 
 EExitCode ExecuteCommands(const std::string& cti, const SFeatureOptions& options) {
-    return WithWords(cti, options, true,
-                     [](const CFeatures& features, const auto& names, const SDevice&) {
-                         for (const std::string& name : names) {
-                             features.Execute(name);
-                         }
-                     });
+    const auto work = [](const CFeatures& features, const Words& names, const SDevice&) {
+        for (const std::string& name : names) {
+            features.Execute(name);
+        }
+    };
+    return WithWords(cti, options, true, work);
 }
 
 } // namespace norveltl

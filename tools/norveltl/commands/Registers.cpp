@@ -206,9 +206,11 @@ void PrintJson(const std::vector<SRegister>& registers, const std::string& type)
     for (const SRegister& source : registers) {
         const std::string text = type.empty() ? HexOf(source.bytes) : TextOf(type, source.bytes);
         Json value = WidthOf(type) != 0 ? Json::parse(text, nullptr, false) : Json(text);
-        list.push_back({{"address", source.address},
-                        {type.empty() ? "bytes" : "value",
-                         value.is_discarded() ? Json(text) : std::move(value)}});
+        if (value.is_discarded()) {
+            value = text;
+        }
+        list.push_back(
+            {{"address", source.address}, {type.empty() ? "bytes" : "value", std::move(value)}});
     }
     std::cout << ToText(list) << "\n";
 }

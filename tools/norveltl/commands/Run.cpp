@@ -92,7 +92,8 @@ void AddSteps(std::vector<SStep>& steps, const std::vector<std::string>& words,
                                  DidYouMean(word, kVerbs),
                              kWrongUsage);
         } else {
-            steps.push_back({verb + " " + word, place, WorkOf(verb, word)});
+            steps.push_back(
+                {std::string(verb).append(" ").append(word), place, WorkOf(verb, word)});
             isIdle = false;
         }
     }

@@ -247,6 +247,7 @@ void CFeatures::Set(const std::string& feature, const std::string& value) const 
     } else if (kind == "Enumeration") {
         const std::vector<SEntry> entries = Entries(node);
         std::vector<std::string> names;
+        names.reserve(entries.size());
         for (const SEntry& entry : entries) {
             names.push_back(entry.name);
         }

@@ -45,6 +45,7 @@ SInterfaceChoice ChooseInterface(const SSystems& systems, const std::string& id)
     std::vector<SInterfaceChoice> matching = all;
     if (!id.empty()) {
         std::vector<std::string> ids;
+        ids.reserve(all.size());
         for (const SInterfaceChoice& choice : all) {
             ids.push_back(choice.interface_->id);
         }
@@ -104,6 +105,7 @@ SModuleName ParseModuleName(const std::string& text, const std::string& device) 
         return {known->second, id};
     }
     std::vector<std::string> names;
+    names.reserve(kNames.size());
     for (const auto& entry : kNames) {
         names.emplace_back(entry.first);
     }

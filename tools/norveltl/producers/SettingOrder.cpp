@@ -119,6 +119,7 @@ std::vector<SSettingGroup> OrderedSettings(const CFeatures& features) {
     }
     const Names settings = pending;
     std::vector<Names> needed;
+    needed.reserve(groups.size());
     for (const SSettingGroup& group : groups) {
         needed.push_back(Needed(features.Nodes(), group, settings));
     }
