@@ -158,6 +158,10 @@ class ToolTest(unittest.TestCase):
             path.write_text(text)
         self.assertEqual(text, path.read_text(), f"differs from {path}")
 
+    def images(self, folder):
+        """The images of a grab, in their order."""
+        return sorted((self.folder / folder).glob("image_*"))
+
     def install(self, name, *files):
         """A folder with these files, as a user would lay it out."""
         folder = self.folder / name

@@ -65,7 +65,7 @@ class Grabbing(ToolTest):
     def test_a_second_grab(self):
         for folder in ("one", "two"):
             self.done("grab", "10001", "-n", "3", *FAST, "-o", folder)
-            self.assertEqual(len(list((self.folder / folder).iterdir())), 3)
+            self.assertEqual(len(self.images(folder)), 3)
 
     def test_json(self):
         answer = self.done("grab", "10001", "-n", "5", *FAST, "-o", "out", "--json", "--stats").json()
@@ -73,7 +73,8 @@ class Grabbing(ToolTest):
                                                        "bytes", "interrupted", "failed", "files")},
                          {"device": LEFT, "payloadSize": 256, "buffers": 8, "delivered": 5, "incomplete": 0,
                           "bytes": 1280, "interrupted": False, "failed": False,
-                          "files": {"folder": "out", "pictures": 5, "raw": 0, "leftOut": 0, "notes": []}})
+                          "files": {"folder": "out", "pictures": 5, "raw": 0, "repeated": 0, "leftOut": 0,
+                                    "notes": []}})
         self.assertAlmostEqual(answer["framesPerSecond"], 5 / answer["seconds"], delta=0.001)
         interval = answer["milliseconds"]["interval"]
         spread = [interval[key] for key in ("min", "median", "p90", "p99", "p999", "max")]
@@ -90,7 +91,7 @@ class Grabbing(ToolTest):
         answer = self.run_tool("grab", "-n", "2", "-o", "out", world=world(fault))
         self.assertEqual((answer.code, answer.numbers()["files"]), (DONE, "0 PNG, 2 raw in out"))
         self.assertTrue(answer.err.endswith("note: the image format is unknown: raw files\n"), answer.err)
-        self.assertEqual(sorted(file.name for file in (self.folder / "out").iterdir()),
+        self.assertEqual([file.name for file in self.images("out")],
                          ["image_0001.raw", "image_0002.raw"])
 
 
@@ -132,7 +133,7 @@ class Failing(ToolTest):
         lossy = world(frameRate=200, imageFaults=[{"kind": "lost", "skip": 10, "count": 5}])
         totals = self.done("grab", "-n", "30", "-o", "out", "--format", "raw", world=lossy).numbers()
         self.assertEqual((totals["delivered"], totals["lost"]), ("30 of 30", "5"))
-        numbers = [pictures.stamp_number(file.read_bytes()) for file in sorted((self.folder / "out").iterdir())]
+        numbers = [pictures.stamp_number(file.read_bytes()) for file in self.images("out")]
         self.assertEqual(numbers, [*range(10), *range(15, 35)])
 
     def test_late_images_show_in_the_statistics(self):
@@ -211,7 +212,7 @@ class Interrupting(ToolTest):
         delivered = int(totals["delivered"].removesuffix(" of 100000"))
         self.assertGreater(delivered, 1)
         self.assertEqual(totals["files"], f"{delivered} PNG, 0 raw in out")
-        self.assertEqual(len(list((self.folder / "out").iterdir())), delivered)
+        self.assertEqual(len(self.images("out")), delivered)
         self.done("grab", "10001", "-n", "2", *FAST)
 
     def test_a_silent_grab_stops_too(self):

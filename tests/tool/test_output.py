@@ -31,7 +31,7 @@ class FullOutput(ToolTest):
     def test_images_are_written_all_the_same(self):
         answer = self.full("grab", LEFT, "-n", "3", "-o", "out")
         self.assertEqual((answer.code, answer.err), (FAILED, FULL))
-        self.assertEqual(len(list((self.folder / "out").iterdir())), 3)
+        self.assertEqual(len(self.images("out")), 3)
 
     def test_what_prints_nothing_is_done(self):
         self.assertEqual(self.full("set", "-d", "Left", "Width=320").code, DONE)
@@ -80,7 +80,7 @@ class Existing(ToolTest):
         for run, folder in enumerate(("out", "out-2", "out-3"), 2):
             answer = self.grab(run, "-o", "out")
             self.assertEqual(answer.numbers()["files"], f"{run} PNG, 0 raw in {folder}")
-        self.assertEqual([len(self.files(folder)) for folder in ("out", "out-2", "out-3")], [2, 3, 4])
+        self.assertEqual([len(self.images(folder)) for folder in ("out", "out-2", "out-3")], [2, 3, 4])
         answer = self.grab(1, "-o", "out/", "--json")
         self.assertEqual(answer.json()["files"]["folder"], "out-4")
 
@@ -89,14 +89,14 @@ class Existing(ToolTest):
         for name in ("notes.txt", "image_1.png", "my image_0001.png", "image_0001.bmp"):
             (self.folder / "out" / name).write_text("mine")
         self.grab(2, "-o", "out", "--force")
-        self.assertEqual(self.files("out"), ["image_0001.bmp", "image_0001.png", "image_0002.png", "image_1.png",
-                                             "my image_0001.png", "notes.txt"])
+        self.assertEqual(self.files("out"), ["grab.json", "image_0001.bmp", "image_0001.png", "image_0002.png",
+                                             "image_1.png", "my image_0001.png", "notes.txt"])
         self.assertEqual((self.folder / "out/notes.txt").read_text(), "mine")
 
     def test_force_replaces_an_earlier_run(self):
         self.grab(5, "-o", "out", "--format", "pgm")
         self.grab(2, "-o", "out", "--force")
-        self.assertEqual(self.files("out"), ["image_0001.png", "image_0002.png"])
+        self.assertEqual(self.files("out"), ["grab.json", "image_0001.png", "image_0002.png"])
 
     def test_a_plot_is_not_replaced(self):
         (self.folder / "plot.png").write_text("mine")

@@ -14,7 +14,7 @@ class Pictures(ToolTest):
     def grab(self, pixel_format, pattern, *arguments, count=3):
         """The files of a grab, in their order."""
         self.done("grab", "-n", str(count), "-o", "out", *arguments, world=world(pixel_format, pattern))
-        files = sorted((self.folder / "out").iterdir())
+        files = self.images("out")
         self.assertEqual([file.stem for file in files], [f"image_{i + 1:04}" for i in range(count)])
         return files
 
@@ -112,7 +112,7 @@ class Pictures(ToolTest):
 
     def test_a_folder_beyond_ascii(self):
         self.done("grab", "10001", "-n", "1", "-o", "Bilder λ/heute", "--set", "Width=32", "--set", "Height=4")
-        self.assertEqual([file.name for file in (self.folder / "Bilder λ/heute").iterdir()], ["image_0001.png"])
+        self.assertEqual([file.name for file in self.images("Bilder λ/heute")], ["image_0001.png"])
 
     def test_a_file_in_place_of_the_folder(self):
         (self.folder / "out").write_text("")

@@ -280,6 +280,11 @@ void AddGrab(CLI::App& app, SCommandLine& line) {
         ->check(CLI::Range(1, 10000))
         ->type_name("N")
         ->capture_default_str();
+    grab->add_option("--queue", options.queueMegabytes,
+                     "How many megabytes may wait to be written before images are left out")
+        ->check(CLI::Range(1, 1'000'000))
+        ->type_name("MB")
+        ->capture_default_str();
     AddSettings(grab, options.settings);
     grab->add_option("--timeout", options.timeoutSeconds,
                      "Give up after this time without an image")

@@ -1,7 +1,7 @@
 #include "commands/Grab.h"
 
 #include "files/Plot.h"
-#include "grabbing/GrabLoop.h"
+#include "grabbing/CameraGrab.h"
 #include "producers/Discovery.h"
 #include "terminal/Console.h"
 #include "terminal/Json.h"
@@ -15,12 +15,6 @@
 namespace norveltl {
 
 namespace {
-
-struct SReport {
-    std::string device;
-    size_t payloadSize;
-    size_t numBuffers;
-};
 
 std::string Fixed(double value, int digits) {
     std::array<char, 64> text{};
@@ -47,15 +41,18 @@ void PrintTotals(const STotals& totals, const SGrabOptions& options, const CGrab
     print("rate",
           Fixed(PerSecond(totals, static_cast<double>(totals.numDelivered)), 2) + " frames/s, " +
               Fixed(PerSecond(totals, static_cast<double>(totals.numBytes) / 1e6), 2) + " MB/s");
-    if (const auto& writer = loop.Writer()) {
-        print("files", std::to_string(writer->NumPictures()) + " " +
+    if (const CImageFolder* const folder = loop.Folder()) {
+        print("files", std::to_string(folder->NumPictures()) + " " +
                            (options.format == "pgm" ? "PGM" : "PNG") + ", " +
-                           std::to_string(writer->NumRaw()) + " raw in " +
-                           Utf8FromPath(writer->Folder()));
-        print("left out", std::to_string(writer->NumLeftOut()));
-        for (const std::string& note : writer->Notes()) {
+                           std::to_string(folder->NumRaw()) + " raw in " +
+                           Utf8FromPath(folder->Path()));
+        print("repeated", std::to_string(folder->NumRepeated()));
+        for (const std::string& note : folder->Notes()) {
             Note(note);
         }
+    }
+    if (const auto& writer = loop.Writer()) {
+        print("left out", std::to_string(writer->NumLeftOut()));
     }
 }
 
@@ -91,11 +88,12 @@ Json SpreadJson(const std::vector<double>& sample) {
             {"mean", spread->mean}};
 }
 
-void PrintJson(const SReport& report, const CGrabLoop& loop) {
+void PrintJson(const CCameraGrab& grab) {
+    const CGrabLoop& loop = grab.Loop();
     const STotals& totals = loop.Totals();
-    Json json{{"device", report.device},
-              {"payloadSize", report.payloadSize},
-              {"buffers", report.numBuffers},
+    Json json{{"device", grab.Choice().device->id},
+              {"payloadSize", grab.PayloadSize()},
+              {"buffers", grab.NumBuffers()},
               {"delivered", totals.numDelivered},
               {"incomplete", totals.numIncomplete},
               {"lost", totals.numLost ? Json(*totals.numLost) : Json()},
@@ -104,12 +102,13 @@ void PrintJson(const SReport& report, const CGrabLoop& loop) {
               {"framesPerSecond", PerSecond(totals, static_cast<double>(totals.numDelivered))},
               {"interrupted", Interrupted()},
               {"failed", ErrorReported()}};
-    if (const auto& writer = loop.Writer()) {
-        json["files"] = {{"folder", Utf8FromPath(writer->Folder())},
-                         {"pictures", writer->NumPictures()},
-                         {"raw", writer->NumRaw()},
-                         {"leftOut", writer->NumLeftOut()},
-                         {"notes", writer->Notes()}};
+    if (const CImageFolder* const folder = loop.Folder()) {
+        json["files"] = {{"folder", Utf8FromPath(folder->Path())},
+                         {"pictures", folder->NumPictures()},
+                         {"raw", folder->NumRaw()},
+                         {"repeated", folder->NumRepeated()},
+                         {"leftOut", loop.Writer()->NumLeftOut()},
+                         {"notes", folder->Notes()}};
     }
     if (const auto& statistics = loop.Statistics()) {
         json["milliseconds"] = {{"interval", SpreadJson(statistics->Intervals())},
@@ -128,56 +127,28 @@ void Attempt(W work) {
     }
 }
 
-void CheckLeftOut(const CGrabLoop& loop) {
-    const auto& writer = loop.Writer();
-    if (writer && writer->NumLeftOut() > 0) {
-        ReportError(std::to_string(writer->NumLeftOut()) +
-                    " images could not be written in time and are left out\n"
-                    "  Try --format raw, a faster disk, or a lower frame rate.");
-    }
-}
-
 } // namespace
 
 EExitCode Grab(const std::string& cti, const SGrabOptions& options) {
     CheckPlace(PathFromUtf8(options.plot), ExistingOf(options));
     const SSystems systems = OpenSystems(cti);
     const SChoice choice = ChooseDevice(systems, options.device, options.first);
-    const CProducer& producer = choice.system->Producer();
-    const CHandle device = OpenDevice(choice);
-    const CCameraFacts camera(producer, device.Get());
-    camera.Set(options.settings);
-    CStream stream(producer, device.Get());
-
-    std::optional<uint64_t> payloadSize = stream.PayloadSize();
-    if (!payloadSize) {
-        payloadSize = camera.PayloadSize();
-    }
-    const SReport report{choice.device->id, static_cast<size_t>(*payloadSize),
-                         std::max(options.numBuffers, static_cast<size_t>(stream.MinBuffers()))};
-    stream.Announce(report.payloadSize, report.numBuffers);
+    CCameraGrab grab(choice, options);
     if (!options.json) {
         for (const std::string& error : systems.errors) {
             Note(error);
         }
-        std::cout << "camera      " << Printable(report.device) << ", "
+        std::cout << "camera      " << Printable(choice.device->id) << ", "
                   << Printable(choice.device->model.value_or("model not reported")) << ", "
-                  << report.numBuffers << " buffers of " << report.payloadSize << " bytes"
+                  << grab.NumBuffers() << " buffers of " << grab.PayloadSize() << " bytes"
                   << std::endl;
-        if (!camera.Reason().empty()) {
-            Note("AcquisitionStart is not sent: " + camera.Reason());
+        if (!grab.Camera().Reason().empty()) {
+            Note("AcquisitionStart is not sent: " + grab.Camera().Reason());
         }
     }
-
-    CGrabLoop loop(stream, camera, options);
     CatchInterrupt();
-    Attempt([&] {
-        const CAcquisition acquisition(stream, camera);
-        // What ended the images is told before what the stop fails with.
-        Attempt([&] { loop.Run(); });
-    });
-    Attempt([&] { loop.Finish(); });
-    CheckLeftOut(loop);
+    grab.Run();
+    const CGrabLoop& loop = grab.Loop();
     if (Interrupted()) {
         ReportError("interrupted");
     }
@@ -189,7 +160,7 @@ EExitCode Grab(const std::string& cti, const SGrabOptions& options) {
         });
     }
     if (options.json) {
-        PrintJson(report, loop);
+        PrintJson(grab);
     } else {
         PrintTotals(loop.Totals(), options, loop);
         if (options.stats) {

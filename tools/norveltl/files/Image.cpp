@@ -3,14 +3,13 @@
 #include "terminal/Console.h"
 #include "terminal/Error.h"
 
+#include <boost/crc.hpp>
 #include <stb/stb_image_write.h>
 
-#include <algorithm>
-#include <array>
 #include <cstdlib>
-#include <limits>
 #include <memory>
-#include <utility>
+#include <string>
+#include <string_view>
 
 // Part of the PNG encoder, which its header does not declare.
 extern "C" unsigned char* stbi_zlib_compress(unsigned char* data, int size, int* packedSize,
@@ -22,153 +21,10 @@ namespace {
 
 constexpr int kCompression = 5;
 
-enum class EKind { kMono, kBayer, kColor };
-
-struct SKnownFormat {
-    const char* name;
-    uint64_t value;
-    EKind kind;
-    unsigned bytesPerPixel;
-    // Mono: significant bits. Bayer: column and row of the red pixel as 2 * row + column.
-    // Color: 1 when blue comes first.
-    unsigned detail;
-};
-
-constexpr std::array<SKnownFormat, 13> kFormats{{
-    {"Mono8", 0x01080001, EKind::kMono, 1, 8},
-    {"Mono10", 0x01100003, EKind::kMono, 2, 10},
-    {"Mono12", 0x01100005, EKind::kMono, 2, 12},
-    {"Mono14", 0x01100025, EKind::kMono, 2, 14},
-    {"Mono16", 0x01100007, EKind::kMono, 2, 16},
-    {"BayerRG8", 0x01080009, EKind::kBayer, 1, 0},
-    {"BayerGR8", 0x01080008, EKind::kBayer, 1, 1},
-    {"BayerGB8", 0x0108000A, EKind::kBayer, 1, 2},
-    {"BayerBG8", 0x0108000B, EKind::kBayer, 1, 3},
-    {"RGB8", 0x02180014, EKind::kColor, 3, 0},
-    {"BGR8", 0x02180015, EKind::kColor, 3, 1},
-    {"RGB8Packed", 0x02180014, EKind::kColor, 3, 0},
-    {"BGR8Packed", 0x02180015, EKind::kColor, 3, 1},
-}};
-
-template <class Condition>
-const SKnownFormat* FindFormat(Condition condition) {
-    const auto* found = std::find_if(kFormats.begin(), kFormats.end(), condition);
-    return found != kFormats.end() ? found : nullptr;
-}
-
-// The image's lines, each as the bytes of its pixels.
-class CLines {
-public:
-    CLines(std::span<const uint8_t> bytes, const SImageFormat& format, const SKnownFormat& known)
-        : m_bytes(bytes),
-          m_lineSize(size_t{format.width} * known.bytesPerPixel),
-          m_stride(m_lineSize + format.linePadding) {
-        const bool fits = format.width > 0 && format.height > 0 && m_lineSize <= bytes.size() &&
-                          (bytes.size() - m_lineSize) / m_stride >= format.height - 1;
-        if (!fits) {
-            throw CToolError("an image of " + std::to_string(bytes.size()) + " bytes cannot hold " +
-                             std::to_string(format.width) + " x " + std::to_string(format.height) +
-                             " pixels of " + format.pixelFormat);
-        }
-    }
-
-    std::span<const uint8_t> operator[](size_t y) const {
-        return m_bytes.subspan(y * m_stride, m_lineSize);
-    }
-
-private:
-    std::span<const uint8_t> m_bytes;
-    size_t m_lineSize;
-    size_t m_stride;
-};
-
-// Fewer than 16 significant bits move up, so that white stays white.
-void ConvertMono(const CLines& lines, unsigned numBits, SPicture& picture) {
-    auto out = picture.pixels.begin();
-    for (size_t y = 0; y < picture.height; ++y) {
-        const std::span<const uint8_t> line = lines[y];
-        if (numBits == 8) {
-            out = std::copy(line.begin(), line.end(), out);
-            continue;
-        }
-        for (size_t i = 0; i < line.size(); i += 2) {
-            const unsigned value = line[i] | static_cast<unsigned>(line[i + 1]) << 8;
-            const unsigned shifted = value << (16 - numBits);
-            *out++ = static_cast<uint8_t>(shifted >> 8);
-            *out++ = static_cast<uint8_t>(shifted);
-        }
-    }
-}
-
-void ConvertColor(const CLines& lines, bool blueFirst, SPicture& picture) {
-    auto out = picture.pixels.begin();
-    for (size_t y = 0; y < picture.height; ++y) {
-        const auto begin = out;
-        const std::span<const uint8_t> line = lines[y];
-        out = std::copy(line.begin(), line.end(), out);
-        for (auto pixel = begin; blueFirst && pixel != out; pixel += 3) {
-            std::swap(pixel[0], pixel[2]);
-        }
-    }
-}
-
-// Mirrors at the border without repeating the border pixel, which keeps the colour pattern.
-size_t Mirror(size_t i, int offset, size_t size) {
-    if (offset < 0) {
-        return i > 0 ? i - 1 : 1;
-    }
-    if (offset > 0) {
-        return i + 1 < size ? i + 1 : size - 2;
-    }
-    return i;
-}
-
-// Each missing colour is the mean of the nearest pixels that have it.
-void ConvertBayer(const CLines& lines, unsigned red, SPicture& picture) {
-    const size_t width = picture.width, height = picture.height;
-    auto out = picture.pixels.begin();
-    for (size_t y = 0; y < height; ++y) {
-        const auto above = lines[Mirror(y, -1, height)];
-        const auto line = lines[y];
-        const auto below = lines[Mirror(y, 1, height)];
-        const bool redRow = (y & 1) == red / 2;
-        for (size_t x = 0; x < width; ++x, out += 3) {
-            const size_t l = Mirror(x, -1, width), r = Mirror(x, 1, width);
-            const int sides = line[l] + line[r], ends = above[x] + below[x];
-            // The colour that rules this row, the other one, and where they go.
-            const int own = redRow ? 0 : 2;
-            std::array<int, 3> rgb{};
-            if ((((x & 1) == red % 2) == redRow)) {
-                rgb[static_cast<size_t>(own)] = line[x];
-                rgb[1] = (sides + ends) / 4;
-                rgb[static_cast<size_t>(2 - own)] = (above[l] + above[r] + below[l] + below[r]) / 4;
-            } else {
-                rgb[static_cast<size_t>(own)] = sides / 2;
-                rgb[1] = line[x];
-                rgb[static_cast<size_t>(2 - own)] = ends / 2;
-            }
-            std::transform(rgb.begin(), rgb.end(), out,
-                           [](int value) { return static_cast<uint8_t>(value); });
-        }
-    }
-}
-
 void AppendNumber(std::vector<uint8_t>& bytes, uint32_t number) {
     for (const unsigned shift : {24U, 16U, 8U, 0U}) {
         bytes.push_back(static_cast<uint8_t>(number >> shift));
     }
-}
-
-// The checksum of PNG chunks (ISO 3309).
-uint32_t Crc(std::span<const uint8_t> bytes) {
-    uint32_t crc = 0xFFFFFFFF;
-    for (const uint8_t byte : bytes) {
-        crc ^= byte;
-        for (int bit = 0; bit < 8; ++bit) {
-            crc = (crc >> 1) ^ ((crc & 1) != 0 ? 0xEDB88320U : 0U);
-        }
-    }
-    return ~crc;
 }
 
 void AppendChunk(std::vector<uint8_t>& file, std::string_view type, std::span<const uint8_t> data) {
@@ -176,7 +32,9 @@ void AppendChunk(std::vector<uint8_t>& file, std::string_view type, std::span<co
     const size_t begin = file.size();
     file.insert(file.end(), type.begin(), type.end());
     file.insert(file.end(), data.begin(), data.end());
-    AppendNumber(file, Crc(std::span(file).subspan(begin)));
+    boost::crc_32_type crc;
+    crc.process_bytes(file.data() + begin, file.size() - begin);
+    AppendNumber(file, crc.checksum());
 }
 
 // The PNG encoder knows 8 bits only. Each line holds the differences to its left neighbours.
@@ -220,37 +78,26 @@ void AppendBytes(void* context, void* data, int size) {
 
 } // namespace
 
-std::optional<std::string> PixelFormatName(uint64_t value) {
-    const SKnownFormat* known =
-        FindFormat([value](const SKnownFormat& format) { return format.value == value; });
-    return known ? std::optional<std::string>(known->name) : std::nullopt;
-}
-
 std::optional<SPicture> Convert(std::span<const uint8_t> bytes, const SImageFormat& format) {
-    const SKnownFormat* known = FindFormat(
-        [&](const SKnownFormat& candidate) { return candidate.name == format.pixelFormat; });
-    // The smallest colour pattern is 2 x 2, and the PNG encoder counts in int.
-    if (!known || (known->kind == EKind::kBayer && (format.width < 2 || format.height < 2)) ||
-        uint64_t{format.width} * format.height > std::numeric_limits<int>::max() / 8) {
+    std::optional<SSamples> samples = Unpack(bytes, format);
+    if (!samples) {
         return std::nullopt;
     }
-    const CLines lines(bytes, format, *known);
-    SPicture picture{format.width, format.height, known->kind == EKind::kMono ? 1u : 3u, {}};
-    if (known->kind == EKind::kMono && known->bytesPerPixel == 2) {
-        picture.bitsPerChannel = 16;
+    if (!samples->bayer.empty()) {
+        samples = Demosaic(*samples);
     }
-    picture.pixels.resize(size_t{format.width} * format.height * picture.numChannels *
-                          (picture.bitsPerChannel / 8));
-    switch (known->kind) {
-    case EKind::kMono:
-        ConvertMono(lines, known->detail, picture);
-        break;
-    case EKind::kBayer:
-        ConvertBayer(lines, known->detail, picture);
-        break;
-    case EKind::kColor:
-        ConvertColor(lines, known->detail != 0, picture);
-        break;
+    SPicture picture{samples->width, samples->height, samples->numChannels, {}};
+    if (samples->bits == 8) {
+        picture.pixels.assign(samples->values.begin(), samples->values.end());
+        return picture;
+    }
+    // Fewer than 16 significant bits move up, so that white stays white.
+    picture.bitsPerChannel = 16;
+    picture.pixels.reserve(samples->values.size() * 2);
+    for (const uint16_t value : samples->values) {
+        const unsigned shifted = static_cast<unsigned>(value) << (16 - samples->bits);
+        picture.pixels.push_back(static_cast<uint8_t>(shifted >> 8));
+        picture.pixels.push_back(static_cast<uint8_t>(shifted));
     }
     return picture;
 }

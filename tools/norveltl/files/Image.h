@@ -2,6 +2,7 @@
 #pragma once
 
 #include "files/OutputFile.h"
+#include "files/Samples.h"
 
 #include <cstdint>
 #include <filesystem>
@@ -12,15 +13,6 @@
 
 namespace norveltl {
 
-struct SImageFormat {
-    uint32_t width = 0;
-    uint32_t height = 0;
-    // The name of the pixel format, such as "Mono8"; empty when it is unknown.
-    std::string pixelFormat;
-    // Bytes behind each line that are not part of the image.
-    size_t linePadding = 0;
-};
-
 // Lines without padding; 1 channel is grey, 3 are red, green, blue. 16 bits stand with the high
 // byte first.
 struct SPicture {
@@ -30,9 +22,6 @@ struct SPicture {
     std::vector<uint8_t> pixels;
     unsigned bitsPerChannel = 8;
 };
-
-// The name behind a pixel format's number, or nothing when it is not known here.
-std::optional<std::string> PixelFormatName(uint64_t value);
 
 // Nothing when there is no conversion for the format. Throws CToolError when the bytes are fewer
 // than the format takes.
@@ -46,6 +35,8 @@ void WritePng(const std::filesystem::path& path, const SPicture& picture,
               EExisting existing = EExisting::Replace);
 void WritePnm(const std::filesystem::path& path, const SPicture& picture,
               EExisting existing = EExisting::Replace);
+void WriteTiff(const std::filesystem::path& path, const SPicture& picture,
+               EExisting existing = EExisting::Replace);
 void WriteRaw(const std::filesystem::path& path, std::span<const uint8_t> bytes,
               EExisting existing = EExisting::Replace);
 

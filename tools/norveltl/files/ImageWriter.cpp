@@ -1,10 +1,6 @@
 #include "files/ImageWriter.h"
 
-#include "terminal/Console.h"
-#include "terminal/Error.h"
-
 #include <algorithm>
-#include <regex>
 #include <utility>
 
 namespace norveltl {
@@ -13,72 +9,10 @@ namespace {
 
 constexpr unsigned kMaxThreads = 8;
 
-std::string FileName(uint64_t number, const char* extension) {
-    constexpr size_t kMinDigits = 4;
-    std::string digits = std::to_string(number);
-    if (digits.size() < kMinDigits) {
-        digits.insert(0, kMinDigits - digits.size(), '0');
-    }
-    return "image_" + digits + extension;
-}
-
-namespace fs = std::filesystem;
-
-bool IsImage(const fs::path& path) {
-    static const std::regex pattern("image_[0-9]{4,}\\.(png|pgm|ppm|raw)");
-    return std::regex_match(Utf8FromPath(path.filename()), pattern);
-}
-
-std::vector<fs::path> ImagesIn(const fs::path& folder) {
-    std::vector<fs::path> images;
-    for (const fs::directory_entry& entry : fs::directory_iterator(folder)) {
-        if (entry.is_regular_file() && IsImage(entry.path())) {
-            images.push_back(entry.path());
-        }
-    }
-    return images;
-}
-
-// Creating is what claims a folder, whoever else looks for one.
-fs::path FolderBeside(const fs::path& folder) {
-    const fs::path name = folder.filename();
-    const bool isNamed = !name.empty() && name != "." && name != "..";
-    for (unsigned run = 2;; ++run) {
-        fs::path other = isNamed        ? folder
-                         : name.empty() ? folder.parent_path()
-                                        : fs::canonical(folder);
-        other += "-" + std::to_string(run);
-        if (fs::create_directory(other)) {
-            return other;
-        }
-    }
-}
-
-fs::path FolderOfRun(const fs::path& folder, EExisting existing) {
-    try {
-        fs::create_directories(folder);
-        const std::vector<fs::path> earlier = ImagesIn(folder);
-        if (!earlier.empty() && existing == EExisting::Keep) {
-            return FolderBeside(folder);
-        }
-        for (const fs::path& image : earlier) {
-            fs::remove(image);
-        }
-        return folder;
-    } catch (const fs::filesystem_error& error) {
-        throw CToolError("cannot use the folder " + Utf8FromPath(folder) + ": " +
-                         Printable(error.code().message()));
-    }
-}
-
 } // namespace
 
-CImageWriter::CImageWriter(const fs::path& folder, EFileFormat format, size_t capacity,
-                           EExisting existing)
-    : m_folder(FolderOfRun(folder, existing)),
-      m_format(format),
-      m_existing(existing),
-      m_capacity(capacity) {
+CImageWriter::CImageWriter(Sinks sinks, size_t capacity)
+    : m_sinks(std::move(sinks)), m_capacity(capacity) {
     PreparePng();
     const unsigned count = std::clamp(std::thread::hardware_concurrency(), 1U, kMaxThreads);
     for (unsigned i = 0; i < count; ++i) {
@@ -112,6 +46,13 @@ void CImageWriter::Add(SImage image) {
 
 void CImageWriter::Finish() {
     Join();
+    for (const auto& sink : m_sinks) {
+        try {
+            sink->Finish();
+        } catch (...) {
+            m_failure = m_failure ? m_failure : std::current_exception();
+        }
+    }
     if (m_failure) {
         std::rethrow_exception(m_failure);
     }
@@ -144,47 +85,50 @@ void CImageWriter::Run() {
         }
         const SImage image = std::move(m_queue.front());
         m_queue.pop_front();
+        const uint64_t turn = m_numTaken++;
         lock.unlock();
         std::exception_ptr failure;
         try {
-            Write(image);
+            Write(image, turn);
         } catch (...) {
             failure = std::current_exception();
         }
         lock.lock();
         m_numBytes -= image.bytes.size();
         if (failure) {
-            m_failure = failure;
+            m_failure = m_failure ? m_failure : failure;
             m_changed.notify_all();
             return;
         }
     }
 }
 
-void CImageWriter::Write(const SImage& image) {
-    std::optional<SPicture> picture;
-    if (m_format != EFileFormat::Raw) {
-        picture = Convert(image.bytes, image.format);
+// Each image has its turn, also one that failed, so that those behind it come to theirs.
+void CImageWriter::Write(const SImage& image, uint64_t turn) {
+    std::vector<std::function<void()>> rest;
+    std::exception_ptr failure;
+    const auto attempt = [&failure](auto work) {
+        try {
+            work();
+        } catch (...) {
+            failure = failure ? failure : std::current_exception();
+        }
+    };
+    for (const auto& sink : m_sinks) {
+        attempt([&] { rest.push_back(sink->Write(image)); });
     }
-    if (picture && m_format == EFileFormat::Png) {
-        WritePng(m_folder / FileName(image.number, ".png"), *picture, m_existing);
-    } else if (picture) {
-        WritePnm(m_folder / FileName(image.number, picture->numChannels == 1 ? ".pgm" : ".ppm"),
-                 *picture, m_existing);
-    } else {
-        WriteRaw(m_folder / FileName(image.number, ".raw"), image.bytes, m_existing);
+    std::unique_lock lock(m_mutex);
+    m_nextTurn.wait(lock, [&] { return m_turn == turn; });
+    lock.unlock();
+    for (const auto& work : rest) {
+        attempt(work);
     }
-    const std::lock_guard lock(m_mutex);
-    ++(picture ? m_numPictures : m_numRaw);
-    if (picture || m_format == EFileFormat::Raw) {
-        return;
+    lock.lock();
+    ++m_turn;
+    m_nextTurn.notify_all();
+    if (failure) {
+        std::rethrow_exception(failure);
     }
-    m_notes.insert(image.format.pixelFormat.empty()
-                       ? "the image format is unknown: raw files"
-                       : "images of " + Printable(image.format.pixelFormat) + ", " +
-                             std::to_string(image.format.width) + " x " +
-                             std::to_string(image.format.height) +
-                             " pixels, are not converted: raw files");
 }
 
 } // namespace norveltl

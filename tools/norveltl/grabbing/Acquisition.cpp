@@ -59,6 +59,20 @@ SImageFormat CCameraFacts::Format() const {
     return format;
 }
 
+std::vector<SSetting> CCameraFacts::Settings() const {
+    constexpr size_t kMaxSettings = 5000, kMaxLength = 1000;
+    std::vector<SSetting> settings;
+    if (!m_features) {
+        return settings;
+    }
+    for (const SFeature& feature : m_features->All()) {
+        if (feature.value && settings.size() < kMaxSettings) {
+            settings.push_back({feature.name, feature.value->substr(0, kMaxLength)});
+        }
+    }
+    return settings;
+}
+
 uint32_t CCameraFacts::Extent(const char* feature) const {
     const int64_t value = m_features->ReadInteger(feature);
     if (value < 1 || value > std::numeric_limits<uint32_t>::max()) {

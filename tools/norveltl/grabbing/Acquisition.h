@@ -1,7 +1,7 @@
 // A camera while it delivers images: what its features say about them, and its start and stop.
 #pragma once
 
-#include "files/Image.h"
+#include "files/Samples.h"
 #include "grabbing/Stream.h"
 #include "producers/Features.h"
 
@@ -10,6 +10,10 @@
 #include <vector>
 
 namespace norveltl {
+
+struct SSetting {
+    std::string name, value;
+};
 
 // What the camera's own features say, with the reasons why some of it may be missing.
 class CCameraFacts {
@@ -28,6 +32,8 @@ public:
     uint64_t PayloadSize() const;
     // Fields that cannot be read stay 0 or empty; each is told about once.
     SImageFormat Format() const;
+    // Every feature that can be read now, but for those beyond a bound that no camera needs.
+    std::vector<SSetting> Settings() const;
 
 private:
     uint32_t Extent(const char* feature) const;

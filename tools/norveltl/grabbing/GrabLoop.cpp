@@ -13,8 +13,6 @@ namespace {
 // Short enough to notice an interruption, since no producer must end a wait early.
 constexpr std::chrono::milliseconds kWaitSlice{250};
 constexpr size_t kMaxStatistics = 1'000'000;
-// Of images that wait to be written.
-constexpr size_t kWriteQueueBytes = size_t{256} << 20;
 constexpr uint64_t kDefaultCount = 100;
 
 std::optional<uint64_t> CountOf(const SGrabOptions& options) {
@@ -32,15 +30,16 @@ std::string FormatSeconds(double seconds) {
 }
 
 // The number's meaning depends on the namespace: only the two that share their numbers are named.
-std::string PixelFormatOf(const CStream& stream, BUFFER_HANDLE buffer) {
+std::string PixelFormatOf(CStream& stream, BUFFER_HANDLE buffer) {
     constexpr uint64_t kGigEVision = 1, kPfnc32Bit = 4;
-    const auto value = stream.Info(buffer, BUFFER_INFO_PIXELFORMAT);
+    const auto value = stream.OptionalInfo(buffer, BUFFER_INFO_PIXELFORMAT);
     const uint64_t nameSpace =
-        stream.Info(buffer, BUFFER_INFO_PIXELFORMAT_NAMESPACE).value_or(kPfnc32Bit);
+        stream.OptionalInfo(buffer, BUFFER_INFO_PIXELFORMAT_NAMESPACE).value_or(kPfnc32Bit);
     if (!value || (nameSpace != kGigEVision && nameSpace != kPfnc32Bit)) {
         return "";
     }
-    return PixelFormatName(*value).value_or("");
+    const SPixelFormat* const known = FindPixelFormat(*value);
+    return known ? std::string(known->name) : "";
 }
 
 } // namespace
@@ -51,9 +50,11 @@ CGrabLoop::CGrabLoop(CStream& stream, const CCameraFacts& camera, const SGrabOpt
         m_statistics.emplace(std::min<uint64_t>(m_count.value_or(kMaxStatistics), kMaxStatistics));
     }
     if (!options.folder.empty()) {
-        m_writer.emplace(PathFromUtf8(options.folder), FileFormatOf(options.format),
-                         kWriteQueueBytes, ExistingOf(options));
+        m_folder = std::make_shared<CImageFolder>(
+            PathFromUtf8(options.folder), FileFormatOf(options.format), ExistingOf(options));
+        m_writer.emplace(CImageWriter::Sinks{m_folder}, options.queueMegabytes << 20);
         m_cameraFormat = camera.Format();
+        m_settings = camera.Settings();
     }
 }
 
@@ -87,7 +88,8 @@ SProgress CGrabLoop::State() {
 void CGrabLoop::Run() {
     CProgress progress([this](const SProgress& s, Clock::duration e) { return ShareDone(s, e); },
                        [this] { return State(); }, m_options.json);
-    const Clock::time_point begin = Clock::now();
+    const Clock::time_point begin = m_begin = Clock::now();
+    m_totals.begin = std::chrono::system_clock::now();
     Clock::time_point now = begin;
     Clock::time_point lastImage = begin;
     while (!IsDone(now - begin) && !Interrupted()) {
@@ -127,11 +129,11 @@ void CGrabLoop::Take(BUFFER_HANDLE buffer, Clock::time_point arrival) {
     ++m_totals.numDelivered;
     m_totals.numBytes += m_stream.NumFilled(buffer);
     if (m_statistics) {
-        m_statistics->Add(arrival, m_stream.Info(buffer, BUFFER_INFO_TIMESTAMP).value_or(0));
+        m_statistics->Add(arrival, m_stream.OptionalInfo(buffer, BUFFER_INFO_TIMESTAMP).value_or(0));
     }
     std::optional<SImage> image;
     if (m_writer) {
-        image = Copy(buffer);
+        image = Copy(buffer, arrival);
     }
     m_stream.Queue(buffer);
     if (image) {
@@ -139,18 +141,23 @@ void CGrabLoop::Take(BUFFER_HANDLE buffer, Clock::time_point arrival) {
     }
 }
 
-std::optional<SImage> CGrabLoop::Copy(BUFFER_HANDLE buffer) {
+std::optional<SImage> CGrabLoop::Copy(BUFFER_HANDLE buffer, Clock::time_point arrival) {
     const std::span<const uint8_t> bytes = m_stream.Bytes(buffer);
     if (!m_writer->HasRoom(bytes.size())) {
         return std::nullopt;
     }
-    return SImage{m_totals.numDelivered, FormatOf(buffer), {bytes.begin(), bytes.end()}};
+    return SImage{m_totals.numDelivered,
+                  FormatOf(buffer),
+                  {bytes.begin(), bytes.end()},
+                  arrival - m_begin,
+                  m_stream.OptionalInfo(buffer, BUFFER_INFO_FRAMEID),
+                  m_stream.OptionalInfo(buffer, BUFFER_INFO_TIMESTAMP)};
 }
 
-SImageFormat CGrabLoop::FormatOf(BUFFER_HANDLE buffer) const {
+SImageFormat CGrabLoop::FormatOf(BUFFER_HANDLE buffer) {
     SImageFormat format = m_cameraFormat;
-    const auto width = m_stream.Info(buffer, BUFFER_INFO_WIDTH);
-    const auto height = m_stream.Info(buffer, BUFFER_INFO_HEIGHT);
+    const auto width = m_stream.OptionalInfo(buffer, BUFFER_INFO_WIDTH);
+    const auto height = m_stream.OptionalInfo(buffer, BUFFER_INFO_HEIGHT);
     if (width && height) {
         format.width = static_cast<uint32_t>(*width);
         format.height = static_cast<uint32_t>(*height);
@@ -159,7 +166,7 @@ SImageFormat CGrabLoop::FormatOf(BUFFER_HANDLE buffer) const {
         format.pixelFormat = std::move(name);
     }
     format.linePadding =
-        static_cast<size_t>(m_stream.Info(buffer, BUFFER_INFO_XPADDING).value_or(0));
+        static_cast<size_t>(m_stream.OptionalInfo(buffer, BUFFER_INFO_XPADDING).value_or(0));
     return format;
 }
 

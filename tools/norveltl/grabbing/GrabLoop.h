@@ -1,6 +1,7 @@
 // Takes images from a running stream, writes them if wanted, and keeps account of them.
 #pragma once
 
+#include "files/ImageFolder.h"
 #include "files/ImageWriter.h"
 #include "grabbing/Acquisition.h"
 #include "grabbing/GrabOptions.h"
@@ -10,7 +11,9 @@
 
 #include <chrono>
 #include <cstdint>
+#include <memory>
 #include <optional>
+#include <vector>
 
 namespace norveltl {
 
@@ -20,6 +23,7 @@ struct STotals {
     uint64_t numBytes = 0;
     std::optional<uint64_t> numLost;
     std::chrono::duration<double> duration{0};
+    std::chrono::system_clock::time_point begin;
 };
 
 class CGrabLoop {
@@ -33,7 +37,12 @@ public:
     void Finish();
 
     const STotals& Totals() const { return m_totals; }
+    // Nothing unless images are written, and unless into a folder.
     const std::optional<CImageWriter>& Writer() const { return m_writer; }
+    const CImageFolder* Folder() const { return m_folder.get(); }
+    // Of images that are written: what the camera said of them, and its settings.
+    const SImageFormat& CameraFormat() const { return m_cameraFormat; }
+    const std::vector<SSetting>& Settings() const { return m_settings; }
     // Nothing unless they were wanted.
     const std::optional<CStatistics>& Statistics() const { return m_statistics; }
 
@@ -44,15 +53,18 @@ private:
     double ShareDone(const SProgress& state, Clock::duration elapsed) const;
     SProgress State();
     void Take(BUFFER_HANDLE buffer, Clock::time_point arrival);
-    std::optional<SImage> Copy(BUFFER_HANDLE buffer);
-    SImageFormat FormatOf(BUFFER_HANDLE buffer) const;
+    std::optional<SImage> Copy(BUFFER_HANDLE buffer, Clock::time_point arrival);
+    SImageFormat FormatOf(BUFFER_HANDLE buffer);
     std::string SilenceText() const;
 
     CStream& m_stream;
     const SGrabOptions& m_options;
     const std::optional<uint64_t> m_count; // nothing: as long as the time lasts
     SImageFormat m_cameraFormat;
+    std::vector<SSetting> m_settings;
+    std::shared_ptr<CImageFolder> m_folder;
     std::optional<CImageWriter> m_writer;
+    Clock::time_point m_begin;
     std::optional<CStatistics> m_statistics;
     STotals m_totals;
 };

@@ -23,6 +23,7 @@ struct SGrabOptions {
     bool force = false;
     std::string format = "png"; // or "pgm" or "raw"
     size_t numBuffers = 8;
+    size_t queueMegabytes = 256; // of images that wait to be written
     // How long a grab goes on without any image.
     double timeoutSeconds = 5;
     std::vector<std::string> settings; // "NAME=VALUE", done first

@@ -116,6 +116,17 @@ std::optional<uint64_t> CStream::Info(BUFFER_HANDLE buffer, BUFFER_INFO_CMD comm
         CProducer::Query(m_producer.DSGetBufferInfo, m_stream.Get(), buffer, command));
 }
 
+std::optional<uint64_t> CStream::OptionalInfo(BUFFER_HANDLE buffer, BUFFER_INFO_CMD command) {
+    if (m_refused.contains(command)) {
+        return std::nullopt;
+    }
+    const auto value = Info(buffer, command);
+    if (!value) {
+        m_refused.insert(command);
+    }
+    return value;
+}
+
 std::span<const uint8_t> CStream::Bytes(BUFFER_HANDLE buffer) const {
     const auto base = Info(buffer, BUFFER_INFO_BASE);
     const auto announced = Info(buffer, BUFFER_INFO_SIZE);

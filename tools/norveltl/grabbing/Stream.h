@@ -7,6 +7,7 @@
 #include <chrono>
 #include <cstdint>
 #include <optional>
+#include <set>
 #include <span>
 #include <vector>
 
@@ -43,6 +44,8 @@ public:
 
     std::optional<uint64_t> Info(STREAM_INFO_CMD command) const;
     std::optional<uint64_t> Info(BUFFER_HANDLE buffer, BUFFER_INFO_CMD command) const;
+    // The same for what not every producer tells: whoever refused once is not asked again.
+    std::optional<uint64_t> OptionalInfo(BUFFER_HANDLE buffer, BUFFER_INFO_CMD command);
     // The image that the camera filled in; valid until the buffer is queued again.
     std::span<const uint8_t> Bytes(BUFFER_HANDLE buffer) const;
 
@@ -54,6 +57,7 @@ private:
     size_t m_bufferSize = 0;
     bool m_started = false;
     bool m_tellsIncomplete = true;
+    std::set<BUFFER_INFO_CMD> m_refused;
 };
 
 } // namespace norveltl
