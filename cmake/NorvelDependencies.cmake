@@ -1,4 +1,4 @@
-# Where Boost, GoogleTest, Google Benchmark and the header-only libraries come from on each target:
+# Where Boost, GoogleTest, Google Benchmark, libtiff and the header-only libraries come from on each target:
 # Debian's packages natively, .cache/windows (made by scripts/setup.sh) for the cross build.
 set(BOOST_VERSION_WANTED 1.81)
 
@@ -13,6 +13,9 @@ if(CMAKE_CROSSCOMPILING)
   target_compile_definitions(norvel_boost INTERFACE BOOST_THREAD_USE_LIB BOOST_ALL_NO_LIB)
   add_library(norvel_headers INTERFACE)
   target_include_directories(norvel_headers SYSTEM INTERFACE ${NORVELTL_CROSS_PREFIX}/include)
+  add_library(norvel_tiff INTERFACE)
+  target_include_directories(norvel_tiff SYSTEM INTERFACE ${NORVELTL_CROSS_PREFIX}/include)
+  target_link_libraries(norvel_tiff INTERFACE ${NORVELTL_CROSS_PREFIX}/lib/libtiff.a)
   # No DLL beside the products.
   set(ZLIB_USE_STATIC_LIBS ON)
 else()
@@ -20,6 +23,11 @@ else()
   add_library(norvel_boost INTERFACE)
   target_link_libraries(norvel_boost INTERFACE Boost::thread)
   add_library(norvel_headers INTERFACE)
+  if(NOT NORVELTL_FUZZ)
+    find_package(TIFF REQUIRED)
+    add_library(norvel_tiff INTERFACE)
+    target_link_libraries(norvel_tiff INTERFACE TIFF::TIFF)
+  endif()
 endif()
 
 find_package(ZLIB REQUIRED)

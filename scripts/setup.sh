@@ -12,9 +12,9 @@ wine_prefix=${WINEPREFIX:-$cache/wine}
 packages=(
   binutils ca-certificates cmake git ninja-build python3 python3-jsonschema xz-utils
   gcc g++ clang clang-format clang-tidy libclang-rt-14-dev llvm-14 dpkg-dev file pkg-config
-  libboost1.81-dev libboost-thread1.81-dev nlohmann-json3-dev libcli11-dev libstb-dev zlib1g-dev
+  libboost1.81-dev libboost-thread1.81-dev nlohmann-json3-dev libcli11-dev libstb-dev zlib1g-dev libtiff-dev
   googletest libbenchmark-dev libxml2-utils iproute2 util-linux zsh fish
-  libaravis-dev libusb-1.0-0-dev libxml2-dev libglib2.0-dev aravis-tools-cli udev
+  libaravis-dev libusb-1.0-0-dev libxml2-dev libglib2.0-dev aravis-tools-cli udev ffmpeg
 )
 windows_packages=(
   g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 nsis clang-tools-14 lld-14 python3-pefile
@@ -33,7 +33,12 @@ sources=(
 )
 
 benchmark_flags=(-DBENCHMARK_STATIC_DEFINE -DHAVE_STD_REGEX -DHAVE_STEADY_CLOCK -DNDEBUG)
-source_packages=(boost1.81 benchmark)
+# Files need no compression that other libraries do.
+tiff_flags=(
+  -Dcxx=OFF -Dtiff-tools=OFF -Dtiff-tests=OFF -Dtiff-contrib=OFF -Dtiff-docs=OFF -Dzlib=OFF -Dlibdeflate=OFF
+  -Djpeg=OFF -Dold-jpeg=OFF -Djbig=OFF -Dlerc=OFF -Dlzma=OFF -Dzstd=OFF -Dwebp=OFF
+)
+source_packages=(boost1.81 benchmark tiff)
 
 say() { echo "setup: $*" >&2; }
 die() {
@@ -132,7 +137,7 @@ unpack() {
   local work=$1 package=$2
   shift 2
   mkdir -p "$work/$package"
-  tar -xf "$work"/download/"$package"_*.orig.tar.?z -C "$work/$package" --strip-components=1 --wildcards "$@"
+  tar -xf "$work"/download/"$package"_*.orig.tar.?z* -C "$work/$package" --strip-components=1 --wildcards "$@"
 }
 
 # archive FOLDER NAME FLAG... -- SOURCE...: compiles sources into a static library of the folder's new prefix.
@@ -150,6 +155,18 @@ archive() {
     "$compiler" "${flags[@]}" "${own[@]}" "-ffile-prefix-map=$work/=" -I "$work/new/include" -c "$source" -o "${objects[-1]}"
   done
   x86_64-w64-mingw32-ar rcs "$work/new/lib/$name" "${objects[@]}"
+}
+
+# make_tiff FOLDER: by its own build system, which finds out what Windows has.
+make_tiff() {
+  local work=$1
+  unpack "$work" tiff '*' &&
+    cmake -S "$work/tiff" -B "$work/tiff-build" -G Ninja "${tiff_flags[@]}" \
+      -DCMAKE_TOOLCHAIN_FILE="$root/cmake/mingw-w64.cmake" -DCMAKE_BUILD_TYPE=Release -DBUILD_SHARED_LIBS=OFF \
+      -DCMAKE_C_FLAGS="-w -D_WIN32_WINNT=0x0A00 -ffile-prefix-map=$work/=" &&
+    cmake --build "$work/tiff-build" --target tiff &&
+    cp "$work/tiff-build/libtiff/libtiff.a" "$work/new/lib/" &&
+    cp "$work"/tiff/libtiff/{tiff,tiffio,tiffvers}.h "$work/tiff-build/libtiff/tiffconf.h" "$work/new/include/"
 }
 
 check_boost() {
@@ -186,8 +203,8 @@ CPP
 
 stamp() {
   # shellcheck disable=SC2016 # the braces are dpkg-query's
-  dpkg-query -W -f '${Package} ${Version}\n' libboost1.81-dev libbenchmark-dev g++-mingw-w64-x86-64-posix
-  printf '%s\n' "${flags[*]}" "${sources[@]}" "${benchmark_flags[*]}" "${header_folders[*]}" "no folders in them"
+  dpkg-query -W -f '${Package} ${Version}\n' libboost1.81-dev libbenchmark-dev libtiff-dev g++-mingw-w64-x86-64-posix
+  printf '%s\n' "${flags[*]}" "${sources[@]}" "${benchmark_flags[*]}" "${tiff_flags[*]}" "${header_folders[*]}" "no folders in them"
 }
 
 make_windows_libraries() {
@@ -212,6 +229,9 @@ make_windows_libraries() {
   unpack "$work" benchmark '*/src/*'
   rm "$work/benchmark/src/benchmark_main.cc"
   archive "$work" libbenchmark.a "${benchmark_flags[@]}" -- "$work"/benchmark/src/*.cc
+
+  say "building libtiff for Windows"
+  make_tiff "$work" >"$work/tiff.log" 2>&1 || { cat "$work/tiff.log" >&2; die "libtiff could not be built"; }
 
   stamp >"$work/new/built-from"
   rm -rf "$prefix"

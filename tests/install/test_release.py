@@ -71,8 +71,8 @@ class BillOfMaterials(CommandTest):
     def test_every_package_and_file_is_complete(self):
         bill = self.bill("one.zip", "two_amd64.deb")
         names = [package["name"] for package in bill["packages"]]
-        self.assertEqual(names, ["NorvelTL", "Boost", "GCC-runtime", "mingw-w64", "nlohmann-json", "CLI11", "stb", "zlib",
-                                 "Aravis", "GLib", "NSIS"])
+        self.assertEqual(names, ["NorvelTL", "Boost", "GCC-runtime", "mingw-w64", "nlohmann-json", "CLI11", "stb",
+                                 "libtiff", "zlib", "Aravis", "GLib", "NSIS"])
         for package in bill["packages"]:
             for field in ("name", "versionInfo", "downloadLocation", "licenseConcluded", "licenseDeclared",
                           "copyrightText"):

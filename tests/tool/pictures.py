@@ -1,6 +1,8 @@
 """Reads the pictures that the command line writes, and paints those that it should have written."""
 import dataclasses
+import json
 import struct
+import subprocess
 import zlib
 
 STAMP = 32  # bytes at the beginning of an image that are no pixels
@@ -137,3 +139,35 @@ def demosaic(image, width, height):
                 across, along = (sides, ends) if y % 2 == 0 else (ends, sides)
                 pixels += bytes((mean(x, y, *across), at(x, y), mean(x, y, *along)))
     return bytes(pixels)
+
+
+def read_tiff(path):
+    """By an independent reader."""
+    picture = video(path)
+    return dataclasses.replace(picture, pixels=picture.frames[0])
+
+
+@dataclasses.dataclass
+class Video(Picture):
+    frames: list
+    rate: float = 0
+
+
+KINDS = {"gray": (1, 8), "gray16le": (1, 16), "rgb24": (3, 8), "rgb48le": (3, 16), "gray10le": (1, 16)}
+
+
+def video(path, form=None):
+    """What ffmpeg finds in a file: every frame as it is stored, or in a form that is asked for."""
+    probe = subprocess.run(["ffprobe", "-v", "error", "-select_streams", "v:0", "-show_entries",
+                            "stream=width,height,pix_fmt,r_frame_rate", "-of", "json", str(path)],
+                           check=True, capture_output=True)
+    stream = json.loads(probe.stdout)["streams"][0]
+    form = form or stream["pix_fmt"]
+    decoded = subprocess.run(["ffmpeg", "-v", "error", "-i", str(path), "-f", "rawvideo", "-pix_fmt", form,
+                              "-fps_mode", "passthrough", "-"], check=True, capture_output=True)
+    channels, bits = KINDS[form]
+    size = stream["width"] * stream["height"] * channels * bits // 8
+    pixels = swapped(decoded.stdout) if bits == 16 else decoded.stdout
+    frames = [pixels[at:at + size] for at in range(0, len(pixels), size)]
+    rate, _, per = stream["r_frame_rate"].partition("/")
+    return Video(stream["width"], stream["height"], channels, bits, b"", frames, int(rate) / int(per))

@@ -58,6 +58,14 @@ class Pictures(ToolTest):
     def test_ppm_in_colour(self):
         self.assert_files(pictures.read_pnm, "RGB8", "ColorBar", "--format", "pgm")
 
+    def test_tiff(self):
+        for pixel_format in ("Mono8", "Mono16", "RGB8"):
+            with self.subTest(pixel_format=pixel_format):
+                self.folder = self.folder / pixel_format
+                self.folder.mkdir()
+                self.assert_files(pictures.read_tiff, pixel_format, "ColorBar", "-f", "tiff")
+                self.assertEqual({file.suffix for file in self.images("out")}, {".tif"})
+
     def test_raw(self):
         for file in self.grab("BayerRG8", "ColorBar", "--format", "raw"):
             self.assertEqual(file.suffix, ".raw")

@@ -273,8 +273,9 @@ void AddGrab(CLI::App& app, SCommandLine& line) {
     grab->add_option("-o,--output", options.folder, "Write the images as files into this folder")
         ->check(CheckNotEmpty)
         ->type_name("FOLDER");
-    grab->add_option("--format", options.format, "What files: png, pgm (ppm if coloured) or raw")
-        ->check(CLI::IsMember({"png", "pgm", "raw"}))
+    grab->add_option("-f,--format", options.format,
+                     "What files: png, pgm (ppm if coloured), tiff or raw")
+        ->check(CLI::IsMember({"png", "pgm", "tiff", "raw"}))
         ->capture_default_str();
     grab->add_option("--buffers", options.numBuffers, "How many buffers to use")
         ->check(CLI::Range(1, 10000))

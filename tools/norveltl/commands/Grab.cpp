@@ -43,8 +43,10 @@ void PrintTotals(const STotals& totals, const SGrabOptions& options, const CGrab
               Fixed(PerSecond(totals, static_cast<double>(totals.numBytes) / 1e6), 2) + " MB/s");
     if (const CImageFolder* const folder = loop.Folder()) {
         print("files", std::to_string(folder->NumPictures()) + " " +
-                           (options.format == "pgm" ? "PGM" : "PNG") + ", " +
-                           std::to_string(folder->NumRaw()) + " raw in " +
+                           (options.format == "pgm"    ? "PGM"
+                            : options.format == "tiff" ? "TIFF"
+                                                       : "PNG") +
+                           ", " + std::to_string(folder->NumRaw()) + " raw in " +
                            Utf8FromPath(folder->Path()));
         print("repeated", std::to_string(folder->NumRepeated()));
         for (const std::string& note : folder->Notes()) {

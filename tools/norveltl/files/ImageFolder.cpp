@@ -24,7 +24,7 @@ std::string FileName(uint64_t number, const char* extension) {
 namespace fs = std::filesystem;
 
 bool IsOfRun(const fs::path& path) {
-    static const std::regex pattern("image_[0-9]{4,}\\.(png|pgm|ppm|raw)");
+    static const std::regex pattern("image_[0-9]{4,}\\.(png|pgm|ppm|tif|raw)");
     const std::string name = Utf8FromPath(path.filename());
     return name == CImageFolder::kReport || std::regex_match(name, pattern);
 }
@@ -88,27 +88,24 @@ std::function<void()> CImageFolder::Write(const SImage& image) {
         picture = Convert(image.bytes, image.format);
     }
     const bool isPicture = picture.has_value();
-    const char* const suffix = !isPicture                     ? ".raw"
-                               : m_format == EFileFormat::Png ? ".png"
-                               : picture->numChannels == 1    ? ".pgm"
-                                                              : ".ppm";
-    SImageRecord record{image.number,
-                        FileName(image.number, suffix),
-                        image.bytes.size(),
-                        ChecksumOf(image.bytes),
-                        false,
-                        image.format,
-                        image.arrival,
-                        image.frameId,
-                        image.timestamp};
-    const fs::path path = m_folder / record.file;
+    const auto write = [&](const char* suffix, auto function, const auto& content) {
+        std::string name = FileName(image.number, suffix);
+        function(m_folder / name, content, m_existing);
+        return name;
+    };
+    std::string file;
     if (!isPicture) {
-        WriteRaw(path, image.bytes, m_existing);
+        file = write(".raw", WriteRaw, image.bytes);
     } else if (m_format == EFileFormat::Png) {
-        WritePng(path, *picture, m_existing);
+        file = write(".png", WritePng, *picture);
+    } else if (m_format == EFileFormat::Tiff) {
+        file = write(".tif", WriteTiff, *picture);
     } else {
-        WritePnm(path, *picture, m_existing);
+        file = write(picture->numChannels == 1 ? ".pgm" : ".ppm", WritePnm, *picture);
     }
+    SImageRecord record{
+        image.number, std::move(file), image.bytes.size(), ChecksumOf(image.bytes), false,
+        image.format, image.arrival,   image.frameId,      image.timestamp};
     return [this, record = std::move(record), isPicture] { Record(record, isPicture); };
 }
 

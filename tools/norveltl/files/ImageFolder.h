@@ -11,7 +11,7 @@
 
 namespace norveltl {
 
-enum class EFileFormat { Png, Pgm, Raw };
+enum class EFileFormat { Png, Pgm, Tiff, Raw };
 
 // What is kept in mind of an image that was written.
 struct SImageRecord {

@@ -139,6 +139,10 @@ std::optional<size_t> SPixelFormat::LineSize(size_t width) const {
     return numBits % 8 == 0 ? std::optional(numBits / 8) : std::nullopt;
 }
 
+std::span<const SPixelFormat> PixelFormats() {
+    return kFormats;
+}
+
 const SPixelFormat* FindPixelFormat(std::string_view name) {
     return Find([name](const SPixelFormat& format) { return format.name == name; });
 }

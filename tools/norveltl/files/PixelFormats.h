@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <span>
 #include <string_view>
 
 namespace norveltl {
@@ -35,6 +36,7 @@ struct SPixelFormat {
     std::optional<size_t> LineSize(size_t width) const;
 };
 
+std::span<const SPixelFormat> PixelFormats();
 // Null for a format that is not known here.
 const SPixelFormat* FindPixelFormat(std::string_view name);
 const SPixelFormat* FindPixelFormat(uint64_t value);

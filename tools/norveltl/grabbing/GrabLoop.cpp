@@ -20,7 +20,10 @@ std::optional<uint64_t> CountOf(const SGrabOptions& options) {
 }
 
 EFileFormat FileFormatOf(const std::string& name) {
-    return name == "raw" ? EFileFormat::Raw : name == "pgm" ? EFileFormat::Pgm : EFileFormat::Png;
+    return name == "raw"    ? EFileFormat::Raw
+           : name == "pgm"  ? EFileFormat::Pgm
+           : name == "tiff" ? EFileFormat::Tiff
+                            : EFileFormat::Png;
 }
 
 std::string FormatSeconds(double seconds) {
@@ -129,7 +132,8 @@ void CGrabLoop::Take(BUFFER_HANDLE buffer, Clock::time_point arrival) {
     ++m_totals.numDelivered;
     m_totals.numBytes += m_stream.NumFilled(buffer);
     if (m_statistics) {
-        m_statistics->Add(arrival, m_stream.OptionalInfo(buffer, BUFFER_INFO_TIMESTAMP).value_or(0));
+        m_statistics->Add(arrival,
+                          m_stream.OptionalInfo(buffer, BUFFER_INFO_TIMESTAMP).value_or(0));
     }
     std::optional<SImage> image;
     if (m_writer) {

@@ -21,7 +21,7 @@ struct SGrabOptions {
     std::string folder;
     // Whether the files of an earlier run are replaced.
     bool force = false;
-    std::string format = "png"; // or "pgm" or "raw"
+    std::string format = "png"; // or "pgm", "tiff", "raw"
     size_t numBuffers = 8;
     size_t queueMegabytes = 256; // of images that wait to be written
     // How long a grab goes on without any image.
