@@ -117,7 +117,9 @@ void AddForce(CLI::App* command, bool& force) {
 }
 
 // Either the first word or the option names the camera.
-void AddDevice(CLI::App* command, std::string& device) {
+// One name, or a list of them.
+template <class D>
+void AddDevice(CLI::App* command, D& device) {
     command->add_option("-d,--device,device", device, kDeviceHelp)->type_name("DEVICE");
 }
 
@@ -260,9 +262,9 @@ void AddRun(CLI::App& app, SCommandLine& line) {
 
 void AddGrab(CLI::App& app, SCommandLine& line) {
     SGrabOptions& options = line.grab;
-    CLI::App* grab = AddCommand(app, line, "grab", "Take images from a camera",
+    CLI::App* grab = AddCommand(app, line, "grab", "Take images from a camera, or from several",
                                 [](auto& l) { return Grab(l.cti, l.grab); });
-    AddDevice(grab, options.device);
+    AddDevice(grab, options.devices);
     grab->add_flag("--first", options.first, "Take the first of several cameras");
     grab->add_option("-n,--count", options.count, "How many images to take; 100 without -t")
         ->check(CheckCount)
@@ -287,6 +289,16 @@ void AddGrab(CLI::App& app, SCommandLine& line) {
         ->type_name("MB")
         ->capture_default_str();
     AddSettings(grab, options.settings);
+    CLI::Option* trigger = grab->add_option_function<std::string>(
+        "--trigger", [&options](const std::string&) { options.triggers = true; },
+        "Trigger each image: by software, which is the camera's command");
+    trigger->check(CLI::IsMember({"software"}))->type_name("SOURCE");
+    grab->add_option("--every", options.everySeconds, "The time from one trigger to the next")
+        ->check(CheckAboveZero)
+        ->check(CLI::Range(0.0, 86400.0))
+        ->needs(trigger)
+        ->type_name("SECONDS")
+        ->capture_default_str();
     grab->add_option("--timeout", options.timeoutSeconds,
                      "Give up after this time without an image")
         ->check(CheckAboveZero)

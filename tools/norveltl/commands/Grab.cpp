@@ -1,7 +1,7 @@
 #include "commands/Grab.h"
 
 #include "files/Plot.h"
-#include "grabbing/CameraGrab.h"
+#include "grabbing/GrabSession.h"
 #include "producers/Discovery.h"
 #include "terminal/Console.h"
 #include "terminal/Json.h"
@@ -11,6 +11,7 @@
 #include <array>
 #include <cstdio>
 #include <iostream>
+#include <string_view>
 
 namespace norveltl {
 
@@ -27,11 +28,17 @@ double PerSecond(const STotals& totals, double amount) {
     return seconds > 0 ? amount / seconds : 0;
 }
 
-void PrintTotals(const STotals& totals, const SGrabOptions& options, const CGrabLoop& loop) {
-    const auto print = [](const char* label, const std::string& text) {
-        std::cout << label << std::string(12 - std::char_traits<char>::length(label), ' ') << text
-                  << "\n";
+void PrintTotals(std::ostream& out, const CCameraGrab& camera) {
+    const CGrabLoop& loop = camera.Loop();
+    const STotals& totals = loop.Totals();
+    const SGrabOptions& options = camera.Options();
+    const auto print = [&out](const char* label, const std::string& text) {
+        out << label << std::string(12 - std::char_traits<char>::length(label), ' ') << text
+            << "\n";
     };
+    if (!camera.Name().empty()) {
+        print("camera", camera.Name());
+    }
     const bool isCounted = options.count || !options.seconds;
     print("delivered", std::to_string(totals.numDelivered) +
                            (isCounted ? " of " + std::to_string(options.count.value_or(100)) : ""));
@@ -58,22 +65,38 @@ void PrintTotals(const STotals& totals, const SGrabOptions& options, const CGrab
     }
 }
 
-void PrintStatistics(const CStatistics& statistics) {
-    CTable table({"milliseconds", "min", "median", "90 %", "99 %", "99.9 %", "max", "mean"});
-    const auto add = [&table](const char* name, const std::vector<double>& sample) {
+std::vector<double> SkewOf(const CGrabSession& session) {
+    std::vector<const CStatistics*> statistics;
+    for (const auto& camera : session.All()) {
+        statistics.push_back(&*camera->Loop().Statistics());
+    }
+    return CStatistics::SkewOf(statistics);
+}
+
+class CSpreadTable {
+public:
+    void Add(const char* name, const std::vector<double>& sample) {
         if (const auto spread = SpreadOf(sample)) {
-            table.Add({name, Fixed(spread->min, 3), Fixed(spread->median, 3),
-                       Fixed(spread->percentile90, 3), Fixed(spread->percentile99, 3),
-                       Fixed(spread->percentile999, 3), Fixed(spread->max, 3),
-                       Fixed(spread->mean, 3)});
+            m_table.Add({name, Fixed(spread->min, 3), Fixed(spread->median, 3),
+                         Fixed(spread->percentile90, 3), Fixed(spread->percentile99, 3),
+                         Fixed(spread->percentile999, 3), Fixed(spread->max, 3),
+                         Fixed(spread->mean, 3)});
         }
-    };
+    }
+    void Print(std::ostream& out) const { m_table.Print(out); }
+
+private:
+    CTable m_table{{"milliseconds", "min", "median", "90 %", "99 %", "99.9 %", "max", "mean"}};
+};
+
+void PrintStatistics(std::ostream& out, const CStatistics& statistics) {
+    CSpreadTable table;
     const std::vector<double> intervals = statistics.Intervals();
-    add("interval", intervals);
-    add("delay", statistics.Delays());
-    table.Print(std::cout);
-    std::cout << "intervals\n";
-    PrintHistogram(std::cout, intervals);
+    table.Add("interval", intervals);
+    table.Add("delay", statistics.Delays());
+    table.Print(out);
+    out << "intervals\n";
+    PrintHistogram(out, intervals);
 }
 
 Json SpreadJson(const std::vector<double>& sample) {
@@ -90,12 +113,12 @@ Json SpreadJson(const std::vector<double>& sample) {
             {"mean", spread->mean}};
 }
 
-void PrintJson(const CCameraGrab& grab) {
-    const CGrabLoop& loop = grab.Loop();
+Json CameraJson(const CCameraGrab& camera) {
+    const CGrabLoop& loop = camera.Loop();
     const STotals& totals = loop.Totals();
-    Json json{{"device", grab.Choice().device->id},
-              {"payloadSize", grab.PayloadSize()},
-              {"buffers", grab.NumBuffers()},
+    Json json{{"device", camera.Choice().device->id},
+              {"payloadSize", camera.PayloadSize()},
+              {"buffers", camera.NumBuffers()},
               {"delivered", totals.numDelivered},
               {"incomplete", totals.numIncomplete},
               {"lost", totals.numLost ? Json(*totals.numLost) : Json()},
@@ -103,7 +126,7 @@ void PrintJson(const CCameraGrab& grab) {
               {"seconds", totals.duration.count()},
               {"framesPerSecond", PerSecond(totals, static_cast<double>(totals.numDelivered))},
               {"interrupted", Interrupted()},
-              {"failed", ErrorReported()}};
+              {"failed", camera.HasFailed() || Interrupted()}};
     if (const CImageFolder* const folder = loop.Folder()) {
         json["files"] = {{"folder", Utf8FromPath(folder->Path())},
                          {"pictures", folder->NumPictures()},
@@ -112,64 +135,162 @@ void PrintJson(const CCameraGrab& grab) {
                          {"leftOut", loop.Writer()->NumLeftOut()},
                          {"notes", folder->Notes()}};
     }
-    if (const auto& statistics = loop.Statistics()) {
+    if (const auto& statistics = loop.Statistics(); statistics && camera.Options().stats) {
         json["milliseconds"] = {{"interval", SpreadJson(statistics->Intervals())},
                                 {"delay", SpreadJson(statistics->Delays())}};
     }
-    std::cout << ToText(json) << "\n";
+    return json;
 }
 
-// Errors on the way are reported at once, so that the totals still follow.
-template <class W>
-void Attempt(W work) {
+// One camera's figures stand alone, those of several in a list.
+Json SessionJson(const CGrabSession& session, bool isSingle) {
+    if (isSingle) {
+        Json json = CameraJson(*session.All().front());
+        json["failed"] = ErrorReported();
+        return json;
+    }
+    Json cameras = Json::array();
+    for (const auto& camera : session.All()) {
+        cameras.push_back(CameraJson(*camera));
+    }
+    return {{"cameras", std::move(cameras)},
+            {"failed", ErrorReported()},
+            {"milliseconds", {{"skew", SpreadJson(SkewOf(session))}}}};
+}
+
+void PrintSession(std::ostream& out, const CGrabSession& session, bool isSingle) {
+    for (const auto& camera : session.All()) {
+        PrintTotals(out, *camera);
+        if (camera->Options().stats) {
+            PrintStatistics(out, *camera->Loop().Statistics());
+        }
+    }
+    if (!isSingle) {
+        CSpreadTable table;
+        table.Add("skew", SkewOf(session));
+        table.Print(out);
+    }
+}
+
+std::vector<SChoice> ChooseAll(const SSystems& systems, const SGrabOptions& options) {
+    if (options.devices.size() < 2) {
+        return {ChooseDevice(systems, options.devices.empty() ? "" : options.devices.front(),
+                             options.first)};
+    }
+    std::vector<SChoice> choices;
+    for (const std::string& name : options.devices) {
+        const SChoice choice = ChooseDevice(systems, name, false);
+        for (size_t i = 0; i < choices.size(); ++i) {
+            if (choices[i].device == choice.device) {
+                throw CToolError("\"" + options.devices[i] + "\" and \"" + name +
+                                     "\" are the same camera",
+                                 kWrongUsage);
+            }
+        }
+        choices.push_back(choice);
+    }
+    return choices;
+}
+
+// IDs may hold what no file's name can.
+std::string FolderNameOf(const SDevice& device) {
+    std::string name = device.id;
+    std::ranges::replace_if(
+        name,
+        [](char c) {
+            return std::string_view("<>:\"/\\|?*").find(c) != std::string_view::npos ||
+                   static_cast<unsigned char>(c) < 0x20;
+        },
+        '_');
+    return name == "." || name == ".." ? "_" : name;
+}
+
+// Cameras that cannot be opened do not keep the others from it.
+CGrabSession::Cameras OpenAll(const std::vector<SChoice>& choices, const SGrabOptions& options) {
+    const bool isSingle = choices.size() == 1;
+    CGrabSession::Cameras cameras;
+    for (const SChoice& choice : choices) {
+        if (isSingle) {
+            cameras.push_back(std::make_unique<CCameraGrab>(choice, options, ""));
+            continue;
+        }
+        SGrabOptions own = options;
+        if (!options.folder.empty()) {
+            own.folder = Utf8FromPath(PathFromUtf8(options.folder) /
+                                      PathFromUtf8(FolderNameOf(*choice.device)));
+        }
+        const std::string name = Printable(choice.device->id);
+        const CSubject subject(name);
+        try {
+            cameras.push_back(std::make_unique<CCameraGrab>(choice, own, name));
+        } catch (const std::exception& error) {
+            ReportError(error.what());
+        }
+    }
+    return cameras;
+}
+
+void PrintCamera(std::ostream& out, const CCameraGrab& camera) {
+    const SDevice& device = *camera.Choice().device;
+    out << "camera      " << Printable(device.id) << ", "
+        << Printable(device.model.value_or("model not reported")) << ", " << camera.NumBuffers()
+        << " buffers of " << camera.PayloadSize() << " bytes" << std::endl;
+    if (!camera.Camera().Reason().empty()) {
+        Note("AcquisitionStart is not sent: " + camera.Camera().Reason());
+    }
+}
+
+void WritePlot(const CGrabSession& session, const SGrabOptions& options) {
     try {
-        work();
+        PreparePng();
+        const CStatistics& statistics = *session.All().front()->Loop().Statistics();
+        WritePng(PathFromUtf8(options.plot), PlotOf(statistics.Intervals()), ExistingOf(options));
     } catch (const std::exception& error) {
         ReportError(error.what());
     }
 }
 
+void CheckOptions(const SGrabOptions& options) {
+    if (options.devices.size() > 1 && !options.plot.empty()) {
+        throw CToolError("--plot is for one camera", kWrongUsage);
+    }
+    CheckPlace(PathFromUtf8(options.plot), ExistingOf(options));
+}
+
 } // namespace
 
 EExitCode Grab(const std::string& cti, const SGrabOptions& options) {
-    CheckPlace(PathFromUtf8(options.plot), ExistingOf(options));
+    CheckOptions(options);
     const SSystems systems = OpenSystems(cti);
-    const SChoice choice = ChooseDevice(systems, options.device, options.first);
-    CCameraGrab grab(choice, options);
+    const std::vector<SChoice> choices = ChooseAll(systems, options);
+    const bool isSingle = choices.size() == 1;
+    CGrabSession session(OpenAll(choices, options));
+    if (session.All().empty()) {
+        return kFailed;
+    }
+    std::ostream& out = std::cout;
     if (!options.json) {
         for (const std::string& error : systems.errors) {
             Note(error);
         }
-        std::cout << "camera      " << Printable(choice.device->id) << ", "
-                  << Printable(choice.device->model.value_or("model not reported")) << ", "
-                  << grab.NumBuffers() << " buffers of " << grab.PayloadSize() << " bytes"
-                  << std::endl;
-        if (!grab.Camera().Reason().empty()) {
-            Note("AcquisitionStart is not sent: " + grab.Camera().Reason());
+        for (const auto& camera : session.All()) {
+            PrintCamera(out, *camera);
         }
     }
     CatchInterrupt();
-    grab.Run();
-    const CGrabLoop& loop = grab.Loop();
+    session.Run(out, options.json);
     if (Interrupted()) {
         ReportError("interrupted");
     }
     if (!options.plot.empty()) {
-        Attempt([&] {
-            PreparePng();
-            WritePng(PathFromUtf8(options.plot), PlotOf(loop.Statistics()->Intervals()),
-                     ExistingOf(options));
-        });
+        WritePlot(session, options);
     }
     if (options.json) {
-        PrintJson(grab);
+        out << ToText(SessionJson(session, isSingle)) << "\n";
     } else {
-        PrintTotals(loop.Totals(), options, loop);
-        if (options.stats) {
-            PrintStatistics(*loop.Statistics());
-        }
+        PrintSession(out, session, isSingle);
     }
-    std::cout << std::flush;
+    out << std::flush;
     return ErrorReported() ? kFailed : kDone;
 }
 

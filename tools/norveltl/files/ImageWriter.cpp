@@ -58,9 +58,14 @@ void CImageWriter::Finish() {
     }
 }
 
-size_t CImageWriter::NumQueued() {
+size_t CImageWriter::NumQueued() const {
     const std::lock_guard lock(m_mutex);
     return m_queue.size();
+}
+
+uint64_t CImageWriter::NumLeftOut() const {
+    const std::lock_guard lock(m_mutex);
+    return m_numLeftOut;
 }
 
 void CImageWriter::Join() {

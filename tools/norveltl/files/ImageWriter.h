@@ -34,9 +34,8 @@ public:
     // Waits until all is written, finishes every sink, and throws what failed first.
     void Finish();
 
-    size_t NumQueued();
-    // To be asked after Finish only, whether or not that threw.
-    uint64_t NumLeftOut() const { return m_numLeftOut; }
+    size_t NumQueued() const;
+    uint64_t NumLeftOut() const;
 
 private:
     void Run();
@@ -45,7 +44,7 @@ private:
 
     const Sinks m_sinks;
     const size_t m_capacity;
-    std::mutex m_mutex; // guards what follows
+    mutable std::mutex m_mutex; // guards what follows
     std::condition_variable m_changed;
     std::condition_variable m_nextTurn;
     std::deque<SImage> m_queue;

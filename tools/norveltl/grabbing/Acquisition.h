@@ -28,6 +28,11 @@ public:
     const std::string& Reason() const { return m_reason; }
     // Each "NAME=VALUE"; throws CToolError for what cannot be done.
     void Set(const std::vector<std::string>& assignments) const;
+    // Both are for features that it has.
+    std::string Get(const char* feature) const { return m_features->Get(feature); }
+    void Set(const char* feature, const std::string& value) const {
+        m_features->Set(feature, value);
+    }
 
     uint64_t PayloadSize() const;
     // Fields that cannot be read stay 0 or empty; each is told about once.

@@ -4,6 +4,7 @@
 #include "terminal/Console.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace norveltl {
 
@@ -21,12 +22,16 @@ void Attempt(W work) {
 
 } // namespace
 
-CCameraGrab::CCameraGrab(const SChoice& choice, const SGrabOptions& options)
+CCameraGrab::CCameraGrab(const SChoice& choice, const SGrabOptions& options, std::string name)
     : m_choice(choice),
       m_options(options),
+      m_name(std::move(name)),
       m_device(OpenDevice(choice)),
       m_camera(choice.system->Producer(), m_device.Get()) {
     m_camera.Set(options.settings);
+    if (options.triggers) {
+        m_trigger.emplace(m_camera);
+    }
     CStream& stream = m_stream.emplace(choice.system->Producer(), m_device.Get());
     const std::optional<uint64_t> known = stream.PayloadSize();
     m_payloadSize = static_cast<size_t>(known ? *known : m_camera.PayloadSize());
@@ -36,11 +41,9 @@ CCameraGrab::CCameraGrab(const SChoice& choice, const SGrabOptions& options)
 }
 
 void CCameraGrab::Run() {
-    Attempt([&] {
-        const CAcquisition acquisition(*m_stream, m_camera);
-        // What ended the images is told before what the stop fails with.
-        Attempt([&] { m_loop->Run(); });
-    });
+    const CSubject subject(m_name);
+    Attempt([&] { Acquire(); });
+    m_started = true;
     Attempt([&] { m_loop->Finish(); });
     if (m_loop->Folder()) {
         Attempt([&] { WriteGrabReport(*m_loop, m_choice, ExistingOf(m_options)); });
@@ -50,6 +53,28 @@ void CCameraGrab::Run() {
         ReportError(std::to_string(writer->NumLeftOut()) +
                     " images could not be written in time and are left out\n"
                     "  Try --format raw, a faster disk, a larger --queue, or a lower frame rate.");
+    }
+    m_failed = CSubject::HasFailed();
+    m_ended = true;
+}
+
+void CCameraGrab::Acquire() {
+    const CAcquisition acquisition(*m_stream, m_camera);
+    const auto setAcquiring = [this](bool isAcquiring) {
+        const std::lock_guard lock(m_triggering);
+        m_isAcquiring = isAcquiring;
+    };
+    setAcquiring(true);
+    m_started = true;
+    // What ended the images is told before what the stop fails with.
+    Attempt([&] { m_loop->Run(); });
+    setAcquiring(false);
+}
+
+void CCameraGrab::Trigger() {
+    const std::lock_guard lock(m_triggering);
+    if (m_isAcquiring) {
+        m_trigger->Fire();
     }
 }
 

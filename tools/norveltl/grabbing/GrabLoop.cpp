@@ -49,7 +49,7 @@ std::string PixelFormatOf(CStream& stream, BUFFER_HANDLE buffer) {
 
 CGrabLoop::CGrabLoop(CStream& stream, const CCameraFacts& camera, const SGrabOptions& options)
     : m_stream(stream), m_options(options), m_count(CountOf(options)) {
-    if (options.stats || !options.plot.empty()) {
+    if (options.stats || !options.plot.empty() || options.devices.size() > 1) {
         m_statistics.emplace(std::min<uint64_t>(m_count.value_or(kMaxStatistics), kMaxStatistics));
     }
     if (!options.folder.empty()) {
@@ -66,31 +66,35 @@ bool CGrabLoop::IsDone(Clock::duration elapsed) const {
            (m_options.seconds && elapsed >= std::chrono::duration<double>(*m_options.seconds));
 }
 
-double CGrabLoop::ShareDone(const SProgress& state, Clock::duration elapsed) const {
+double CGrabLoop::ShareDone(Clock::duration elapsed) const {
     double share = 0;
     if (m_count) {
-        share = static_cast<double>(state.numImages) / static_cast<double>(*m_count);
+        share = static_cast<double>(m_numImages) / static_cast<double>(*m_count);
     }
     if (m_options.seconds) {
         share =
             std::max(share, std::chrono::duration<double>(elapsed).count() / *m_options.seconds);
     }
-    return share;
+    return std::min(share, 1.0);
 }
 
-SProgress CGrabLoop::State() {
-    SProgress state{m_totals.numDelivered, m_totals.numBytes,
+SProgress CGrabLoop::State() const {
+    SProgress state{m_numImages,
+                    m_numBytes,
                     m_stream.Info(STREAM_INFO_NUM_UNDERRUN),
-                    m_stream.Info(STREAM_INFO_NUM_AWAIT_DELIVERY), std::nullopt};
+                    m_stream.Info(STREAM_INFO_NUM_AWAIT_DELIVERY),
+                    std::nullopt,
+                    std::nullopt};
     if (m_writer) {
         state.numToWrite = m_writer->NumQueued();
+        if (const uint64_t numLeftOut = m_writer->NumLeftOut(); numLeftOut > 0) {
+            state.numLeftOut = numLeftOut;
+        }
     }
     return state;
 }
 
 void CGrabLoop::Run() {
-    CProgress progress([this](const SProgress& s, Clock::duration e) { return ShareDone(s, e); },
-                       [this] { return State(); }, m_options.json);
     const Clock::time_point begin = m_begin = Clock::now();
     m_totals.begin = std::chrono::system_clock::now();
     Clock::time_point now = begin;
@@ -107,9 +111,7 @@ void CGrabLoop::Run() {
         } else if (now - lastImage > std::chrono::duration<double>(m_options.timeoutSeconds)) {
             throw CToolError(SilenceText());
         }
-        progress.Update(now);
     }
-    progress.Finish();
     m_totals.numLost = m_stream.Info(STREAM_INFO_NUM_UNDERRUN);
 }
 
@@ -131,6 +133,8 @@ void CGrabLoop::Take(BUFFER_HANDLE buffer, Clock::time_point arrival) {
     }
     ++m_totals.numDelivered;
     m_totals.numBytes += m_stream.NumFilled(buffer);
+    m_numImages = m_totals.numDelivered;
+    m_numBytes = m_totals.numBytes;
     if (m_statistics) {
         m_statistics->Add(arrival,
                           m_stream.OptionalInfo(buffer, BUFFER_INFO_TIMESTAMP).value_or(0));

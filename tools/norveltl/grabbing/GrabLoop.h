@@ -9,6 +9,7 @@
 #include "grabbing/Statistics.h"
 #include "grabbing/Stream.h"
 
+#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -33,9 +34,15 @@ public:
     // Takes images until there are enough or the time is over, the user interrupts, or none comes
     // any more, which it throws. The acquisition must run.
     void Run();
-    // Waits for the files; all totals hold after that.
+    // Waits for the files.
     void Finish();
 
+    // How far it has come; any thread may ask for it while Run goes on.
+    SProgress State() const;
+    // The share of the work that is done, from 0 to 1.
+    double ShareDone(std::chrono::steady_clock::duration elapsed) const;
+
+    // What follows holds once Finish has ended.
     const STotals& Totals() const { return m_totals; }
     // Nothing unless images are written, and unless into a folder.
     const std::optional<CImageWriter>& Writer() const { return m_writer; }
@@ -50,8 +57,6 @@ private:
     using Clock = std::chrono::steady_clock;
 
     bool IsDone(Clock::duration elapsed) const;
-    double ShareDone(const SProgress& state, Clock::duration elapsed) const;
-    SProgress State();
     void Take(BUFFER_HANDLE buffer, Clock::time_point arrival);
     std::optional<SImage> Copy(BUFFER_HANDLE buffer, Clock::time_point arrival);
     SImageFormat FormatOf(BUFFER_HANDLE buffer);
@@ -65,6 +70,7 @@ private:
     std::shared_ptr<CImageFolder> m_folder;
     std::optional<CImageWriter> m_writer;
     Clock::time_point m_begin;
+    std::atomic<uint64_t> m_numImages{0}, m_numBytes{0}; // those of the totals, for other threads
     std::optional<CStatistics> m_statistics;
     STotals m_totals;
 };

@@ -12,7 +12,7 @@
 namespace norveltl {
 
 struct SGrabOptions {
-    std::string device;
+    std::vector<std::string> devices; // none for the only one
     bool first = false;
     // How many images, and how long; 100 images when neither is given.
     std::optional<uint64_t> count;
@@ -24,6 +24,9 @@ struct SGrabOptions {
     std::string format = "png"; // or "pgm", "tiff", "raw"
     size_t numBuffers = 8;
     size_t queueMegabytes = 256; // of images that wait to be written
+    // Triggers by the cameras' command, one every so many seconds.
+    bool triggers = false;
+    double everySeconds = 0.1;
     // How long a grab goes on without any image.
     double timeoutSeconds = 5;
     std::vector<std::string> settings; // "NAME=VALUE", done first

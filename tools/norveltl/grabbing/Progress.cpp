@@ -26,19 +26,23 @@ std::string Joined(const std::vector<std::string>& facts) {
 
 } // namespace
 
-CProgress::CProgress(std::function<double(const SProgress&, Clock::duration)> done,
+CProgress::CProgress(std::ostream& out,
+                     std::function<double(const SProgress&, Clock::duration)> done,
                      std::function<SProgress()> state, bool isQuiet)
-    : m_done(std::move(done)),
+    : m_out(out),
+      m_done(std::move(done)),
       m_state(std::move(state)),
-      m_interval(TerminalWidth() ? 100ms : 1000ms),
+      m_interval(Width() ? 100ms : 1000ms),
       m_begin(Clock::now()),
       m_nextDraw(isQuiet ? Clock::time_point::max() : m_begin + m_interval),
       m_rateTime(m_begin) {}
 
 CProgress::~CProgress() {
-    if (m_lineSize > 0) {
-        std::cout << "\n";
-    }
+    EndLine();
+}
+
+std::optional<size_t> CProgress::Width() const {
+    return &m_out == &std::cout ? TerminalWidth() : std::nullopt;
 }
 
 void CProgress::Finish() {
@@ -64,12 +68,12 @@ void CProgress::Draw(Clock::time_point now) {
         m_rateState = state;
     }
     const std::vector<std::string> facts = Facts(state);
-    if (const std::optional<size_t> width = TerminalWidth()) {
+    if (const std::optional<size_t> width = Width()) {
         DrawBar(std::clamp(m_done(state, now - m_begin), 0.0, 1.0), facts, *width);
     } else {
-        std::cout << Joined(facts) << "\n";
+        m_out << Joined(facts) << "\n";
     }
-    std::cout << std::flush;
+    m_out << std::flush;
 }
 
 std::vector<std::string> CProgress::Facts(const SProgress& state) const {
@@ -88,6 +92,7 @@ std::vector<std::string> CProgress::Facts(const SProgress& state) const {
     add("lost", state.numLost);
     add("waiting", state.numAwaiting);
     add("to write", state.numToWrite);
+    add("left out", state.numLeftOut);
     return facts;
 }
 
@@ -109,7 +114,8 @@ void CProgress::DrawBar(double share, const std::vector<std::string>& facts, siz
     const size_t padded = std::min(m_lineSize, room);
     m_lineSize = std::max<size_t>(line.size(), 1);
     line.resize(std::max(line.size(), padded), ' ');
-    std::cout << "\r" << line;
+    m_out << "\r" << line;
+    LeaveLineOpen();
 }
 
 } // namespace norveltl

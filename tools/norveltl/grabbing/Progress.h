@@ -1,9 +1,10 @@
-// Shows how far a grab has come: a bar on a terminal, else a line a second.
+// Shows how far a grab has come: a bar on the standard output's terminal, else a line a second.
 #pragma once
 
 #include <chrono>
 #include <cstdint>
 #include <functional>
+#include <iosfwd>
 #include <optional>
 #include <string>
 #include <vector>
@@ -17,6 +18,7 @@ struct SProgress {
     // Images that wait to be fetched, and those that wait to be written.
     std::optional<uint64_t> numAwaiting;
     std::optional<uint64_t> numToWrite;
+    std::optional<uint64_t> numLeftOut;
 };
 
 class CProgress {
@@ -25,7 +27,7 @@ public:
 
     // done: the share of the work from 0 to 1 that an amount of images and time is. state is asked
     // only when there is something to draw.
-    CProgress(std::function<double(const SProgress&, Clock::duration)> done,
+    CProgress(std::ostream& out, std::function<double(const SProgress&, Clock::duration)> done,
               std::function<SProgress()> state, bool isQuiet);
     // Ends the bar's line.
     ~CProgress();
@@ -47,6 +49,9 @@ private:
     std::vector<std::string> Facts(const SProgress& state) const;
     void DrawBar(double share, const std::vector<std::string>& facts, size_t width);
 
+    std::optional<size_t> Width() const;
+
+    std::ostream& m_out;
     const std::function<double(const SProgress&, Clock::duration)> m_done;
     const std::function<SProgress()> m_state;
     const Clock::duration m_interval;

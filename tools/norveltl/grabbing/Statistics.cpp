@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <numeric>
 #include <ostream>
+#include <ranges>
 #include <string>
 
 namespace norveltl {
@@ -70,6 +71,21 @@ std::vector<double> CStatistics::Delays() const {
         delay -= least;
     }
     return delays;
+}
+
+std::vector<double> CStatistics::SkewOf(const std::vector<const CStatistics*>& cameras) {
+    std::vector<double> skew;
+    const auto isThere = [&](const CStatistics* camera) {
+        return skew.size() < camera->m_images.size();
+    };
+    while (!cameras.empty() && std::all_of(cameras.begin(), cameras.end(), isThere)) {
+        const auto arrivalOf = [&](const CStatistics* camera) {
+            return camera->m_images[skew.size()].arrival;
+        };
+        const auto [first, last] = std::ranges::minmax(cameras | std::views::transform(arrivalOf));
+        skew.push_back(Milliseconds(last - first));
+    }
+    return skew;
 }
 
 void PrintHistogram(std::ostream& out, const std::vector<double>& sample) {

@@ -38,6 +38,10 @@ public:
     // acquisition. Empty without timestamps.
     std::vector<double> Delays() const;
 
+    // Between the earliest and the latest arrival of each image that all of them have, the first
+    // ones, the second ones and so on, in milliseconds.
+    static std::vector<double> SkewOf(const std::vector<const CStatistics*>& cameras);
+
 private:
     struct SImage {
         Clock::time_point arrival;

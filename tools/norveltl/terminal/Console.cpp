@@ -24,6 +24,9 @@ namespace {
 
 std::atomic<bool> g_interrupted{false};
 std::atomic<bool> g_errorReported{false};
+std::atomic<bool> g_lineOpen{false};
+thread_local std::string t_subject;
+thread_local bool t_failed = false;
 std::atomic<int> g_outputError{0}; // the system's first; 0 while there is none
 static_assert(std::atomic<bool>::is_always_lock_free, "a signal handler sets it");
 
@@ -113,6 +116,7 @@ protected:
 };
 
 void WriteError(const std::string& line) {
+    EndLine();
     FlushOutput();
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
@@ -196,12 +200,36 @@ bool Interrupted() {
 }
 
 void Note(std::string_view text) {
-    WriteError("note: " + std::string(text) + "\n");
+    WriteError("note: " + t_subject + std::string(text) + "\n");
 }
 
 void ReportError(std::string_view text) {
-    WriteError("norveltl: " + std::string(text) + "\n");
+    WriteError("norveltl: " + t_subject + std::string(text) + "\n");
     g_errorReported = true;
+    t_failed = true;
+}
+
+CSubject::CSubject(const std::string& name) {
+    t_subject = name.empty() ? "" : name + ": ";
+    t_failed = false;
+}
+
+CSubject::~CSubject() {
+    t_subject.clear();
+}
+
+bool CSubject::HasFailed() {
+    return t_failed;
+}
+
+void LeaveLineOpen() {
+    g_lineOpen = true;
+}
+
+void EndLine() {
+    if (g_lineOpen.exchange(false)) {
+        std::fputc('\n', stdout);
+    }
 }
 
 bool ErrorReported() {

@@ -48,6 +48,24 @@ void ReportError(std::string_view text);
 // True once an error was reported, also by a destructor that could not throw it.
 bool ErrorReported();
 
+// While it lives, what its thread reports begins with whom it is about, if that has a name. A
+// thread has one at a time.
+class CSubject {
+public:
+    explicit CSubject(const std::string& name);
+    ~CSubject();
+    CSubject(const CSubject&) = delete;
+    CSubject& operator=(const CSubject&) = delete;
+
+    // Whether its thread reported an error meanwhile.
+    static bool HasFailed();
+};
+
+// The standard output is in the middle of a line, which whatever is reported ends first; or which
+// ends now.
+void LeaveLineOpen();
+void EndLine();
+
 // Control characters replaced by '?', so that a device's text cannot steer the terminal; UTF-8, as
 // far as the system knows the characters.
 std::string Printable(std::string text);
