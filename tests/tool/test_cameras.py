@@ -48,7 +48,7 @@ class Several(ToolTest):
         self.assertEqual((one["failed"], two["failed"], two["delivered"]), (True, False, 20))
         self.assertLess(one["delivered"], 20)
         self.assertTrue(answer.json()["failed"])
-        self.assertEqual(len(self.images(two["files"]["folder"])), 20)
+        self.assertEqual(len(list(self.folder.glob("out/*Two*/image_*.png"))), 20)
 
     def test_the_others_go_on_when_one_cannot_be_opened(self):
         fault = {"operation": "InterfaceOpenDevice", "kind": "result", "result": -1005, "object": "One"}

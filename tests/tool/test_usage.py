@@ -17,7 +17,7 @@ class WrongUsage(ToolTest):
         self.wrong("there is no command frobnicate", "frobnicate", command="")
         self.wrong("there is no option --frobnicate", "grab", "Left", "--frobnicate")
         self.wrong("--count: 1 required COUNT missing", "grab", "Left", "-n")
-        self.wrong("--format: bmp not in {png,pgm,raw}", "grab", "--format", "bmp")
+        self.wrong("--format: bmp not in {png,pgm,tiff,raw}", "grab", "--format", "bmp")
 
     def test_numbers(self):
         for number in ("0", "-5", "x", "2.5", "18446744073709551616", "99999999999999999999999"):

@@ -272,12 +272,20 @@ void AddGrab(CLI::App& app, SCommandLine& line) {
     grab->add_option("-t,--time", options.seconds, "How long to take images")
         ->check(CheckAboveZero)
         ->type_name("SECONDS");
-    grab->add_option("-o,--output", options.folder, "Write the images as files into this folder")
+    grab->add_option("-o,--output", options.folder,
+                     "Write the images as files into this folder; or with - to the standard output")
         ->check(CheckNotEmpty)
         ->type_name("FOLDER");
     grab->add_option("-f,--format", options.format,
-                     "What files: png, pgm (ppm if coloured), tiff or raw")
-        ->check(CLI::IsMember({"png", "pgm", "tiff", "raw"}))
+                     "What files: png, unless it is pgm (ppm if coloured), tiff or raw; to the "
+                     "standard output Y4M, unless it is raw")
+        ->check(CLI::IsMember({"png", "pgm", "tiff", "raw"}));
+    CLI::Option* record = grab->add_option("--record", options.record, "Record a video as AVI")
+                              ->check(CheckNotEmpty)
+                              ->type_name("FILE");
+    grab->add_option("--codec", options.codec, "How the video is compressed: jpeg or none")
+        ->check(CLI::IsMember({"jpeg", "none"}))
+        ->needs(record)
         ->capture_default_str();
     grab->add_option("--buffers", options.numBuffers, "How many buffers to use")
         ->check(CLI::Range(1, 10000))

@@ -60,6 +60,13 @@ void PrintTotals(std::ostream& out, const CCameraGrab& camera) {
             Note(note);
         }
     }
+    if (const CPipeSink* const pipe = loop.Pipe()) {
+        print("streamed", std::to_string(pipe->NumImages()));
+    }
+    if (const CAviSink* const video = loop.Video()) {
+        print("recorded",
+              std::to_string(video->NumImages()) + " in " + Utf8FromPath(video->Path()));
+    }
     if (const auto& writer = loop.Writer()) {
         print("left out", std::to_string(writer->NumLeftOut()));
     }
@@ -134,6 +141,11 @@ Json CameraJson(const CCameraGrab& camera) {
                          {"repeated", folder->NumRepeated()},
                          {"leftOut", loop.Writer()->NumLeftOut()},
                          {"notes", folder->Notes()}};
+    }
+    if (const CAviSink* const video = loop.Video()) {
+        json["video"] = {{"file", Utf8FromPath(video->Path())},
+                         {"images", video->NumImages()},
+                         {"leftOut", loop.Writer()->NumLeftOut()}};
     }
     if (const auto& statistics = loop.Statistics(); statistics && camera.Options().stats) {
         json["milliseconds"] = {{"interval", SpreadJson(statistics->Intervals())},
@@ -251,10 +263,19 @@ void WritePlot(const CGrabSession& session, const SGrabOptions& options) {
 }
 
 void CheckOptions(const SGrabOptions& options) {
-    if (options.devices.size() > 1 && !options.plot.empty()) {
-        throw CToolError("--plot is for one camera", kWrongUsage);
+    const auto refuse = [](const std::string& text) { throw CToolError(text, kWrongUsage); };
+    if (options.devices.size() > 1 &&
+        (!options.plot.empty() || !options.record.empty() || IsStreamed(options))) {
+        refuse("--plot, --record and -o - are for one camera");
+    }
+    if (IsStreamed(options) && options.json) {
+        refuse("-o - leaves no room for JSON on the standard output");
+    }
+    if (IsStreamed(options) && !options.format.empty() && options.format != "raw") {
+        refuse("-o - writes Y4M, or with -f raw what the camera sends");
     }
     CheckPlace(PathFromUtf8(options.plot), ExistingOf(options));
+    CheckPlace(PathFromUtf8(options.record), ExistingOf(options));
 }
 
 } // namespace
@@ -268,7 +289,7 @@ EExitCode Grab(const std::string& cti, const SGrabOptions& options) {
     if (session.All().empty()) {
         return kFailed;
     }
-    std::ostream& out = std::cout;
+    std::ostream& out = IsStreamed(options) ? std::cerr : std::cout;
     if (!options.json) {
         for (const std::string& error : systems.errors) {
             Note(error);

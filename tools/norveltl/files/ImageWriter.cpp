@@ -28,6 +28,7 @@ CImageWriter::~CImageWriter() {
 bool CImageWriter::HasRoom(size_t size) {
     const std::lock_guard lock(m_mutex);
     if (m_failure) {
+        m_isThrown = true;
         std::rethrow_exception(m_failure);
     }
     const bool hasRoom = m_queue.empty() || m_numBytes + size <= m_capacity;
@@ -53,7 +54,7 @@ void CImageWriter::Finish() {
             m_failure = m_failure ? m_failure : std::current_exception();
         }
     }
-    if (m_failure) {
+    if (m_failure && !std::exchange(m_isThrown, true)) {
         std::rethrow_exception(m_failure);
     }
 }

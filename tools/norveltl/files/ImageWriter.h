@@ -31,7 +31,8 @@ public:
     bool HasRoom(size_t size);
     // To be called after HasRoom, by the same thread.
     void Add(SImage image);
-    // Waits until all is written, finishes every sink, and throws what failed first.
+    // Waits until all is written, finishes every sink, and throws what failed first unless HasRoom
+    // did.
     void Finish();
 
     size_t NumQueued() const;
@@ -51,6 +52,7 @@ private:
     size_t m_numBytes = 0;
     bool m_finishing = false;
     std::exception_ptr m_failure;
+    bool m_isThrown = false;
     uint64_t m_numTaken = 0;
     uint64_t m_turn = 0; // of the images taken, whose is next
     uint64_t m_numLeftOut = 0;

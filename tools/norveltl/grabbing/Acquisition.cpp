@@ -59,6 +59,23 @@ SImageFormat CCameraFacts::Format() const {
     return format;
 }
 
+std::optional<double> CCameraFacts::FrameRate() const {
+    for (const char* feature : {"AcquisitionResultingFrameRate", "ResultingFrameRate",
+                                "AcquisitionResultingFrameRateAbs", "AcquisitionFrameRate"}) {
+        try {
+            if (Has(feature)) {
+                if (const double rate = std::stod(Get(feature)); rate > 0 && rate < 1e6) {
+                    return rate;
+                }
+            }
+        } catch (const std::exception&) {
+            // Then another one may tell.
+            continue;
+        }
+    }
+    return std::nullopt;
+}
+
 std::vector<SSetting> CCameraFacts::Settings() const {
     constexpr size_t kMaxSettings = 5000, kMaxLength = 1000;
     std::vector<SSetting> settings;

@@ -37,6 +37,8 @@ public:
     uint64_t PayloadSize() const;
     // Fields that cannot be read stay 0 or empty; each is told about once.
     SImageFormat Format() const;
+    // How many images a second it says that it takes.
+    std::optional<double> FrameRate() const;
     // Every feature that can be read now, but for those beyond a bound that no camera needs.
     std::vector<SSetting> Settings() const;
 

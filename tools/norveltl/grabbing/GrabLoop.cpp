@@ -14,6 +14,8 @@ namespace {
 constexpr std::chrono::milliseconds kWaitSlice{250};
 constexpr size_t kMaxStatistics = 1'000'000;
 constexpr uint64_t kDefaultCount = 100;
+// Of a camera that does not tell its own.
+constexpr double kUsualFramesPerSecond = 25;
 
 std::optional<uint64_t> CountOf(const SGrabOptions& options) {
     return options.count || options.seconds ? options.count : kDefaultCount;
@@ -52,10 +54,29 @@ CGrabLoop::CGrabLoop(CStream& stream, const CCameraFacts& camera, const SGrabOpt
     if (options.stats || !options.plot.empty() || options.devices.size() > 1) {
         m_statistics.emplace(std::min<uint64_t>(m_count.value_or(kMaxStatistics), kMaxStatistics));
     }
-    if (!options.folder.empty()) {
-        m_folder = std::make_shared<CImageFolder>(
-            PathFromUtf8(options.folder), FileFormatOf(options.format), ExistingOf(options));
-        m_writer.emplace(CImageWriter::Sinks{m_folder}, options.queueMegabytes << 20);
+    OpenSinks(camera);
+}
+
+void CGrabLoop::OpenSinks(const CCameraFacts& camera) {
+    const double rate = m_options.triggers ? 1 / m_options.everySeconds
+                                           : camera.FrameRate().value_or(kUsualFramesPerSecond);
+    const EExisting existing = ExistingOf(m_options);
+    CImageWriter::Sinks sinks;
+    if (IsStreamed(m_options)) {
+        sinks.push_back(m_pipe = std::make_shared<CPipeSink>(
+                            m_options.format == "raw" ? EPipeFormat::Raw : EPipeFormat::Y4m, rate));
+    } else if (!m_options.folder.empty()) {
+        sinks.push_back(m_folder = std::make_shared<CImageFolder>(PathFromUtf8(m_options.folder),
+                                                                  FileFormatOf(m_options.format),
+                                                                  existing));
+    }
+    if (!m_options.record.empty()) {
+        sinks.push_back(m_video = std::make_shared<CAviSink>(
+                            PathFromUtf8(m_options.record), existing,
+                            m_options.codec == "none" ? ECodec::None : ECodec::Jpeg, rate));
+    }
+    if (!sinks.empty()) {
+        m_writer.emplace(std::move(sinks), m_options.queueMegabytes << 20);
         m_cameraFormat = camera.Format();
         m_settings = camera.Settings();
     }

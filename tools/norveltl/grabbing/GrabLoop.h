@@ -3,6 +3,7 @@
 
 #include "files/ImageFolder.h"
 #include "files/ImageWriter.h"
+#include "files/VideoSinks.h"
 #include "grabbing/Acquisition.h"
 #include "grabbing/GrabOptions.h"
 #include "grabbing/Progress.h"
@@ -44,9 +45,11 @@ public:
 
     // What follows holds once Finish has ended.
     const STotals& Totals() const { return m_totals; }
-    // Nothing unless images are written, and unless into a folder.
+    // Nothing unless images are written, and unless there.
     const std::optional<CImageWriter>& Writer() const { return m_writer; }
     const CImageFolder* Folder() const { return m_folder.get(); }
+    const CPipeSink* Pipe() const { return m_pipe.get(); }
+    const CAviSink* Video() const { return m_video.get(); }
     // Of images that are written: what the camera said of them, and its settings.
     const SImageFormat& CameraFormat() const { return m_cameraFormat; }
     const std::vector<SSetting>& Settings() const { return m_settings; }
@@ -56,6 +59,7 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
+    void OpenSinks(const CCameraFacts& camera);
     bool IsDone(Clock::duration elapsed) const;
     void Take(BUFFER_HANDLE buffer, Clock::time_point arrival);
     std::optional<SImage> Copy(BUFFER_HANDLE buffer, Clock::time_point arrival);
@@ -68,6 +72,8 @@ private:
     SImageFormat m_cameraFormat;
     std::vector<SSetting> m_settings;
     std::shared_ptr<CImageFolder> m_folder;
+    std::shared_ptr<CPipeSink> m_pipe;
+    std::shared_ptr<CAviSink> m_video;
     std::optional<CImageWriter> m_writer;
     Clock::time_point m_begin;
     std::atomic<uint64_t> m_numImages{0}, m_numBytes{0}; // those of the totals, for other threads

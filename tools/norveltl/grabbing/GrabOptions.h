@@ -17,11 +17,14 @@ struct SGrabOptions {
     // How many images, and how long; 100 images when neither is given.
     std::optional<uint64_t> count;
     std::optional<double> seconds;
-    // Where images are written, or beside it where an earlier run's are; empty for nowhere.
+    // Where images are written, or beside it where an earlier run's are; empty for nowhere, "-" for
+    // the standard output.
     std::string folder;
     // Whether the files of an earlier run are replaced.
     bool force = false;
-    std::string format = "png"; // or "pgm", "tiff", "raw"
+    std::string format; // "png", "pgm", "tiff", "raw"; empty for PNG files, or Y4M on the output
+    std::string record; // the file for a video; empty for none
+    std::string codec = "jpeg"; // of the video, or "none"
     size_t numBuffers = 8;
     size_t queueMegabytes = 256; // of images that wait to be written
     // Triggers by the cameras' command, one every so many seconds.
@@ -34,6 +37,10 @@ struct SGrabOptions {
     std::string plot; // the file for a plot of the intervals; empty for none
     bool json = false;
 };
+
+inline bool IsStreamed(const SGrabOptions& options) {
+    return options.folder == "-";
+}
 
 inline EExisting ExistingOf(const SGrabOptions& options) {
     return options.force ? EExisting::Replace : EExisting::Keep;

@@ -1,5 +1,7 @@
 #include "terminal/Console.h"
 
+#include "terminal/Error.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
@@ -11,6 +13,8 @@
 #if defined(_WIN32)
 #include <windows.h>
 
+#include <fcntl.h>
+#include <io.h>
 #include <shellapi.h>
 #else
 #include <csignal>
@@ -194,6 +198,25 @@ void CatchInterrupt() {
 }
 
 #endif
+
+// Without a buffer nothing remains of what was not taken.
+void PrepareBinaryOutput() {
+    std::fflush(stdout);
+    std::setvbuf(stdout, nullptr, _IONBF, 0);
+#if defined(_WIN32)
+    _setmode(_fileno(stdout), _O_BINARY);
+#else
+    std::signal(SIGPIPE, SIG_IGN);
+#endif
+}
+
+void WriteOutput(std::span<const uint8_t> bytes) {
+    errno = 0;
+    if (std::fwrite(bytes.data(), 1, bytes.size(), stdout) != bytes.size()) {
+        throw CToolError("cannot write the output: " +
+                         std::generic_category().message(errno != 0 ? errno : EIO));
+    }
+}
 
 bool Interrupted() {
     return g_interrupted;

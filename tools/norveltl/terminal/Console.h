@@ -2,9 +2,11 @@
 // UTF-8 on every system. Knows nothing of producers and cameras.
 #pragma once
 
+#include <cstdint>
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <span>
 #include <streambuf>
 #include <string>
 #include <string_view>
@@ -31,6 +33,12 @@ private:
 
 // Reports an error unless every byte of the standard output so far was taken.
 void CheckOutput();
+
+// For what is no text: from here on nothing but WriteOutput writes to the standard output, whose
+// bytes are not changed, and whose end does not end the program. WriteOutput throws CToolError when
+// the output does not take them all.
+void PrepareBinaryOutput();
+void WriteOutput(std::span<const uint8_t> bytes);
 
 // How many characters a line of the standard output's terminal holds at the moment; nothing when it
 // is no terminal.
