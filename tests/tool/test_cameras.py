@@ -60,7 +60,7 @@ class Several(ToolTest):
     def test_names_that_mean_no_camera_or_the_same(self):
         self.refused(WRONG_USAGE, 'norveltl: "Left" and "10001" are the same camera\n', "grab", "Left", "Right", "10001")
         self.assertEqual(self.run_tool("grab", "Left", "Nobody").code, NOTHING_FOUND)
-        self.refused(WRONG_USAGE, "norveltl: --plot is for one camera\n", "grab", "Left", "Right", "--plot", "x.png")
+        self.refused(WRONG_USAGE, "norveltl: --plot, --record and -o - are for one camera\n", "grab", "Left", "Right", "--plot", "x.png")
 
     def test_interrupted_together(self):
         process = self.start("grab", "One", "Two", "-n", "100000", "-o", "out", world=world())
