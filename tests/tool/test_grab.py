@@ -107,7 +107,7 @@ class Statistics(ToolTest):
     def curve(self, path):
         """The columns in which the plot draws something, after a look at its extent."""
         picture = pictures.read_png(path)
-        self.assertEqual((picture.width, picture.height, picture.channels, picture.bits), (960, 400, 3, 8))
+        self.assertEqual((picture.width, picture.height, picture.channels, picture.bits), (960, 440, 3, 8))
         return sorted({at // 3 % picture.width for at in range(0, len(picture.pixels), 3)
                        if picture.pixels[at:at + 3] == bytes((24, 96, 180))})
 
@@ -116,7 +116,7 @@ class Statistics(ToolTest):
             with self.subTest(count=count):
                 self.done("grab", "10001", "-n", str(count), *FAST, "--set", "AcquisitionFrameRate=500",
                           "--plot", "plot.png", "--force")
-                self.assertEqual(self.curve(self.folder / "plot.png"), list(range(70, 940)))
+                self.assertEqual(self.curve(self.folder / "plot.png"), list(range(80, 940)))
 
     def test_a_plot_of_one_image(self):
         self.done("grab", "10001", "-n", "1", *FAST, "--plot", "plot.png", "--stats")

@@ -5,6 +5,7 @@
 #include "commands/Grab.h"
 #include "commands/Info.h"
 #include "commands/List.h"
+#include "commands/Measure.h"
 #include "commands/Registers.h"
 #include "commands/Run.h"
 #include "terminal/Console.h"
@@ -91,6 +92,7 @@ struct SCommandLine {
     SFeatureOptions features;
     SGrabOptions grab;
     SRunOptions steps;
+    SMeasureOptions measure;
     SEventOptions events;
     SCheckOptions check;
     std::function<EExitCode()> run;
@@ -320,6 +322,26 @@ void AddGrab(CLI::App& app, SCommandLine& line) {
     AddJson(grab, options.json);
 }
 
+void AddMeasure(CLI::App& app, SCommandLine& line) {
+    SMeasureOptions& options = line.measure;
+    CLI::App* measure =
+        AddCommand(app, line, "measure", "Measure exposure, focus and noise in a camera's picture",
+                   [](auto& l) { return MeasureCamera(l.cti, l.measure); });
+    AddDevice(measure, options.device);
+    AddSettings(measure, options.settings);
+    measure
+        ->add_option("--timeout", options.timeoutSeconds,
+                     "Give up after this time without an image")
+        ->check(CheckAboveZero)
+        ->type_name("SECONDS")
+        ->capture_default_str();
+    measure->add_option("--plot", options.plot, "Draw the histogram into this PNG file")
+        ->check(CheckNotEmpty)
+        ->type_name("FILE");
+    AddForce(measure, options.force);
+    AddJson(measure, options.json);
+}
+
 void AddEvents(CLI::App& app, SCommandLine& line) {
     SEventOptions& options = line.events;
     CLI::App* events = AddCommand(app, line, "events", "Show events as they come",
@@ -363,6 +385,7 @@ void Declare(CLI::App& app, SCommandLine& line) {
     AddFeatureCommands(app, line);
     AddRun(app, line);
     AddGrab(app, line);
+    AddMeasure(app, line);
     AddEvents(app, line);
     AddCheck(app, line);
     app.footer("Exit codes: 0 done, 1 failed, 2 wrong usage, 3 nothing found.");

@@ -96,8 +96,7 @@ TEST(Samples, ColoursComeAsRedGreenBlue) {
     EXPECT_EQ(ValuesOf("BGRa8", 1, 1, {1, 2, 3, 9}), (Values{3, 2, 1}));
     EXPECT_EQ(ValuesOf("BGR12", 1, 1, {1, 2, 3, 4, 5, 6}), (Values{0x605, 0x403, 0x201}));
     // 0x300 << 20 | 0x202 << 10 | 0x101, and two bits that are no sample's.
-    EXPECT_EQ(ValuesOf("RGB10p", 1, 1, {0x01, 0x09, 0x08, 0xF0}),
-              (Values{0x101, 0x202, 0x300}));
+    EXPECT_EQ(ValuesOf("RGB10p", 1, 1, {0x01, 0x09, 0x08, 0xF0}), (Values{0x101, 0x202, 0x300}));
 }
 
 TEST(Samples, SubsampledColoursAreSharedByTheirPixels) {

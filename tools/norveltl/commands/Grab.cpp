@@ -255,8 +255,16 @@ void PrintCamera(std::ostream& out, const CCameraGrab& camera) {
 void WritePlot(const CGrabSession& session, const SGrabOptions& options) {
     try {
         PreparePng();
-        const CStatistics& statistics = *session.All().front()->Loop().Statistics();
-        WritePng(PathFromUtf8(options.plot), PlotOf(statistics.Intervals()), ExistingOf(options));
+        const std::vector<double> intervals =
+            session.All().front()->Loop().Statistics()->Intervals();
+        const SPlot plot{"Intervals between images",
+                         "number of the image",
+                         "milliseconds since the image before",
+                         2,
+                         1 + static_cast<double>(intervals.size()),
+                         {{intervals}},
+                         false};
+        WritePng(PathFromUtf8(options.plot), Draw(plot), ExistingOf(options));
     } catch (const std::exception& error) {
         ReportError(error.what());
     }

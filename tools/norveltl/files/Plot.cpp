@@ -1,26 +1,28 @@
 #include "files/Plot.h"
 
+#include "files/Font.h"
+
 #include <algorithm>
-#include <array>
 #include <cmath>
 #include <cstdio>
-#include <string_view>
+#include <ranges>
+#include <span>
 
 namespace norveltl {
 
 namespace {
 
-constexpr uint32_t kWidth = 960, kHeight = 400;
-constexpr uint32_t kLeft = 70, kRight = 940, kTop = 20, kBottom = 380;
-constexpr uint32_t kScale = 2; // of the digits
-constexpr size_t kMaxLines = 8;
+constexpr int kWidth = 960, kHeight = 440;
+constexpr int kLeft = 80, kRight = 940, kTop = 60, kBottom = 380;
+constexpr int kScale = 2; // of the letters
+constexpr int kLetterHeight = 7 * kScale;
+constexpr int kMaxLines = 8, kMaxTicks = 10;
+constexpr int kLine = 2;
 
-using Colour = std::array<uint8_t, 3>;
-constexpr Colour kPaper{255, 255, 255}, kGrid{216, 216, 216}, kInk{40, 40, 40}, kCurve{24, 96, 180};
+constexpr Colour kPaper{255, 255, 255}, kGrid{224, 224, 224}, kAxis{120, 120, 120},
+    kInk{40, 40, 40};
 
-// Three columns and five rows, from the top left bit on.
-constexpr std::array<uint16_t, 11> kDigits = {0x7B6F, 0x2C97, 0x73E7, 0x73CF, 0x5BC9, 0x79CF,
-                                              0x79EF, 0x7249, 0x7BEF, 0x7BCF, 0x0002};
+enum class EAlign { Left, Centre, Right };
 
 class CCanvas {
 public:
@@ -28,80 +30,149 @@ public:
         Fill(0, 0, kWidth, kHeight, kPaper);
     }
 
-    void Fill(uint32_t x, uint32_t y, uint32_t width, uint32_t height, Colour colour) {
-        for (uint32_t row = y; row < std::min(y + height, kHeight); ++row) {
-            for (uint32_t column = x; column < std::min(x + width, kWidth); ++column) {
-                std::copy(colour.begin(), colour.end(),
-                          m_picture.pixels.data() + (size_t{row} * kWidth + column) * 3);
-            }
-        }
+    void Fill(int x, int y, int width, int height, const Colour& colour) {
+        ForEach(x, y, width, height, [&](uint8_t* pixel) { std::ranges::copy(colour, pixel); });
     }
 
-    // Ends at x; digits and points only.
-    void Text(uint32_t x, uint32_t y, std::string_view text) {
-        const auto advance = 4 * kScale;
-        uint32_t left = x - advance * static_cast<uint32_t>(text.size());
-        for (const char c : text) {
-            const uint16_t bits = kDigits[c == '.' ? 10 : static_cast<size_t>(c - '0')];
-            for (uint32_t i = 0; i < 15; ++i) {
-                if ((bits >> (14 - i) & 1) != 0) {
-                    Fill(left + i % 3 * kScale, y + i / 3 * kScale, kScale, kScale, kInk);
-                }
-            }
-            left += advance;
+    // What lies below can still be seen.
+    void Darken(int x, int y, int width, int height, const Colour& colour) {
+        ForEach(x, y, width, height, [&](uint8_t* pixel) {
+            std::ranges::transform(colour, std::span(pixel, 3), pixel,
+                                   [](uint8_t a, uint8_t b) { return std::min(a, b); });
+        });
+    }
+
+    void Text(int x, int y, const std::string& text, EAlign align) {
+        const int width = WidthOf(text) * kScale;
+        const int left = align == EAlign::Left     ? x
+                         : align == EAlign::Centre ? x - width / 2
+                                                   : x - width;
+        for (const SRectangle& part : RectanglesOf(text)) {
+            Fill(left + part.x * kScale, y + part.y * kScale, part.width * kScale,
+                 part.height * kScale, kInk);
         }
     }
 
     SPicture Take() { return std::move(m_picture); }
 
 private:
+    template <class W>
+    void ForEach(int x, int y, int width, int height, W work) {
+        for (int row = std::max(y, 0); row < std::min(y + height, kHeight); ++row) {
+            for (int column = std::max(x, 0); column < std::min(x + width, kWidth); ++column) {
+                work(m_picture.pixels.data() + (row * kWidth + column) * 3);
+            }
+        }
+    }
+
     SPicture m_picture;
 };
 
-// The distance of the labelled lines: 1, 2 or 5 times a power of ten.
-double StepFor(double most) {
-    double step = std::pow(10, std::floor(std::log10(most / kMaxLines)));
-    for (const double factor : {1.0, 2.0, 5.0, 10.0}) {
-        if (most / (step * factor) <= kMaxLines) {
+// The distance of labelled lines: 1, 2 or 5 times a power of ten.
+double StepFor(double range, int maxLines) {
+    const double step = std::pow(10, std::floor(std::log10(range / maxLines)));
+    for (const double factor : {1.0, 2.0, 5.0}) {
+        if (range / (step * factor) <= maxLines) {
             return step * factor;
         }
     }
     return step * 10;
 }
 
+std::string Label(double value, double step) {
+    const int digits = std::max(0, static_cast<int>(std::ceil(-std::log10(step) - 1e-9)));
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), "%.*f", digits, value);
+    return text.data();
+}
+
+class CPlotter {
+public:
+    explicit CPlotter(const SPlot& plot) : m_plot(plot) {
+        double most = 0;
+        for (const SSeries& series : plot.series) {
+            for (const double value : series.values) {
+                most = std::max(most, value);
+            }
+        }
+        m_most = most > 0 ? most * 1.05 : 1;
+    }
+
+    SPicture Draw() {
+        DrawAxes();
+        for (const SSeries& series : m_plot.series) {
+            DrawSeries(series);
+        }
+        m_canvas.Fill(kLeft - kLine, kTop, kLine, kBottom - kTop + kLine, kAxis);
+        m_canvas.Fill(kLeft - kLine, kBottom, kRight - kLeft + kLine, kLine, kAxis);
+        m_canvas.Text((kLeft + kRight) / 2, 12, m_plot.title, EAlign::Centre);
+        m_canvas.Text(kLeft - kLine, kTop - 24, m_plot.up, EAlign::Left);
+        m_canvas.Text((kLeft + kRight) / 2, kHeight - 24, m_plot.across, EAlign::Centre);
+        return m_canvas.Take();
+    }
+
+private:
+    int Height(double value) const {
+        return kBottom - static_cast<int>(value / m_most * (kBottom - kTop));
+    }
+
+    void DrawAxes() {
+        const double step = StepFor(m_most, kMaxLines);
+        for (int line = 0; line * step <= m_most; ++line) {
+            const int y = Height(line * step);
+            m_canvas.Fill(kLeft, y, kRight - kLeft, 1, kGrid);
+            m_canvas.Text(kLeft - 8, y - kLetterHeight / 2, Label(line * step, step),
+                          EAlign::Right);
+        }
+        const double range = m_plot.last - m_plot.first;
+        if (range <= 0) {
+            return;
+        }
+        // Values are counted, so that nothing stands between two of them.
+        const double tick = std::max(StepFor(range, kMaxTicks), 1.0);
+        for (double at = std::ceil(m_plot.first / tick) * tick; at <= m_plot.last; at += tick) {
+            const int x = kLeft + static_cast<int>((at - m_plot.first + 0.5) / (range + 1) *
+                                                   (kRight - kLeft));
+            m_canvas.Fill(x, kBottom, 1, 6, kAxis);
+            m_canvas.Text(x, kBottom + 10, Label(at, tick), EAlign::Centre);
+        }
+    }
+
+    // Each column shows the range of the values that fall into it, and reaches to the one before.
+    void DrawSeries(const SSeries& series) {
+        const std::vector<double>& values = series.values;
+        const size_t columns = std::min<size_t>(kRight - kLeft, values.size());
+        const auto left = [columns](size_t column) {
+            return kLeft + static_cast<int>(column * (kRight - kLeft) / columns);
+        };
+        for (size_t column = 0; column < columns; ++column) {
+            const size_t begin = column * values.size() / columns;
+            const size_t end = std::max((column + 1) * values.size() / columns, begin + 1);
+            const auto part =
+                std::ranges::subrange(values.begin() + static_cast<std::ptrdiff_t>(begin),
+                                      values.begin() + static_cast<std::ptrdiff_t>(end));
+            const auto [least, most] = std::ranges::minmax(part);
+            const int width = left(column + 1) - left(column);
+            const int top = Height(most);
+            const int bottom = m_plot.isFilled ? kBottom : Height(least) + kLine;
+            m_canvas.Darken(left(column), top, width, bottom - top, series.colour);
+            if (column > 0 && !m_plot.isFilled) {
+                const int before = Height(values[begin - 1]), now = Height(values[begin]);
+                m_canvas.Darken(left(column), std::min(before, now), kLine,
+                                std::abs(before - now) + kLine, series.colour);
+            }
+        }
+    }
+
+    const SPlot& m_plot;
+    double m_most = 1;
+    CCanvas m_canvas;
+};
+
 } // namespace
 
-SPicture PlotOf(const std::vector<double>& sample) {
-    CCanvas canvas;
-    const double most =
-        sample.empty() ? 1 : std::max(*std::max_element(sample.begin(), sample.end()) * 1.05, 1e-3);
-    const auto height = [most](double value) {
-        return kBottom - static_cast<uint32_t>(value / most * (kBottom - kTop));
-    };
-    const double step = StepFor(most);
-    for (int line = 0; line * step <= most; ++line) {
-        const double value = line * step;
-        canvas.Fill(kLeft, height(value), kRight - kLeft, 1, kGrid);
-        std::array<char, 32> label{};
-        std::snprintf(label.data(), label.size(), step < 1 ? "%.3f" : "%.0f", value);
-        canvas.Text(kLeft - 6, height(value) - 5, label.data());
-    }
-    // Each column shows the range of the values that fall into it.
-    const size_t columns = std::min<size_t>(kRight - kLeft, std::max<size_t>(sample.size(), 1));
-    const auto left = [columns](size_t column) {
-        return kLeft + static_cast<uint32_t>(column * (kRight - kLeft) / columns);
-    };
-    for (size_t column = 0; column < columns && !sample.empty(); ++column) {
-        const size_t begin = column * sample.size() / columns;
-        const size_t end = std::max((column + 1) * sample.size() / columns, begin + 1);
-        const auto [least, highest] =
-            std::minmax_element(sample.begin() + static_cast<std::ptrdiff_t>(begin),
-                                sample.begin() + static_cast<std::ptrdiff_t>(end));
-        const uint32_t top = height(*highest);
-        canvas.Fill(left(column), top, left(column + 1) - left(column), height(*least) - top + 2,
-                    kCurve);
-    }
-    return canvas.Take();
+SPicture Draw(const SPlot& plot) {
+    return CPlotter(plot).Draw();
 }
 
 } // namespace norveltl

@@ -75,10 +75,12 @@ void CGrabLoop::OpenSinks(const CCameraFacts& camera) {
                             PathFromUtf8(m_options.record), existing,
                             m_options.codec == "none" ? ECodec::None : ECodec::Jpeg, rate));
     }
+    if (m_options.sink) {
+        sinks.push_back(m_options.sink);
+    }
     if (!sinks.empty()) {
         m_writer.emplace(std::move(sinks), m_options.queueMegabytes << 20);
         m_cameraFormat = camera.Format();
-        m_settings = camera.Settings();
     }
 }
 

@@ -1,10 +1,11 @@
 // What a user asks of a grab.
 #pragma once
 
-#include "files/OutputFile.h"
+#include "files/ImageSink.h"
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -30,6 +31,7 @@ struct SGrabOptions {
     // Triggers by the cameras' command, one every so many seconds.
     bool triggers = false;
     double everySeconds = 0.1;
+    std::shared_ptr<IImageSink> sink; // where the images go as well; null for nowhere
     // How long a grab goes on without any image.
     double timeoutSeconds = 5;
     std::vector<std::string> settings; // "NAME=VALUE", done first
