@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <ranges>
 #include <span>
 
 namespace norveltl {
@@ -60,7 +59,7 @@ private:
     void ForEach(int x, int y, int width, int height, W work) {
         for (int row = std::max(y, 0); row < std::min(y + height, kHeight); ++row) {
             for (int column = std::max(x, 0); column < std::min(x + width, kWidth); ++column) {
-                work(m_picture.pixels.data() + (row * kWidth + column) * 3);
+                work(m_picture.pixels.data() + std::ptrdiff_t{row * kWidth + column} * 3);
             }
         }
     }
@@ -148,20 +147,28 @@ private:
         for (size_t column = 0; column < columns; ++column) {
             const size_t begin = column * values.size() / columns;
             const size_t end = std::max((column + 1) * values.size() / columns, begin + 1);
-            const auto part =
-                std::ranges::subrange(values.begin() + static_cast<std::ptrdiff_t>(begin),
-                                      values.begin() + static_cast<std::ptrdiff_t>(end));
-            const auto [least, most] = std::ranges::minmax(part);
+            const auto [least, most] =
+                std::minmax_element(values.begin() + static_cast<std::ptrdiff_t>(begin),
+                                    values.begin() + static_cast<std::ptrdiff_t>(end));
             const int width = left(column + 1) - left(column);
-            const int top = Height(most);
-            const int bottom = m_plot.isFilled ? kBottom : Height(least) + kLine;
-            m_canvas.Darken(left(column), top, width, bottom - top, series.colour);
-            if (column > 0 && !m_plot.isFilled) {
-                const int before = Height(values[begin - 1]), now = Height(values[begin]);
-                m_canvas.Darken(left(column), std::min(before, now), kLine,
-                                std::abs(before - now) + kLine, series.colour);
+            if (m_plot.isFilled) {
+                const int top = Height(*most);
+                m_canvas.Darken(left(column), top, width, kBottom - top, series.colour);
+                continue;
+            }
+            DrawLine(left(column), width, *least, *most, series.colour);
+            if (column > 0) {
+                const auto [low, high] = std::minmax(values[begin - 1], values[begin]);
+                DrawLine(left(column), kLine, low, high, series.colour);
             }
         }
+    }
+
+    // A line of nothing stands on the axis.
+    void DrawLine(int x, int width, double least, double most, const Colour& colour) {
+        const int top = std::min(Height(most), kBottom - kLine);
+        const int bottom = std::min(Height(least) + kLine, kBottom);
+        m_canvas.Darken(x, top, width, bottom - top, colour);
     }
 
     const SPlot& m_plot;

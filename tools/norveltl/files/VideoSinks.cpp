@@ -63,7 +63,7 @@ std::vector<uint8_t> PlanesOf(const SPicture& picture) {
         for (size_t i = 0; i < picture.pixels.size(); i += 3) {
             const double value = row[0] * picture.pixels[i] + row[1] * picture.pixels[i + 1] +
                                  row[2] * picture.pixels[i + 2] + row[3];
-            planes.push_back(static_cast<uint8_t>(value + 0.5));
+            planes.push_back(static_cast<uint8_t>(std::lround(value)));
         }
     }
     return planes;

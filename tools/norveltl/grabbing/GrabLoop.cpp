@@ -69,6 +69,7 @@ void CGrabLoop::OpenSinks(const CCameraFacts& camera) {
         sinks.push_back(m_folder = std::make_shared<CImageFolder>(PathFromUtf8(m_options.folder),
                                                                   FileFormatOf(m_options.format),
                                                                   existing));
+        m_settings = camera.Settings();
     }
     if (!m_options.record.empty()) {
         sinks.push_back(m_video = std::make_shared<CAviSink>(

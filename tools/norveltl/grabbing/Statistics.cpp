@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <numeric>
 #include <ostream>
-#include <ranges>
 #include <string>
 
 namespace norveltl {
@@ -74,15 +73,17 @@ std::vector<double> CStatistics::Delays() const {
 }
 
 std::vector<double> CStatistics::SkewOf(const std::vector<const CStatistics*>& cameras) {
+    size_t count = cameras.empty() ? 0 : cameras.front()->m_images.size();
+    for (const CStatistics* camera : cameras) {
+        count = std::min(count, camera->m_images.size());
+    }
     std::vector<double> skew;
-    const auto isThere = [&](const CStatistics* camera) {
-        return skew.size() < camera->m_images.size();
-    };
-    while (!cameras.empty() && std::all_of(cameras.begin(), cameras.end(), isThere)) {
-        const auto arrivalOf = [&](const CStatistics* camera) {
-            return camera->m_images[skew.size()].arrival;
-        };
-        const auto [first, last] = std::ranges::minmax(cameras | std::views::transform(arrivalOf));
+    for (size_t i = 0; i < count; ++i) {
+        Clock::time_point first = Clock::time_point::max(), last = Clock::time_point::min();
+        for (const CStatistics* camera : cameras) {
+            first = std::min(first, camera->m_images[i].arrival);
+            last = std::max(last, camera->m_images[i].arrival);
+        }
         skew.push_back(Milliseconds(last - first));
     }
     return skew;
