@@ -66,7 +66,7 @@ fi
 # Other images in out/ make the tool take another folder.
 folder=$(sed -n 's/\r$//; s/^files .* raw in //p' build/demo.log)
 mkdir -p out
-find "$folder" -maxdepth 1 -name 'image_[0-9]*' | sort | xargs -d '\n' -r sha256sum >"$made"
-count=$(wc -l <"$made")
+find "$folder" -maxdepth 1 \( -name 'image_[0-9]*' -o -name grab.json \) | sort | xargs -d '\n' -r sha256sum >"$made"
+count=$(grep -c '/image_' "$made" || true)
 [ "$count" -gt 0 ] || { echo "demo: no image was written" >&2; exit 1; }
 echo "$count images are in $root/$folder"

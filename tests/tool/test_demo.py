@@ -32,7 +32,8 @@ class Demo(ToolTest):
         return done.stdout.splitlines()[-1]
 
     def images(self, folder):
-        return sorted(file.name for file in (self.folder / folder).iterdir() if not file.name.startswith("."))
+        return sorted(file.name for file in (self.folder / folder).iterdir()
+                      if not file.name.startswith(".") and file.name != "grab.json")
 
     def test_a_hundred_images_each_time(self):
         for _ in range(2):
@@ -44,9 +45,11 @@ class Demo(ToolTest):
         (self.folder / "out").mkdir()
         (self.folder / "out/holiday.jpg").write_text("mine")
         self.demo()
+        self.assertTrue((self.folder / "out/grab.json").is_file())
         (self.folder / "out/image_0007.png").write_text("mine")
         self.assertEqual(self.demo(), f"100 images are in {self.folder}/out-2")
         self.assertEqual(self.images("out"), ["holiday.jpg", "image_0007.png"])
+        self.assertFalse((self.folder / "out/grab.json").exists())
         self.assertEqual(len(self.images("out-2")), 100)
         self.demo()
         self.assertEqual(self.images("out"), ["holiday.jpg", "image_0007.png"])

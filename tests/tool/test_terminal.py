@@ -6,7 +6,7 @@ import struct
 import termios
 import time
 
-from harness import DONE, Setting, ToolTest
+from harness import DONE, WRONG_USAGE, Setting, ToolTest
 
 FAST = ("--set", "Width=32", "--set", "Height=8")
 
@@ -71,3 +71,15 @@ class Progress(ToolTest):
             return
         _, wide = self.grab(30, "-t", "2", "-o", "out", later=120)
         self.assertRegex(wide[-2], r"^\[[#.]{20}\] .*  to write \d+ *$")
+
+
+class Streaming(ToolTest):
+    def test_no_images_into_a_terminal(self):
+        if Setting.is_windows:
+            return
+        master, slave = os.openpty()
+        answer = self.run_tool("grab", "Left", "-n", "1", "-o", "-", out=slave)
+        os.close(slave)
+        os.close(master)
+        self.assertEqual((answer.code, answer.err), (
+            WRONG_USAGE, "norveltl: -o - is for a pipe or a file: the standard output is a terminal\n"))

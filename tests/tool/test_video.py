@@ -4,7 +4,7 @@ import subprocess
 import time
 
 import pictures
-from harness import DONE, FAILED, Setting, ToolTest, WRONG_USAGE, native
+from harness import DONE, FAILED, WRONG_USAGE, Setting, ToolTest, native
 
 WIDTH, HEIGHT = 64, 48
 EDGE = pictures.STAMP  # the bytes that are no pixels touch the first line only

@@ -29,6 +29,7 @@ double PerSecond(const STotals& totals, double amount) {
 }
 
 void PrintTotals(std::ostream& out, const CCameraGrab& camera) {
+    const CSubject subject(camera.Name());
     const CGrabLoop& loop = camera.Loop();
     const STotals& totals = loop.Totals();
     const SGrabOptions& options = camera.Options();
@@ -248,6 +249,7 @@ void PrintCamera(std::ostream& out, const CCameraGrab& camera) {
         << Printable(device.model.value_or("model not reported")) << ", " << camera.NumBuffers()
         << " buffers of " << camera.PayloadSize() << " bytes" << std::endl;
     if (!camera.Camera().Reason().empty()) {
+        const CSubject subject(camera.Name());
         Note("AcquisitionStart is not sent: " + camera.Camera().Reason());
     }
 }
@@ -275,6 +277,9 @@ void CheckOptions(const SGrabOptions& options) {
     if (options.devices.size() > 1 &&
         (!options.plot.empty() || !options.record.empty() || IsStreamed(options))) {
         refuse("--plot, --record and -o - are for one camera");
+    }
+    if (IsStreamed(options) && TerminalWidth()) {
+        refuse("-o - is for a pipe or a file: the standard output is a terminal");
     }
     if (IsStreamed(options) && options.json) {
         refuse("-o - leaves no room for JSON on the standard output");

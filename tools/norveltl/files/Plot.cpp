@@ -129,7 +129,10 @@ private:
         }
         // Values are counted, so that nothing stands between two of them.
         const double tick = std::max(StepFor(range, kMaxTicks), 1.0);
-        for (double at = std::ceil(m_plot.first / tick) * tick; at <= m_plot.last; at += tick) {
+        const auto begin = static_cast<int64_t>(std::ceil(m_plot.first / tick));
+        const auto end = static_cast<int64_t>(std::floor(m_plot.last / tick));
+        for (int64_t i = begin; i <= end; ++i) {
+            const double at = static_cast<double>(i) * tick;
             const int x = kLeft + static_cast<int>((at - m_plot.first + 0.5) / (range + 1) *
                                                    (kRight - kLeft));
             m_canvas.Fill(x, kBottom, 1, 6, kAxis);
