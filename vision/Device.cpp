@@ -90,9 +90,10 @@ Int32 CDevice::GetInfo(UInt32 key, void* buffer, Size* size) {
             return text(m_found.address);
         case Optivo::kDeviceCustom15:
             return text(m_found.physicalId);
-        case Optivo::kDeviceVersion: // which no discovery of Aravis tells
+        case Optivo::kDeviceVersion:
+            return text(m_found.version);
         case Optivo::kDeviceUserDefinedName:
-            return text("");
+            return text(m_found.userName);
         case Optivo::kDeviceStatus:
             return OptivoBase::CopyNumber(m_transport.IsOpen(m_found.name) ? kNoAccess : kReadWrite,
                                           buffer, size);

@@ -1,5 +1,7 @@
 #include "Transport.h"
 
+#include "Bootstrap.h"
+
 #include <algorithm>
 #include <utility>
 
@@ -57,7 +59,20 @@ void CTransport::Discover() noexcept {
     m_ended.notify_all();
 }
 
+// Aravis' discovery leaves out the version and the user's name.
 FoundList CTransport::Find() {
+    FoundList found = FindByAravis();
+    if (m_instance == arv_gv_interface_get_instance) {
+        for (SFound& camera : found) {
+            const SBootstrap read = ReadBootstrap(camera.address);
+            camera.version = read.version;
+            camera.userName = read.userName;
+        }
+    }
+    return found;
+}
+
+FoundList CTransport::FindByAravis() {
     const std::lock_guard access(m_access);
     ArvInterface* const aravis = m_instance();
     arv_interface_update_device_list(aravis);
@@ -67,6 +82,8 @@ FoundList CTransport::Find() {
                     .vendor = TextOf(arv_interface_get_device_vendor(aravis, i)),
                     .model = TextOf(arv_interface_get_device_model(aravis, i)),
                     .serialNumber = TextOf(arv_interface_get_device_serial_nbr(aravis, i)),
+                    .version = {},
+                    .userName = {},
                     .address = TextOf(arv_interface_get_device_address(aravis, i)),
                     .physicalId = TextOf(arv_interface_get_device_physical_id(aravis, i))};
     }

@@ -23,6 +23,8 @@ struct SFound {
     std::string vendor;
     std::string model;
     std::string serialNumber;
+    std::string version;
+    std::string userName;
     std::string address;
     std::string physicalId;
 };
@@ -55,6 +57,7 @@ public:
 private:
     void Discover() noexcept;
     FoundList Find();
+    FoundList FindByAravis();
     void Free(const std::string& name);
     Int32 Connect(const std::string& name, ObjectPtr<ArvDevice>& device);
 

@@ -37,7 +37,8 @@ protected:
                 worst = std::min<int32_t>(worst, gentl.DSStopAcquisition(stream, 0));
                 worst =
                     std::min<int32_t>(worst, gentl.DSStartAcquisition(stream, 0, GENTL_INFINITE));
-                std::this_thread::sleep_for(std::chrono::milliseconds(2));
+                std::this_thread::sleep_for(
+                    std::chrono::milliseconds(Cameras::STARTS_AT_ONCE ? 2 : 150));
             }
             m_isDone = true;
             return worst;

@@ -66,16 +66,20 @@ class DeathTest(unittest.TestCase):
         GENTL.IFGetNumDevices(interface, ctypes.byref(count))
         return count.value
 
+    def open_interface(self):
+        tl, interface = ctypes.c_void_p(), ctypes.c_void_p()
+        GENTL.TLOpen(ctypes.byref(tl))
+        GENTL.TLUpdateInterfaceList(tl, None, ctypes.c_uint64(100))
+        GENTL.TLOpenInterface(tl, b"GEV::GigEVision", ctypes.byref(interface))
+        return tl, interface
+
     def open(self, interface):
         device = ctypes.c_void_p()
         GENTL.IFOpenDevice(interface, wire.NAME.encode(), 3, ctypes.byref(device))
         return device
 
     def test_comes_and_goes_with_the_list(self):
-        tl, interface = ctypes.c_void_p(), ctypes.c_void_p()
-        GENTL.TLOpen(ctypes.byref(tl))
-        GENTL.TLUpdateInterfaceList(tl, None, ctypes.c_uint64(100))
-        GENTL.TLOpenInterface(tl, b"GEV::GigEVision", ctypes.byref(interface))
+        tl, interface = self.open_interface()
         self.assertEqual(self.list_devices(interface), 0)
         self.start()
         self.assert_fails(base.ERROR, self.open, interface)  # it began after the list was made
@@ -175,6 +179,22 @@ class DeathTest(unittest.TestCase):
         session.close()
         self.start()
         self.assert_streams()
+
+    def test_tells_its_version_and_the_name_that_its_user_gave(self):
+        self.start()
+        with wire.open_soon(wire.NAME) as session:
+            name = b"Left of the belt"  # as long as may be, without a zero
+            for i in range(0, len(name), 4):
+                session.write(0xE8 + i, int.from_bytes(name[i:i + 4], "big"))
+            version = session.read(0x88, 32).split(b"\0")[0]
+        tl, interface = self.open_interface()
+        self.list_devices(interface)
+        for command, expected in ((8, version), (6, name)):
+            text, size = ctypes.create_string_buffer(64), ctypes.c_size_t(64)
+            GENTL.IFGetDeviceInfo(interface, wire.NAME.encode(), command, None, text, ctypes.byref(size))
+            self.assertEqual(text.value, expected)
+            self.assertNotEqual(text.value, b"")
+        GENTL.TLClose(tl)
 
     def test_belongs_to_one_process(self):
         self.start()
