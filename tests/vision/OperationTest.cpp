@@ -26,7 +26,6 @@ constexpr Int32 BUFFER_TOO_SMALL = -1013;
 constexpr Int32 NOT_AVAILABLE = -1014;
 constexpr Int32 INVALID_ADDRESS = -1015;
 constexpr UInt32 ALL = 0xFFFFFFFF;
-constexpr UInt64 ACQUISITION = 0x124;
 
 template <typename Object>
 struct Closes {
