@@ -279,7 +279,7 @@ std::vector<Action> AllActions() {
                              HEIGHT_MAX,
                              USER_MEMORY,
                              "18000000",
-                             "Local:Norvel_Camera.xml;10000;71A8"};
+                             "Local:Norvel_Camera.xml;10000;743C"};
     return Joined<Action>({SystemActions(), InterfaceActions(), PortActions(interfacePort),
                            PortActions(remotePort), DeviceActions(), StreamActions()});
 }

@@ -162,7 +162,7 @@ std::vector<Row> UrlRows() {
         "size 36, bytes \"Local:Norvel_Interface.xml;1000;909\"";
     Row remoteUrl = Refused("GCGetPortURL, remote port", OPTIVO_DEVICE_GET_INFO, tooSmall, 8);
     remoteUrl.worked.negative->outputs = remoteUrl.worked.positive->outputs =
-        "size 35, bytes \"Local:Norvel_Camera.xml;10000;71A8\"";
+        "size 35, bytes \"Local:Norvel_Camera.xml;10000;743C\"";
     return {
         interfaceUrl,
         Refused("GCGetPortURLInfo, interface", OPTIVO_INTERFACE_READ_PORT, UNSPECIFIED, 4),

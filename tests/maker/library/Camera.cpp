@@ -76,7 +76,7 @@ Int32 CCamera::GetInfo(UInt32 key, void* buffer, Size* size) const {
     case Optivo::kDeviceSerialNumber:
         return CopyText(m_description.serialNumber, text, size);
     case Optivo::kDeviceXmlUrl:
-        return CopyText("Local:Norvel_Camera.xml;10000;71A8", text, size);
+        return CopyText("Local:Norvel_Camera.xml;10000;743C", text, size);
     case Optivo::kDeviceStatus:
         return CopyNumber(UInt32{1}, buffer, size);
     case Optivo::kDeviceTLType:
