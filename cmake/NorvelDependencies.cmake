@@ -34,6 +34,17 @@ find_package(ZLIB REQUIRED)
 add_library(norvel_zlib INTERFACE)
 target_link_libraries(norvel_zlib INTERFACE ZLIB::ZLIB)
 
+# The HTTP server of norveltl view: one header, from the sources of Debian's package on every target.
+set(NORVELTL_HTTPLIB ${CMAKE_SOURCE_DIR}/.cache/httplib CACHE PATH "The folder of cpp-httplib's header")
+if(NOT EXISTS ${NORVELTL_HTTPLIB}/httplib.h)
+  message(FATAL_ERROR "No httplib.h in ${NORVELTL_HTTPLIB}: run scripts/setup.sh first")
+endif()
+add_library(norvel_httplib INTERFACE)
+target_include_directories(norvel_httplib SYSTEM INTERFACE ${NORVELTL_HTTPLIB})
+if(WIN32)
+  target_link_libraries(norvel_httplib INTERFACE ws2_32)
+endif()
+
 find_package(Threads REQUIRED)
 target_link_libraries(norvel_boost INTERFACE Threads::Threads)
 

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Installs what the builds and tests need on Debian 12 and makes .cache/: Windows libraries, a Wine prefix.
+# Installs what the builds and tests need on Debian 12 and makes .cache/: libraries from sources, a Wine prefix.
 # Call it from anywhere, as root or as a user with sudo, as often as you like: scripts/setup.sh [--linux]
 # With --linux it leaves out what only the Windows build needs.
 set -euo pipefail
@@ -15,6 +15,7 @@ packages=(
   libboost1.81-dev libboost-thread1.81-dev nlohmann-json3-dev libcli11-dev libstb-dev zlib1g-dev libtiff-dev
   googletest libbenchmark-dev libxml2-utils iproute2 util-linux zsh fish
   libaravis-dev libusb-1.0-0-dev libxml2-dev libglib2.0-dev aravis-tools-cli udev ffmpeg
+  chromium chromium-driver python3-selenium
 )
 windows_packages=(
   g++-mingw-w64-x86-64-posix libz-mingw-w64-dev wine64 nsis clang-tools-14 lld-14 python3-pefile
@@ -105,31 +106,37 @@ mirrors() {
   } | grep -E '^https?:' | awk '!seen[$0]++'
 }
 
-# fetch_from MIRROR FOLDER: Debian's sources of the libraries, without touching the system's package lists.
+# fetch_from MIRROR FOLDER PACKAGE...: Debian's sources of the packages, without touching the system's package lists.
 fetch_from() {
-  mkdir -p "$2/lists/partial" "$2/archives/partial"
-  echo "deb-src [signed-by=$keyring] $1 bookworm main" >"$2/sources.list"
-  cat >"$2/apt.conf" <<CONF
-Dir::Etc::SourceList "$2/sources.list";
+  local mirror=$1 folder=$2
+  shift 2
+  mkdir -p "$folder/lists/partial" "$folder/archives/partial"
+  echo "deb-src [signed-by=$keyring] $mirror bookworm main" >"$folder/sources.list"
+  cat >"$folder/apt.conf" <<CONF
+Dir::Etc::SourceList "$folder/sources.list";
 Dir::Etc::SourceParts "/dev/null";
-Dir::State::Lists "$2/lists";
-Dir::Cache "$2";
+Dir::State::Lists "$folder/lists";
+Dir::Cache "$folder";
 APT::Sandbox::User "root";
 APT::Update::Error-Mode "any";
 CONF
   (
-    cd "$2"
-    export APT_CONFIG=$2/apt.conf
-    apt-get -q update && apt-get -q source --download-only --tar-only "${source_packages[@]}"
+    cd "$folder"
+    export APT_CONFIG=$folder/apt.conf
+    apt-get -q update && apt-get -q source --download-only --tar-only "$@"
   )
 }
 
+# fetch_sources FOLDER PACKAGE...: from the first mirror that has them.
 fetch_sources() {
   local mirror
+  [ -r "$keyring" ] || die "$keyring is missing: install debian-archive-keyring"
+  say "fetching the sources of ${*:2}"
   while read -r mirror; do
-    fetch_from "$mirror" "$1" && return
+    try_often fetch_from "$mirror" "$@" >"$1.log" 2>&1 && return
   done < <(mirrors)
-  return 1
+  cat "$1.log" >&2
+  die "the sources of ${*:2} could not be fetched"
 }
 
 # unpack FOLDER PACKAGE PATTERN...: those files of a fetched source package, into the folder's subfolder of that name.
@@ -138,6 +145,19 @@ unpack() {
   shift 2
   mkdir -p "$work/$package"
   tar -xf "$work"/download/"$package"_*.orig.tar.?z* -C "$work/$package" --strip-components=1 --wildcards "$@"
+}
+
+# The package of the HTTP server's library holds it compiled, for Linux only; its source is one header.
+get_http_library() {
+  [ ! -e "$cache/httplib/httplib.h" ] || return 0
+  local work=$cache/httplib.partial
+  rm -rf "$work"
+  mkdir -p "$work"
+  fetch_sources "$work/download" cpp-httplib
+  unpack "$work" cpp-httplib '*/httplib.h' '*/LICENSE'
+  rm -rf "$cache/httplib"
+  mv -T "$work/cpp-httplib" "$cache/httplib"
+  rm -rf "$work"
 }
 
 # archive FOLDER NAME FLAG... -- SOURCE...: compiles sources into a static library of the folder's new prefix.
@@ -209,7 +229,6 @@ stamp() {
 
 make_windows_libraries() {
   [ "$(cat "$prefix/built-from" 2>/dev/null)" != "$(stamp)" ] || return 0
-  [ -r "$keyring" ] || die "$keyring is missing: install debian-archive-keyring"
   local work=$cache/windows.partial folder
   rm -rf "$work"
   mkdir -p "$work/download" "$work/objects" "$work/new/include" "$work/new/lib"
@@ -218,9 +237,7 @@ make_windows_libraries() {
     ln -s "/usr/include/$folder" "$work/new/include/$folder"
   done
 
-  say "fetching the sources of ${source_packages[*]}"
-  try_often fetch_sources "$work/download" >"$work/download.log" 2>&1 ||
-    { cat "$work/download.log" >&2; die "the sources of ${source_packages[*]} could not be fetched"; }
+  fetch_sources "$work/download" "${source_packages[@]}"
   say "building Boost.Thread for Windows"
   unpack "$work" boost1.81 '*/libs/thread/src/*' '*/libs/chrono/src/*'
   archive "$work" libboost_thread.a -DBOOST_THREAD_BUILD_LIB -- "${sources[@]/#/$work/boost1.81/}"
@@ -263,6 +280,7 @@ mkdir -p "$cache"
 exec 9>"$cache/setup.lock"
 flock 9
 install_packages
+get_http_library
 [ "$windows" ] || exit 0
 require_file /usr/lib/wine/wine64
 require_file "/usr/bin/$compiler"

@@ -8,6 +8,7 @@
 #include "commands/Measure.h"
 #include "commands/Registers.h"
 #include "commands/Run.h"
+#include "commands/View.h"
 #include "terminal/Console.h"
 #include "terminal/Names.h"
 
@@ -95,6 +96,7 @@ struct SCommandLine {
     SMeasureOptions measure;
     SEventOptions events;
     SCheckOptions check;
+    SViewOptions view;
     std::function<EExitCode()> run;
 };
 
@@ -368,6 +370,16 @@ void AddCheck(CLI::App& app, SCommandLine& line) {
         ->type_name("FILE");
 }
 
+void AddView(CLI::App& app, SCommandLine& line) {
+    CLI::App* view = AddCommand(app, line, "view", "Show cameras live in a browser",
+                                [](auto& l) { return View(l.cti, l.view); });
+    view->add_option("devices", line.view.names, "Cameras to open at once")->type_name("DEVICE");
+    view->add_option("--port", line.view.port, "Where to listen; any port that is free without it")
+        ->check(CLI::Range(1, 65535))
+        ->type_name("PORT");
+    view->add_flag("--no-browser", line.view.noBrowser, "Print the address only");
+}
+
 void Declare(CLI::App& app, SCommandLine& line) {
     app.set_version_flag("--version", "norveltl " NORVELTL_VERSION);
     // That there is one is seen to later, so that a misspelt command is named.
@@ -388,6 +400,7 @@ void Declare(CLI::App& app, SCommandLine& line) {
     AddMeasure(app, line);
     AddEvents(app, line);
     AddCheck(app, line);
+    AddView(app, line);
     app.footer("Exit codes: 0 done, 1 failed, 2 wrong usage, 3 nothing found.");
 }
 

@@ -26,6 +26,8 @@ public:
     void Execute(const char* command) const { m_features->Execute(command); }
     // Why there are no features at all; empty when there are.
     const std::string& Reason() const { return m_reason; }
+    // Nothing where there is a reason.
+    const std::optional<CFeatures>& Features() const { return m_features; }
     // Each "NAME=VALUE"; throws CToolError for what cannot be done.
     void Set(const std::vector<std::string>& assignments) const;
     // Both are for features that it has.

@@ -233,18 +233,38 @@ void CSystem::Search(SInterface& interface_) {
     try {
         CHandle handle =
             OpenHandle(p, p.IFClose, p.TLOpenInterface, m_system.Get(), interface_.id.c_str());
-        bool8_t changed = 0;
-        p.Call(p.IFUpdateDeviceList, handle.Get(), &changed, kSearchMilliseconds);
-        uint32_t count = 0;
-        p.Call(p.IFGetNumDevices, handle.Get(), &count);
-        for (uint32_t i = 0; i < count; ++i) {
-            interface_.devices.push_back(
-                Describe(p, handle.Get(), p.CallText(p.IFGetDeviceID, handle.Get(), i)));
-        }
+        ListDevices(interface_, handle.Get());
         interface_.handle.emplace(std::move(handle));
     } catch (const CToolError& error) {
         interface_.devices.clear();
         interface_.error = error.what();
+    }
+}
+
+void CSystem::ListDevices(SInterface& interface_, IF_HANDLE handle) {
+    const CProducer& p = *m_producer;
+    bool8_t changed = 0;
+    p.Call(p.IFUpdateDeviceList, handle, &changed, kSearchMilliseconds);
+    uint32_t count = 0;
+    p.Call(p.IFGetNumDevices, handle, &count);
+    interface_.devices.clear();
+    for (uint32_t i = 0; i < count; ++i) {
+        interface_.devices.push_back(Describe(p, handle, p.CallText(p.IFGetDeviceID, handle, i)));
+    }
+}
+
+void CSystem::SearchAgain() {
+    for (SInterface& interface_ : m_interfaces) {
+        if (!interface_.handle) {
+            continue;
+        }
+        try {
+            ListDevices(interface_, interface_.handle->Get());
+            interface_.error.clear();
+        } catch (const CToolError& error) {
+            interface_.devices.clear();
+            interface_.error = error.what();
+        }
     }
 }
 

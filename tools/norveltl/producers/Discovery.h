@@ -46,6 +46,8 @@ public:
     // Closes one of its interfaces and opens it anew, without a list of its cameras; updates that.
     void Reopen(const SInterface& interface_);
     void Update(const SInterface& interface_) const;
+    // Lists the cameras of all its interfaces anew.
+    void SearchAgain();
     // Tells what the system module says of itself, or the library when it does not.
     OptionalText Info(TL_INFO_CMD command) const;
     // By its vendor.
@@ -54,6 +56,7 @@ public:
 private:
     void SearchInterfaces();
     void Search(SInterface& interface_);
+    void ListDevices(SInterface& interface_, IF_HANDLE handle);
 
     std::unique_ptr<CProducer> m_producer;
     CHandle m_system;

@@ -1,0 +1,299 @@
+"""view: who is let in, what the page is told, and what it may do."""
+import os
+
+import pictures
+from harness import DONE, FAILED, NOTHING_FOUND, WRONG_USAGE, Setting
+from viewing import ViewTest
+
+CAM = "0:Cam"
+WIDTH, HEIGHT = 48, 20
+
+
+def world(**camera):
+    return {"interfaces": [{"cameras": [{"name": "Cam", "width": WIDTH, "height": HEIGHT, "frameRate": 100,
+                                         "testPattern": "GreyDiagonalRampMoving", **camera}]}]}
+
+
+class Door(ViewTest):
+    mostly_waits = True
+
+    def test_the_address_lets_in(self):
+        server = self.serve(world=world())
+        status, headers, _ = server.send("GET", f"/?token={server.token}", Cookie=None)
+        self.assertEqual((status, headers["Location"]), (303, "/"))
+        self.assertEqual(headers["Set-Cookie"], f"{server.cookie}; Path=/; HttpOnly; SameSite=Lax")
+        status, headers, page = server.send("GET", "/")
+        self.assertEqual((status, headers["Content-Type"]), (200, "text/html; charset=utf-8"))
+        self.assertIn(b"<title>norveltl view</title>", page)
+
+    def test_nobody_else_gets_in(self):
+        server = self.serve("Cam", world=world())
+        other = "0" * 32
+        closed = (403, b"Open the address that norveltl view has printed.\n")
+        foreign = (403, b"This server answers its own page only.\n")
+        for path, headers, expected in (
+                ("/", {"Cookie": None}, closed),
+                ("/?token=", {"Cookie": None}, closed),
+                (f"/?token={other}", {"Cookie": None}, closed),
+                (f"/?token={server.token[:-1]}", {"Cookie": None}, closed),
+                (f"/main.js?token={server.token}", {"Cookie": None}, closed),
+                ("/api/cameras", {"Cookie": None}, closed),
+                ("/api/cameras", {"Cookie": f"norveltl-{server.port}={other}"}, closed),
+                ("/api/cameras", {"Cookie": f"norveltl-{server.port + 1}={server.token}"}, closed),
+                ("/api/cameras", {"Cookie": f"x{server.cookie}"}, closed),
+                ("/api/cameras", {"Host": None}, foreign),
+                ("/api/cameras", {"Host": f"evil.example:{server.port}"}, foreign),
+                ("/api/cameras", {"Host": "127.0.0.1"}, foreign),
+                ("/api/cameras", {"Host": f"127.0.0.1:{server.port}.evil.example"}, foreign),
+                ("/api/cameras", {"Origin": "http://evil.example"}, foreign),
+                ("/api/cameras", {"Origin": f"https://127.0.0.1:{server.port}"}, foreign),
+                ("/api/cameras", {"Origin": f"http://127.0.0.1:{server.port + 1}"}, foreign),
+                ("/api/cameras", {"Origin": "null"}, foreign),
+                (f"/?token={server.token}", {"Cookie": None, "Host": "evil.example"}, foreign)):
+            with self.subTest(path=path, headers=headers):
+                status, answered, body = server.send("GET", path, **headers)
+                self.assertEqual((status, body), expected)
+                self.assertNotIn("Set-Cookie", answered)
+        for headers in ({}, {"Host": f"localhost:{server.port}"}, {"Host": f"[::1]:{server.port}"},
+                        {"Origin": f"http://localhost:{server.port}"}, {"Cookie": f"a=b; {server.cookie}; c=d"}):
+            with self.subTest(headers=headers):
+                self.assertEqual(server.send("GET", "/api/cameras", **headers)[0], 200)
+
+    def test_a_page_runs_nothing_foreign(self):
+        server = self.serve(world=world())
+        for path in ("/", "/main.js", "/style.css", "/api/cameras", "/nothing"):
+            with self.subTest(path=path):
+                headers = server.send("GET", path)[1]
+                policy = dict(rule.split(" ", 1) for rule in headers["Content-Security-Policy"].split("; "))
+                self.assertEqual(policy.pop("default-src"), "'none'")
+                self.assertEqual(set(policy.values()), {"'self'", "'none'"})
+                self.assertEqual(headers["X-Content-Type-Options"], "nosniff")
+                self.assertEqual(headers["Cache-Control"], "no-store")
+
+    def test_what_is_no_request(self):
+        server = self.serve("Cam", world=world())
+        typed = {"Content_Type": "application/json"}
+        for path, body, headers, expected in (
+                ("/api/open", b"{", typed, (400, b"the request is no JSON object\n")),
+                ("/api/open", b"[]", typed, (400, b"the request is no JSON object\n")),
+                ("/api/open", b'{"camera": "0:Cam"}', {}, (400, b"the request is no JSON object\n")),
+                ("/api/open", b"{}", typed, (400, b'the request has no text "camera"\n')),
+                ("/api/open", b'{"camera": 1}', typed, (400, b'the request has no text "camera"\n')),
+                ("/api/open", b'{"camera": "0:Nobody"}', typed, (409, b"the camera is not there\n")),
+                ("/api/start", b'{"camera": "1:Cam"}', typed, (410, b"the camera is not open\n"))):
+            with self.subTest(path=path, body=body):
+                status, _, answer = server.send("POST", path, body, **headers)
+                self.assertEqual((status, answer), expected)
+        self.assertEqual(server.send("POST", "/api/open", b" " * 70000, **typed)[0], 413)
+        self.assertEqual(server.send("GET", "/../norveltl")[0], 404)
+        self.assertEqual(server.send("GET", "/api/open")[0], 404)
+        self.assertEqual(server.ask("quality", camera="0:Other"), (410, "the camera is not open"))
+        for number in ("x", "-1", "1.5", "99999999999999999999999"):
+            self.assertEqual(server.picture(CAM, width=number), (400, "width is no whole number"))
+
+
+class Pictures(ViewTest):
+    mostly_waits = True
+
+    def painted(self, number, pattern="GreyDiagonalRampMoving", pixel_format="Mono8"):
+        return pictures.paint(pixel_format, pattern, WIDTH, HEIGHT, number)
+
+    def test_each_pixel(self):
+        server = self.serve("Cam", world=world())
+        number = 0
+        for _ in range(5):
+            facts, samples = server.picture(CAM, after=number)
+            self.assertGreater(facts["number"], number)
+            number = facts["number"]
+            self.assertEqual(facts, {"number": number, "pictureWidth": WIDTH, "pictureHeight": HEIGHT, "format": "Mono8",
+                                     "channels": 1, "bytes": 1, "bits": 8, "x": 0, "y": 0, "scale": 1, "width": WIDTH,
+                                     "height": HEIGHT})
+            painted = self.painted(pictures.stamp_number(samples))
+            self.assertEqual(samples[pictures.STAMP:], painted[pictures.STAMP:])
+
+    def test_a_region(self):
+        server = self.serve("Cam", world=world(testPattern="GreyHorizontalRamp"))
+        painted = self.painted(0, "GreyHorizontalRamp")
+        for wanted, (x, y, width, height) in (
+                ({"x": 5, "y": 3, "width": 7, "height": 4}, (5, 3, 7, 4)),
+                ({"x": 40, "y": 19, "width": 700, "height": 900}, (40, 19, 8, 1)),
+                ({"x": WIDTH, "y": 1, "width": 1, "height": 1}, (0, 0, WIDTH, HEIGHT)),
+                ({"x": 4, "y": 1, "width": 0, "height": 4}, (0, 0, WIDTH, HEIGHT))):
+            with self.subTest(wanted=wanted):
+                facts, samples = server.picture(CAM, **wanted)
+                self.assertEqual([facts[key] for key in ("x", "y", "width", "height", "scale")], [x, y, width, height, 1])
+                expected = b"".join(painted[line * WIDTH + x:line * WIDTH + x + width] for line in range(y, y + height))
+                skipped = pictures.STAMP if y == 0 else 0
+                self.assertEqual(samples[skipped:], expected[skipped:])
+
+    def test_what_is_scaled_down_is_the_mean(self):
+        server = self.serve("Cam", world=world(testPattern="GreyDiagonalRampMoving"))
+        facts, samples = server.picture(CAM, y=2, x=1, width=46, height=18, maxWidth=16, maxHeight=16)
+        self.assertEqual([facts[key] for key in ("x", "y", "width", "height", "scale")], [1, 2, 15, 6, 3])
+        means = set()
+        for number in range(pictures.PERIOD):
+            painted = self.painted(number)
+            means.add(bytes(
+                (sum(painted[(2 + 3 * y + j) * WIDTH + 1 + 3 * x + i] for j in range(3) for i in range(3)) + 4) // 9
+                for y in range(6) for x in range(15)))
+        self.assertIn(samples, means)
+
+    def test_more_than_eight_bits(self):
+        server = self.serve("Cam", world=world(pixelFormat="Mono16", testPattern="GreyHorizontalRamp"))
+        facts, samples = server.picture(CAM, y=4, x=0, width=WIDTH, height=1)
+        self.assertEqual((facts["bytes"], facts["bits"], facts["channels"]), (2, 16, 1))
+        raw = pictures.paint("Mono16", "GreyHorizontalRamp", WIDTH, HEIGHT, 0)[4 * WIDTH * 2:5 * WIDTH * 2]
+        values = [int.from_bytes(raw[i:i + 2], "little") for i in range(0, len(raw), 2)]
+        self.assertEqual([int.from_bytes(samples[i:i + 2], "big") for i in range(0, len(samples), 2)],
+                         values)
+
+    def test_colour(self):
+        server = self.serve("Cam", world=world(pixelFormat="RGB8", testPattern="ColorBar"))
+        facts, samples = server.picture(CAM, y=4, x=8, width=16, height=2)
+        self.assertEqual((facts["channels"], facts["width"], facts["height"]), (3, 16, 2))
+        parts = set()
+        for number in range(pictures.PERIOD):
+            painted = self.painted(number, "ColorBar", "RGB8")
+            parts.add(b"".join(painted[(line * WIDTH + 8) * 3:(line * WIDTH + 24) * 3] for line in (4, 5)))
+        self.assertIn(samples, parts)
+
+    def test_no_new_picture(self):
+        server = self.serve("Cam", world=world())
+        self.assertEqual(server.order("stop", camera=CAM), {})
+        newest = server.picture(CAM)
+        number = newest[0]["number"] if isinstance(newest[0], dict) else 0
+        self.assertEqual(server.picture(CAM, after=number), (204, ""))
+        self.assertFalse(server.ask("quality", camera=CAM)["acquires"])
+        self.assertEqual(server.order("start", camera=CAM), {})
+        facts, _ = server.picture(CAM, after=number)
+        self.assertGreater(facts["number"], number)
+
+
+class Cameras(ViewTest):
+    mostly_waits = True
+
+    def cameras(self, server):
+        return {camera["id"]: camera for producer in server.ask("cameras")["producers"]
+                for interface in producer["interfaces"]
+                for camera in interface["cameras"]}
+
+    def test_open_and_close(self):
+        server = self.serve()
+        cameras = self.cameras(server)
+        self.assertEqual(len(cameras), 3)
+        self.assertFalse(any(camera["isOpen"] for camera in cameras.values()))
+        keys = [camera["key"] for camera in cameras.values()]
+        for key in keys:
+            self.assertEqual(server.order("open", camera=key), {})
+        for key in keys:
+            self.assertEqual(server.picture(key)[0]["number"] > 0, True)
+        self.assertEqual({camera["access"] for camera in self.cameras(server).values()}, {"open here"})
+        self.assertEqual(server.order("close", camera=keys[0]), {})
+        self.assertEqual(server.picture(keys[0]), (410, "the camera is not open"))
+        self.assertEqual(sum(camera["isOpen"] for camera in self.cameras(server).values()), 2)
+        # Opening anew what is open is as good as opening it.
+        self.assertEqual(server.order("open", camera=keys[1]), {})
+        self.assertEqual(server.picture(keys[1])[0]["number"] > 0, True)
+
+    def test_quality(self):
+        server = self.serve("Cam", world=world())
+        quality = self.wait_for(lambda: (its := server.ask("quality", camera=CAM))["delivered"] > 150 and its)
+        self.assertEqual((quality["acquires"], quality["trouble"], quality["lost"], quality["incomplete"]),
+                         (True, "", 0, 0))
+        self.assertEqual(quality["bytes"], quality["delivered"] * WIDTH * HEIGHT)
+        self.assertAlmostEqual(quality["framesPerSecond"], 100, delta=25)
+        self.assertAlmostEqual(quality["bytesPerSecond"] / quality["framesPerSecond"], WIDTH * HEIGHT, delta=1)
+        self.assertLessEqual(len(quality["intervals"]), 300)
+        self.assertAlmostEqual(sorted(quality["intervals"])[len(quality["intervals"]) // 2], 10, delta=3)
+
+    def test_a_camera_that_comes_later(self):
+        server = self.serve(world={"interfaces": [{"cameras": [{"name": "Late", "discovery": [False, True]}]}]})
+        self.assertEqual(self.cameras(server), {})
+        server.order("search")
+        self.assertEqual(list(self.cameras(server)), ["Late"])
+
+    def test_the_plug_is_pulled(self):
+        server = self.serve("Cam", world=world(unplugAfterImages=20))
+        quality = self.wait_for(lambda: (its := server.ask("quality", camera=CAM))["trouble"] and its)
+        self.assertFalse(quality["acquires"])
+        self.assertIn('"Port is not available"', quality["trouble"])
+        self.assertGreaterEqual(quality["delivered"], 20)
+        # Its own stop cannot be told to a camera that is gone.
+        self.assertEqual(server.order("close", camera=CAM), {})
+        self.assertEqual(self.interrupt(server.process).code, FAILED)
+
+
+class Features(ViewTest):
+    mostly_waits = True
+
+    def feature(self, server, name):
+        return next(feature for feature in server.ask("features", camera=CAM) if feature["name"] == name)
+
+    def test_set_and_refuse(self):
+        server = self.serve("Cam", world=world())
+        exposure = self.feature(server, "ExposureTime")
+        self.assertEqual((exposure["kind"], exposure["access"]), ("Float", "RW"))
+        changed = server.order("set", camera=CAM, name="ExposureTime", value="1234")
+        self.assertEqual(changed["value"], 1234)
+        self.assertEqual(self.feature(server, "ExposureTime")["value"], 1234)
+        status, text = server.order("set", camera=CAM, name="ExposureTime", value="-7")
+        self.assertEqual(status, 409)
+        self.assertIn("ExposureTime", text)
+        self.assertEqual(self.feature(server, "ExposureTime")["value"], 1234)
+        status, text = server.order("set", camera=CAM, name="Widht", value="1")
+        self.assertEqual(status, 409)
+        self.assertIn("Widht", text)
+        server.order("stop", camera=CAM)
+        self.assertEqual(server.order("set", camera=CAM, name="Width", value="32")["value"], 32)
+        server.order("start", camera=CAM)
+        newer = self.wait_for(lambda: (its := server.picture(CAM, after=server.ask("quality", camera=CAM)["delivered"]))[0]
+                              != 204 and its)
+        self.assertEqual(newer[0]["pictureWidth"], 32)
+
+    def test_execute(self):
+        server = self.serve("Cam", world=world())
+        self.assertEqual(server.order("execute", camera=CAM, name="TriggerSoftware"), {})
+        status, text = server.order("execute", camera=CAM, name="Width")
+        self.assertEqual(status, 409)
+        self.assertIn("Width", text)
+
+    def test_texts_stay_texts(self):
+        server = self.serve("Cam", world=world())
+        text = "<img src=x>&\"'"
+        self.assertEqual(server.order("set", camera=CAM, name="DeviceUserID", value=text)["value"], text)
+
+
+class Starting(ViewTest):
+    def test_ends_by_an_interruption(self):
+        server = self.serve("Cam", world=world())
+        answer = self.interrupt(server.process)
+        self.assertEqual((answer.code, answer.out, answer.err), (DONE, "", ""))
+
+    def test_a_port(self):
+        first = self.serve(world=world())
+        self.refused(FAILED, f"norveltl: port {first.port} of 127.0.0.1 cannot be used: is it taken?\n",
+                     "view", "--no-browser", "--port", str(first.port), world=world())
+        self.interrupt(first.process)
+        again = self.serve("--port", str(first.port), world=world())
+        self.assertEqual(again.port, first.port)
+        self.assertNotEqual(again.token, first.token)
+
+    def test_wrong_usage(self):
+        self.assertEqual(self.run_tool("view", "nobody", "--no-browser").code, NOTHING_FOUND)
+        for port in ("0", "65536", "x"):
+            self.assertEqual(self.run_tool("view", "--port", port).code, WRONG_USAGE)
+
+    def test_a_browser_is_opened_by_a_file_that_others_cannot_read(self):
+        if Setting.is_windows:
+            return
+        browser = self.folder / "bin"
+        browser.mkdir()
+        script = browser / "xdg-open"
+        script.write_text(f'#!/bin/sh\nstat -c "%a" "$(dirname "$1")" >"{self.folder}/mode"\ncp "$1" "{self.folder}/page"\n')
+        script.chmod(0o755)
+        process = self.start("view", world=world(), variables={"PATH": f"{browser}:{os.environ['PATH']}"})
+        url = process.stdout.readline().decode().strip()
+        page = self.wait_for(lambda: (self.folder / "page").exists() and (self.folder / "page").read_text())
+        self.assertIn(f'content="0; url={url}"', page)
+        self.assertEqual((self.folder / "mode").read_text(), "700\n")
+        self.assertEqual(self.interrupt(process).code, DONE)

@@ -1,0 +1,299 @@
+#!/usr/bin/env python3
+"""Looks at the page of norveltl view as its users do, in a browser: page_tests.py PROGRAM [CASE...]
+
+Where GTEST_OUTPUT names a folder ("xml:FOLDER/"), a report for scripts/summarise.py goes there.
+"""
+import pathlib
+import sys
+import time
+import unittest
+
+from selenium import webdriver
+from selenium.common.exceptions import NoSuchElementException, StaleElementReferenceException
+from selenium.webdriver.common.action_chains import ActionChains
+from selenium.webdriver.common.by import By
+from selenium.webdriver.common.keys import Keys
+
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tool"))
+import harness  # noqa: E402
+import runner  # noqa: E402
+from viewing import ViewTest  # noqa: E402
+
+CAM = "0:Cam"
+WIDTH, HEIGHT = 320, 240
+
+
+def camera(name="Cam", **more):
+    return {"name": name, "width": WIDTH, "height": HEIGHT, "frameRate": 50, "testPattern": "GreyHorizontalRamp", **more}
+
+
+def world(*cameras):
+    return {"interfaces": [{"cameras": list(cameras)}]}
+
+
+def start_browser():
+    options = webdriver.ChromeOptions()
+    for argument in ("--headless=new", "--no-sandbox", "--disable-dev-shm-usage", "--window-size=1500,1000"):
+        options.add_argument(argument)
+    options.set_capability("goog:loggingPrefs", {"browser": "ALL"})
+    return webdriver.Chrome(options=options)
+
+
+class PageTest(ViewTest):
+    @classmethod
+    def setUpClass(cls):
+        cls.browser = start_browser()
+
+    @classmethod
+    def tearDownClass(cls):
+        cls.browser.quit()
+
+    def setUp(self):
+        super().setUp()
+        self.browser.switch_to.new_window("tab")
+        self.tab = self.browser.current_window_handle
+
+    def tearDown(self):
+        for handle in self.browser.window_handles[1:]:
+            self.browser.switch_to.window(handle)
+            self.browser.close()
+        self.browser.switch_to.window(self.browser.window_handles[0])
+
+    def open(self, *names, **options):
+        self.server = self.serve(*names, **options)
+        self.browser.get(self.server.url)
+        return self.server
+
+    def wait_for(self, what, seconds=20):
+        """What is not on the page yet, or not any more, is waited for too."""
+        def look():
+            try:
+                return what()
+            except (NoSuchElementException, StaleElementReferenceException):
+                return None
+        return super().wait_for(look, seconds)
+
+    def find(self, selector):
+        return self.browser.find_element(By.CSS_SELECTOR, selector)
+
+    def text(self, selector):
+        return self.find(selector).text
+
+    def wait_for_text(self, selector, part):
+        return self.wait_for(lambda: part in (text := self.text(selector)) and text)
+
+    def image_number(self):
+        """Of the picture that is seen."""
+        about = self.wait_for_text("figcaption", "image ")
+        return int(about.rsplit("image ", 1)[1].replace(",", ""))
+
+    def pixel(self, x, y):
+        """Red, green, blue of the picture's canvas, in its own pixels from the top left."""
+        return self.browser.execute_script(
+            "const canvas = document.querySelector('canvas.picture');"
+            "return [...canvas.getContext('2d').getImageData(arguments[0], arguments[1], 1, 1).data].slice(0, 3)", x, y)
+
+    def stage(self):
+        size = self.find("canvas.picture").size
+        return size["width"], size["height"]
+
+    def row(self, feature):
+        return self.wait_for(lambda: next(iter(self.browser.find_elements(
+            By.CSS_SELECTOR, f".feature[data-name={feature}]")), None))
+
+    def enter(self, feature, value):
+        def type_it():
+            editor = self.row(feature).find_element(By.CSS_SELECTOR, "input")
+            editor.send_keys(Keys.CONTROL, "a")
+            editor.send_keys(value, Keys.ENTER)
+            return True
+        self.wait_for(type_it)
+
+    def server_value(self, name):
+        return next(feature["value"] for feature in self.server.ask("features", camera=CAM) if feature["name"] == name)
+
+    def editor_value(self, feature):
+        return self.browser.execute_script(
+            "return document.querySelector(`.feature[data-name=${arguments[0]}] input`)?.value", feature)
+
+
+class Pictures(PageTest):
+    def test_pixels_are_those_of_the_camera(self):
+        self.open("Cam", world=world(camera()))
+        self.image_number()
+        canvas = self.find("canvas.picture")
+        canvas.send_keys("1")
+        width, height = self.stage()
+        left, top = (width - WIDTH) / 2, (height - HEIGHT) / 2
+
+        def sees_ramp():
+            return all(self.pixel(int(left + x + 0.5), int(top + y + 0.5)) == [x % 256] * 3
+                       for x in range(0, WIDTH, 7) for y in (5, HEIGHT // 2, HEIGHT - 3))
+        self.wait_for(sees_ramp)
+        self.assertEqual(self.pixel(int(left) - 3, int(top) + 10), [0, 0, 0])
+
+    def test_the_value_under_the_pointer(self):
+        self.open("Cam", world=world(camera()))
+        self.image_number()
+        canvas = self.find("canvas.picture")
+        canvas.send_keys("1")
+        for dx, dy in ((-100, 0), (37, 50), (120, -80)):
+            ActionChains(self.browser).move_to_element_with_offset(canvas, dx, dy).perform()
+            text = self.wait_for_text(".status output", "value")
+            x, y, value = [int(word) for word in text.replace("\n", " ").split() if word.isdigit()]
+            self.assertLessEqual(abs(x - (WIDTH // 2 + dx)), 1)
+            self.assertLessEqual(abs(y - (HEIGHT // 2 + dy)), 1)
+            self.assertEqual(value, x % 256)
+
+    def test_zoom_until_pixels_are_squares(self):
+        self.open("Cam", world=world(camera()))
+        self.image_number()
+        canvas = self.find("canvas.picture")
+        canvas.send_keys("1", *"+" * 12)
+        zoom = 1.25 ** 12
+        width, height = self.stage()
+        # The middle of the picture stays in the middle.
+        self.wait_for(lambda: all(
+            self.pixel(int(width / 2 + (x + 0.5) * zoom), height // 2) == [(WIDTH // 2 + x) % 256] * 3 for x in (-9, 0, 11)))
+        canvas.send_keys("0")
+        self.wait_for(lambda: self.pixel(4, height // 2)[0] <= 4 and self.pixel(width // 2, height // 2)[0] in range(155, 166))
+
+    def test_a_mark_for_what_is_overexposed(self):
+        self.open("Cam", world=world(camera(testPattern="White")))
+        self.image_number()
+        width, height = self.stage()
+        self.wait_for(lambda: self.pixel(width // 2, height // 2) == [255, 255, 255])
+        self.browser.find_element(By.XPATH, "//button[text()='Mark limits']").click()
+        self.wait_for(lambda: self.pixel(width // 2, height // 2) == [255, 32, 32])
+
+    def test_freeze(self):
+        self.open("Cam", world=world(camera()))
+        first = self.image_number()
+        self.wait_for(lambda: self.image_number() > first)
+        self.find("canvas.picture").send_keys(" ")
+        time.sleep(0.5)
+        frozen = self.image_number()
+        time.sleep(0.5)
+        self.assertEqual(self.image_number(), frozen)
+        self.assertGreater(self.server.ask("quality", camera=CAM)["delivered"], frozen)
+        self.find("canvas.picture").send_keys(" ")
+        self.wait_for(lambda: self.image_number() > frozen)
+
+    def test_no_image_is_lost_to_two_pages_and_a_reload(self):
+        self.open("Cam", world=world(camera()))
+        self.image_number()
+        self.browser.switch_to.new_window("tab")
+        self.browser.get(self.server.url)
+        seen = self.image_number()
+        self.browser.refresh()
+        self.assertGreater(self.image_number(), seen)
+        self.browser.switch_to.window(self.tab)
+        seen = self.image_number()
+        self.wait_for(lambda: self.image_number() > seen)
+        quality = self.server.ask("quality", camera=CAM)
+        self.assertEqual((quality["lost"], quality["acquires"]), (0, True))
+
+
+class Cameras(PageTest):
+    def button(self, camera_id):
+        return self.wait_for(lambda: next((button for button in self.browser.find_elements(By.CSS_SELECTOR, ".camera button")
+                                           if button.accessible_name.endswith(camera_id)), None))
+
+    def test_open_side_by_side_and_close(self):
+        self.open(world=world(camera("One"), camera("Two")))
+        self.wait_for_text("main", "Open a camera on the left.")
+        for name in ("One", "Two"):
+            self.button(name).click()
+            self.wait_for(lambda: f"Close {name}" in self.button(name).accessible_name)
+        self.wait_for(lambda: len(self.browser.find_elements(By.CSS_SELECTOR, "figure")) == 2)
+        self.button("One").click()
+        self.wait_for(lambda: [figure.text.split("\n")[0].split(" ")[0] for figure in
+                               self.browser.find_elements(By.CSS_SELECTOR, "figure")] == ["Two"])
+
+    def test_a_camera_that_cannot_be_opened(self):
+        self.open(world={**world(camera()), "faults": [{"operation": "InterfaceOpenDevice", "result": -1005}]})
+        self.button("Cam").click()
+        self.wait_for_text("#trouble", "IFOpenDevice failed")
+        self.wait_for(lambda: "Open Cam" in self.button("Cam").accessible_name and self.button("Cam").is_enabled())
+
+    def test_a_page_whose_server_ends_says_so(self):
+        self.open("Cam", world=world(camera()))
+        self.image_number()
+        self.interrupt(self.server.process)
+        self.wait_for_text("#trouble", "The server does not answer")
+
+    def test_a_pulled_plug(self):
+        self.open("Cam", world=world(camera(unplugAfterImages=100)))
+        self.wait_for_text(".cover", "No more images")
+        self.wait_for_text("#figures", "Port is not available")
+        # It goes on looking for the camera, and stays.
+        time.sleep(3)
+        self.assertIn("No more images", self.text(".cover"))
+
+
+class Features(PageTest):
+    def test_set_and_refuse(self):
+        self.open("Cam", world=world(camera()))
+        self.enter("ExposureTime", "2500")
+        self.wait_for(lambda: self.server_value("ExposureTime") == 2500 and self.editor_value("ExposureTime") == "2500")
+        self.enter("ExposureTime", "-5")
+        self.wait_for(lambda: "ExposureTime" in self.row("ExposureTime").text and
+                      self.row("ExposureTime").find_elements(By.CSS_SELECTOR, ".error"))
+        self.assertEqual((self.editor_value("ExposureTime"), self.server_value("ExposureTime")), ("2500", 2500))
+
+    def test_find(self):
+        self.open("Cam", world=world(camera()))
+        self.row("Width")
+        self.find("#filter").send_keys("expos")
+        names = [row.get_attribute("data-name") for row in self.browser.find_elements(By.CSS_SELECTOR, ".feature")
+                 if row.is_displayed()]
+        self.assertIn("ExposureTime", names)
+        self.assertTrue(all("expos" in name.lower() for name in names), names)
+
+    def test_texts_of_a_camera_are_no_markup(self):
+        markup = "<b id=evil>x"
+        self.open(world=world(camera(name="<i id=evil>Cam")))
+        self.server.order("open", camera="0:<i id=evil>Cam")
+        self.server.order("set", camera="0:<i id=evil>Cam", name="DeviceUserID", value=markup)
+        self.browser.refresh()
+        self.wait_for(lambda: self.editor_value("DeviceUserID") == markup)
+        self.wait_for_text("figcaption", "<i id=evil>Cam")
+        self.assertEqual(self.browser.find_elements(By.ID, "evil"), [])
+
+
+class Page(PageTest):
+    def test_it_complains_of_nothing(self):
+        self.open("Cam", world=world(camera()))
+        self.image_number()
+        self.row("Width")
+        self.assertEqual([entry["message"] for entry in self.browser.get_log("browser")], [])
+
+    def test_it_fits_every_width(self):
+        self.open("Cam", world=world(camera()))
+        self.image_number()
+        for width in (1000, 1600, 4000):
+            self.browser.set_window_size(width, 1000)
+            self.addCleanup(self.browser.set_window_size, 1500, 1000)
+            with self.subTest(width=width):
+                wide, high = self.browser.execute_script(
+                    "return [document.documentElement.scrollWidth - innerWidth, document.documentElement.scrollHeight - innerHeight]")
+                self.assertLessEqual(max(wide, high), 0)
+                self.assertGreater(self.stage()[0], 300)
+
+    def test_every_control_has_a_name(self):
+        self.open("Cam", world=world(camera()))
+        self.row("Width")
+        self.image_number()
+        for control in self.browser.find_elements(By.CSS_SELECTOR, "button, input, select, canvas.picture"):
+            self.assertTrue(control.accessible_name, control.get_attribute("outerHTML"))
+
+
+def main():
+    harness.setup(sys.argv[1], ".", None, False)
+    loader = unittest.TestLoader()
+    loader.testNamePatterns = [f"*{case}*" for case in sys.argv[2:]] or None
+    return runner.run(loader.loadTestsFromModule(sys.modules[__name__]), __file__)
+
+
+if __name__ == "__main__":
+    sys.exit(main())

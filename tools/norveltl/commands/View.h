@@ -1,0 +1,20 @@
+// The command that shows cameras in a browser.
+#pragma once
+
+#include "terminal/Error.h"
+
+#include <string>
+#include <vector>
+
+namespace norveltl {
+
+struct SViewOptions {
+    std::vector<std::string> names; // cameras that are opened at once
+    int port = 0;                   // any
+    bool noBrowser = false;
+};
+
+// Serves until the user interrupts.
+EExitCode View(const std::string& cti, const SViewOptions& options);
+
+} // namespace norveltl

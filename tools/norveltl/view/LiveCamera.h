@@ -1,0 +1,116 @@
+// One open camera that delivers images to whoever looks: its newest picture, its features, and the
+// quality of its stream.
+#pragma once
+
+#include "files/Image.h"
+#include "grabbing/Acquisition.h"
+#include "grabbing/Stream.h"
+
+#include <atomic>
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <vector>
+
+namespace norveltl {
+
+// An image as it came, and the picture that it becomes when somebody asks.
+class CFrame {
+public:
+    CFrame(uint64_t number, SImageFormat format, std::span<const uint8_t> bytes)
+        : m_number(number), m_format(std::move(format)), m_bytes(bytes.begin(), bytes.end()) {}
+
+    // Counted from 1 by the images that the camera delivered since it was opened.
+    uint64_t Number() const { return m_number; }
+    const SImageFormat& Format() const { return m_format; }
+    // Converted once, by whoever asks first; nothing when the format cannot be shown. Throws
+    // CToolError for an image that is too small for its format.
+    const SPicture* Picture() const;
+
+private:
+    const uint64_t m_number;
+    const SImageFormat m_format;
+    const std::vector<uint8_t> m_bytes;
+    mutable std::once_flag m_converted;
+    mutable std::optional<SPicture> m_picture;
+};
+
+struct SQuality {
+    bool acquires = false;
+    // Why the images ended by themselves; empty when they did not.
+    std::string trouble;
+    uint64_t numDelivered = 0, numIncomplete = 0, numBytes = 0;
+    std::optional<uint64_t> numLost, numAwaiting;
+    // Over about the last second.
+    double framesPerSecond = 0, bytesPerSecond = 0;
+    // Milliseconds between the newest images, the oldest first.
+    std::vector<double> intervals;
+};
+
+// Any thread may call. The acquisition waits for nobody: it copies an image only when somebody has
+// asked for one since the last that it copied.
+class CLiveCamera {
+public:
+    // Opens the camera and starts its images. The producer must outlive this object.
+    explicit CLiveCamera(const SChoice& choice);
+    ~CLiveCamera();
+    CLiveCamera(const CLiveCamera&) = delete;
+    CLiveCamera& operator=(const CLiveCamera&) = delete;
+
+    const std::string& Id() const { return m_id; }
+
+    // Both do nothing when it is so already. Start throws CToolError.
+    void Start();
+    void Stop();
+
+    // The newest frame after that number, or null when none came within the time.
+    std::shared_ptr<const CFrame> WaitForFrame(uint64_t after, std::chrono::milliseconds time);
+    SQuality Quality();
+
+    // All throw CToolError with what the camera or its description says against it.
+    std::vector<SFeature> Features();
+    SFeature Feature(const std::string& name);
+    void Set(const std::string& name, const std::string& value);
+    void Execute(const std::string& name);
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    // What lives from a start to the stop.
+    struct SRun {
+        SRun(const CProducer& producer, DEV_HANDLE device, const CCameraFacts& camera);
+        CStream stream;
+        SImageFormat format;
+        std::optional<CAcquisition> acquisition;
+        std::atomic<bool> isOver{false};
+        std::thread thread;
+    };
+
+    void TakeImages(SRun& run);
+    void Take(SRun& run, BUFFER_HANDLE buffer);
+    void Account(SRun& run, size_t numBytes);
+    const CFeatures& TheFeatures() const;
+
+    const std::string m_id;
+    const CProducer& m_producer;
+    const CHandle m_device;
+    const CCameraFacts m_camera;
+    // Start, stop, and all that goes through the camera's port, one at a time.
+    std::mutex m_control;
+    std::unique_ptr<SRun> m_run;
+
+    std::mutex m_lock; // guards all that follows
+    std::condition_variable m_arrival;
+    std::shared_ptr<const CFrame> m_newest;
+    bool m_isWanted = false;
+    SQuality m_quality;
+    std::deque<std::pair<Clock::time_point, uint64_t>> m_recent; // arrivals and their bytes
+};
+
+} // namespace norveltl

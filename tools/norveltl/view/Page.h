@@ -1,0 +1,25 @@
+// The files of the page, which the build puts into the program.
+#pragma once
+
+#include <cstddef>
+
+namespace norveltl {
+
+extern const unsigned char kPageHtml[];
+extern const std::size_t kPageHtmlSize;
+extern const unsigned char kPageStyle[];
+extern const std::size_t kPageStyleSize;
+extern const unsigned char kPageIcon[];
+extern const std::size_t kPageIconSize;
+extern const unsigned char kPageMain[];
+extern const std::size_t kPageMainSize;
+extern const unsigned char kPageTalk[];
+extern const std::size_t kPageTalkSize;
+extern const unsigned char kPagePicture[];
+extern const std::size_t kPagePictureSize;
+extern const unsigned char kPageFeatures[];
+extern const std::size_t kPageFeaturesSize;
+extern const unsigned char kPageQuality[];
+extern const std::size_t kPageQualitySize;
+
+} // namespace norveltl
