@@ -13,9 +13,10 @@ import subprocess
 import sys
 import uuid
 
+ROOT = pathlib.Path(__file__).resolve().parent.parent
 MAKER = "Organization: The NorvelTL authors"
 
-# Name, the Debian package whose version counts, licence, where it comes from, what it is to the products.
+# Name, the Debian package whose version counts or the file that tells it, licence, where it comes from, what it is to the products.
 CONTAINED = [
     ("Boost", "libboost1.81-dev", "BSL-1.0", "https://www.boost.org", "STATIC_LINK"),
     ("GCC-runtime", "g++-mingw-w64-x86-64-posix", "GPL-3.0-or-later WITH GCC-exception-3.1", "https://gcc.gnu.org",
@@ -25,6 +26,7 @@ CONTAINED = [
     ("CLI11", "libcli11-dev", "BSD-3-Clause", "https://github.com/CLIUtils/CLI11", "STATIC_LINK"),
     ("stb", "libstb-dev", "MIT OR LicenseRef-public-domain", "https://github.com/nothings/stb", "STATIC_LINK"),
     ("libtiff", "libtiff-dev", "libtiff", "https://gitlab.com/libtiff/libtiff", "STATIC_LINK"),
+    ("cpp-httplib", ".cache/httplib/version", "MIT", "https://github.com/yhirose/cpp-httplib", "STATIC_LINK"),
     ("zlib", "libz-mingw-w64-dev", "Zlib", "https://zlib.net", "STATIC_LINK"),
     ("Aravis", "libaravis-dev", "LGPL-2.1-or-later", "https://github.com/AravisProject/aravis", "DYNAMIC_LINK"),
     ("GLib", "libglib2.0-dev", "LGPL-2.1-or-later", "https://gitlab.gnome.org/GNOME/glib", "DYNAMIC_LINK"),
@@ -33,6 +35,8 @@ CONTAINED = [
 
 
 def version_of(package):
+    if package.startswith(".cache/"):
+        return (ROOT / package).read_text().strip()
     query = ["dpkg-query", "-W", "-f", "${Version}", package]
     return subprocess.run(query, check=True, capture_output=True, text=True).stdout
 

@@ -72,7 +72,7 @@ class BillOfMaterials(CommandTest):
         bill = self.bill("one.zip", "two_amd64.deb")
         names = [package["name"] for package in bill["packages"]]
         self.assertEqual(names, ["NorvelTL", "Boost", "GCC-runtime", "mingw-w64", "nlohmann-json", "CLI11", "stb",
-                                 "libtiff", "zlib", "Aravis", "GLib", "NSIS"])
+                                 "libtiff", "cpp-httplib", "zlib", "Aravis", "GLib", "NSIS"])
         for package in bill["packages"]:
             for field in ("name", "versionInfo", "downloadLocation", "licenseConcluded", "licenseDeclared",
                           "copyrightText"):
