@@ -26,7 +26,7 @@ CONTAINED = [
     ("CLI11", "libcli11-dev", "BSD-3-Clause", "https://github.com/CLIUtils/CLI11", "STATIC_LINK"),
     ("stb", "libstb-dev", "MIT OR LicenseRef-public-domain", "https://github.com/nothings/stb", "STATIC_LINK"),
     ("libtiff", "libtiff-dev", "libtiff", "https://gitlab.com/libtiff/libtiff", "STATIC_LINK"),
-    ("cpp-httplib", ".cache/httplib/version", "MIT", "https://github.com/yhirose/cpp-httplib", "STATIC_LINK"),
+    ("cpp-httplib", ".cache/httplib/release.txt", "MIT", "https://github.com/yhirose/cpp-httplib", "STATIC_LINK"),
     ("zlib", "libz-mingw-w64-dev", "Zlib", "https://zlib.net", "STATIC_LINK"),
     ("Aravis", "libaravis-dev", "LGPL-2.1-or-later", "https://github.com/AravisProject/aravis", "DYNAMIC_LINK"),
     ("GLib", "libglib2.0-dev", "LGPL-2.1-or-later", "https://gitlab.gnome.org/GNOME/glib", "DYNAMIC_LINK"),

@@ -149,13 +149,13 @@ unpack() {
 
 # The package of the HTTP server's library holds it compiled, for Linux only; its source is one header.
 get_http_library() {
-  [ ! -e "$cache/httplib/version" ] || return 0
+  [ ! -e "$cache/httplib/release.txt" ] || return 0
   local work=$cache/httplib.partial
   rm -rf "$work"
   mkdir -p "$work"
   fetch_sources "$work/download" cpp-httplib
   unpack "$work" cpp-httplib '*/httplib.h' '*/LICENSE'
-  basename "$work"/download/cpp-httplib_*.orig.tar.* | sed 's/.*_//; s/\.orig.*//' >"$work/cpp-httplib/version"
+  basename "$work"/download/cpp-httplib_*.orig.tar.* | sed 's/.*_//; s/\.orig.*//' >"$work/cpp-httplib/release.txt"
   rm -rf "$cache/httplib"
   mv -T "$work/cpp-httplib" "$cache/httplib"
   rm -rf "$work"

@@ -84,7 +84,7 @@ function showCameras({producers, gone}) {
   const cameras = [];
   const rows = [];
   for (const producer of producers) {
-    rows.push(make("p", {className: "producer"}, producer.path));
+    rows.push(make("p", {className: "producer", title: producer.path}, producer.path.split(/[\\/]/).pop()));
     for (const its of producer.interfaces) {
       rows.push(make("p", {className: "interface"}, its.name));
       if (its.error) {

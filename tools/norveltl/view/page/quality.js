@@ -36,7 +36,7 @@ export function plotIntervals(canvas, intervals) {
   const ratio = fitCanvas(canvas);
   const style = getComputedStyle(canvas);
   const context = canvas.getContext("2d");
-  const left = 44 * ratio, bottom = 16 * ratio, top = 12 * ratio;
+  const left = 58 * ratio, bottom = 16 * ratio, top = 12 * ratio;
   const width = canvas.width - left - 4 * ratio, height = canvas.height - bottom - top;
   context.clearRect(0, 0, canvas.width, canvas.height);
   context.font = `${11 * ratio}px system-ui, sans-serif`;

@@ -1,0 +1,41 @@
+#!/usr/bin/env python3
+"""Takes the pictures of the page that the documents show: screenshots.py PROGRAM"""
+import json
+import os
+import pathlib
+import subprocess
+import sys
+import tempfile
+import time
+
+import page_tests
+
+IMAGES = pathlib.Path(__file__).resolve().parent.parent.parent / "docs/images"
+WORLD = {"interfaces": [{"name": "eth0", "cameras": [
+    {"name": "Left", "width": 640, "height": 480, "frameRate": 30},
+    {"name": "Right", "width": 640, "height": 480, "frameRate": 20, "pixelFormat": "BayerRG8", "testPattern": "ColorBar"},
+    {"name": "Spare"}]}]}
+
+
+def main():
+    with tempfile.TemporaryDirectory() as folder:
+        world = pathlib.Path(folder) / "world.json"
+        world.write_text(json.dumps(WORLD))
+        command = [sys.argv[1], "view", "Left", "Right", "--no-browser"]
+        with subprocess.Popen(command, stdout=subprocess.PIPE, text=True,
+                              env={**os.environ, "OPTIVO_SIM_CONFIG": str(world)}) as server:
+            browser = page_tests.start_browser()
+            try:
+                browser.set_window_size(1360, 900)
+                browser.get(server.stdout.readline().strip())
+                # Long enough for the plot of the intervals to fill.
+                time.sleep(6)
+                browser.execute_script("document.querySelector('.feature[data-name=ExposureTime]').scrollIntoView()")
+                browser.save_screenshot(str(IMAGES / "view.png"))
+            finally:
+                browser.quit()
+                server.terminate()
+
+
+if __name__ == "__main__":
+    main()
