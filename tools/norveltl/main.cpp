@@ -373,7 +373,7 @@ void AddCheck(CLI::App& app, SCommandLine& line) {
 void AddView(CLI::App& app, SCommandLine& line) {
     CLI::App* view = AddCommand(app, line, "view", "Show cameras live in a browser",
                                 [](auto& l) { return View(l.cti, l.view); });
-    view->add_option("devices", line.view.names, "Cameras to open at once")->type_name("DEVICE");
+    AddDevice(view, line.view.names);
     view->add_option("--port", line.view.port, "Where to listen; any port that is free without it")
         ->check(CLI::Range(1, 65535))
         ->type_name("PORT");
