@@ -20,8 +20,6 @@ class CCameraFacts {
 public:
     CCameraFacts(const CProducer& producer, DEV_HANDLE device);
 
-    // Nothing where there is a reason.
-    const std::optional<CFeatures>& Features() const { return m_features; }
     bool Has(const char* feature) const { return m_features && m_features->Has(feature); }
     void Execute(const char* command) const { m_features->Execute(command); }
     // Why there are no features at all; empty when there are.
