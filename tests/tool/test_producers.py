@@ -147,7 +147,7 @@ class Usage(ToolTest):
                                  (("grab", "--timeout", "0"), "--timeout: 0 is no number above 0"),
                                  (("events", "-t", "-1"), "--time: -1 is no number above 0"),
                                  (("grab", "--buffers", "0"), "--buffers: Value 0 not in range 1 to 10000"),
-                                 (("grab", "--format", "bmp"), "--format: bmp not in {png,pgm,raw}")):
+                                 (("grab", "--format", "bmp"), "--format: bmp not in {png,pgm,tiff,raw}")):
             with self.subTest(arguments=arguments):
                 known = [word for word in arguments if word in ("list", "xml", "read", "get", "grab", "events")]
                 help_ = " ".join(["norveltl", *known, "--help"])
