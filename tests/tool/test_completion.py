@@ -86,13 +86,13 @@ class Completing(HelpTest):
         self.assertIn("complete -o default ", (SCRIPTS / "norveltl.bash").read_text())
 
     def test_zsh(self):
-        self.assertEqual(self.zsh("gra"), {"grab:Take images from a camera"})
+        self.assertEqual(self.zsh("gra"), {"grab:Take images from a camera, or from several"})
         self.assertEqual(self.zsh("get", "le"), {f"Left:{LEFT}"})
         self.assertEqual(self.zsh("grab", "--format", "pn"), {"png:"})
         self.assertEqual(self.zsh("xml", "-o", ""), {"files"})
 
     def test_fish(self):
-        self.assertEqual(self.fish("norveltl gra"), {"grab\tTake images from a camera"})
+        self.assertEqual(self.fish("norveltl gra"), {"grab\tTake images from a camera, or from several"})
         self.assertEqual(self.fish("norveltl get le"), {f"Left\t{LEFT}"})
 
     def test_powershell_asks_the_same(self):

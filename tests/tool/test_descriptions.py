@@ -130,7 +130,7 @@ class Standard(Stored):
         out = self.folder / "images"
         answer = self.from_url(url, "grab", "10001", "-n", "1", "-o", native(out), by=native(self.standard), run=self.run_tool)
         self.assertIn("1 of 1", answer.out, answer.err)
-        return sorted(path.suffix for path in out.iterdir())
+        return sorted(path.suffix for path in out.glob("image_*"))
 
     def test_zipped(self):
         self.assertEqual(self.images(self.url_of(zipped(self.xml))), [".png"])

@@ -43,7 +43,7 @@ class OneWay(ToolTest):
             self.assertEqual(self.done(*words, "-t", "0.1").out, f"camera      {LEFT}\nevents      0\n")
 
     def test_named_twice(self):
-        self.assertEqual(self.run_tool("grab", "Left", "-d", "Right", "-n", "1").code, WRONG_USAGE)
+        self.assertEqual(self.run_tool("events", "Left", "-d", "Right", "-t", "0.1").code, WRONG_USAGE)
         self.refused(WRONG_USAGE, 'norveltl: "port:Left" and --device do not go together\n',
                      "xml", "port:Left", "-d", "Right")
         self.refused(WRONG_USAGE, 'norveltl: "system" and --device do not go together\n', "info", "system", "-d", "Left")

@@ -76,9 +76,9 @@ std::optional<double> CCameraFacts::FrameRate() const {
     return std::nullopt;
 }
 
-std::vector<SSetting> CCameraFacts::Settings() const {
+std::vector<SReadValue> CCameraFacts::Settings() const {
     constexpr size_t kMaxSettings = 5000, kMaxLength = 1000;
-    std::vector<SSetting> settings;
+    std::vector<SReadValue> settings;
     if (!m_features) {
         return settings;
     }

@@ -11,7 +11,7 @@
 
 namespace norveltl {
 
-struct SSetting {
+struct SReadValue {
     std::string name, value;
 };
 
@@ -40,7 +40,7 @@ public:
     // How many images a second it says that it takes.
     std::optional<double> FrameRate() const;
     // Every feature that can be read now, but for those beyond a bound that no camera needs.
-    std::vector<SSetting> Settings() const;
+    std::vector<SReadValue> Settings() const;
 
 private:
     uint32_t Extent(const char* feature) const;

@@ -52,7 +52,7 @@ public:
     const CAviSink* Video() const { return m_video.get(); }
     // Of images that are written: what the camera said of them, and its settings.
     const SImageFormat& CameraFormat() const { return m_cameraFormat; }
-    const std::vector<SSetting>& Settings() const { return m_settings; }
+    const std::vector<SReadValue>& Settings() const { return m_settings; }
     // Nothing unless they were wanted.
     const std::optional<CStatistics>& Statistics() const { return m_statistics; }
 
@@ -70,7 +70,7 @@ private:
     const SGrabOptions& m_options;
     const std::optional<uint64_t> m_count; // nothing: as long as the time lasts
     SImageFormat m_cameraFormat;
-    std::vector<SSetting> m_settings;
+    std::vector<SReadValue> m_settings;
     std::shared_ptr<CImageFolder> m_folder;
     std::shared_ptr<CPipeSink> m_pipe;
     std::shared_ptr<CAviSink> m_video;

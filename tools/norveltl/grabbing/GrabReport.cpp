@@ -66,9 +66,9 @@ Json ToJson(const SImageRecord& record, const SImageFormat& usual) {
     return json;
 }
 
-Json SettingsJson(const std::vector<SSetting>& settings) {
+Json SettingsJson(const std::vector<SReadValue>& settings) {
     Json json = Json::object();
-    for (const SSetting& setting : settings) {
+    for (const SReadValue& setting : settings) {
         json[setting.name] = setting.value;
     }
     return json;
