@@ -47,7 +47,8 @@ class References(unittest.TestCase):
         for picture in (SOURCES / "docs/images").iterdir():
             with self.subTest(picture=picture.name):
                 self.assertIn(picture, shown)
-                self.assertLess(picture.stat().st_size, 20_000)
+                # A whole page takes more than a plot.
+                self.assertLess(picture.stat().st_size, 60_000 if picture.name == "view.png" else 20_000)
 
     def test_paths(self):
         count = 0

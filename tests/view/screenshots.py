@@ -31,7 +31,12 @@ def main():
                 # Long enough for the plot of the intervals to fill.
                 time.sleep(6)
                 browser.execute_script("document.querySelector('.feature[data-name=ExposureTime]').scrollIntoView()")
-                browser.save_screenshot(str(IMAGES / "view.png"))
+                whole = pathlib.Path(folder) / "whole.png"
+                browser.save_screenshot(str(whole))
+                # Few colours make a small file.
+                subprocess.run(["ffmpeg", "-y", "-loglevel", "error", "-i", whole, "-vf",
+                                "split[a][b];[a]palettegen=max_colors=128:stats_mode=full[p];[b][p]paletteuse=dither=none",
+                                IMAGES / "view.png"], check=True)
             finally:
                 browser.quit()
                 server.terminate()

@@ -211,8 +211,7 @@ class OddDescriptions(CameraTest):
 
     def test_what_says_nothing(self):
         text = '<?xml version="1.0"?>\n<RegisterDescription></RegisterDescription>\n'
-        self.refused(text, 'norveltl: the camera has no feature Width; "norveltl features" lists what it has',
-                     "get", "-d", CAMERA, "Width")
+        self.refused(text, "norveltl: the camera's XML has no node Root", "get", "-d", CAMERA, "Width")
         self.refused(text, "norveltl: the image size is not known: the stream does not tell it, and the camera's XML has "
                      "no node PayloadSize", "grab", CAMERA, "-n", "1", "-o", self.folder())
 
