@@ -43,14 +43,14 @@ public:
 // Sums the lines of a row of squares first, so that the picture is read in its order.
 template <class Sample>
 void Average(const SPicture& picture, SShown& shown) {
-    const size_t channels = picture.numChannels, scale = shown.scale;
+    const size_t channels = picture.numChannels, scale = std::max(shown.scale, 1U);
     const size_t lineSize = picture.width * channels * Sample::kBytes;
     const size_t numSums = shown.width * scale * channels;
     const auto area = static_cast<uint32_t>(scale * scale);
-    std::vector<uint32_t> sums(numSums);
+    std::vector<uint32_t> sums;
     uint8_t* out = shown.pixels.data();
     for (size_t y = 0; y < shown.height; ++y) {
-        std::fill(sums.begin(), sums.end(), 0);
+        sums.assign(numSums, 0);
         for (size_t line = 0; line < scale; ++line) {
             const uint8_t* in = picture.pixels.data() +
                                 (shown.region.y + y * scale + line) * lineSize +
@@ -76,6 +76,9 @@ void Average(const SPicture& picture, SShown& shown) {
 SShown Show(const SPicture& picture, SRegion region, uint32_t maxWidth, uint32_t maxHeight) {
     SShown shown;
     shown.region = Cut(region, picture);
+    if (shown.region.width == 0 || shown.region.height == 0) {
+        return shown;
+    }
     shown.scale =
         std::max(Ratio(shown.region.width, maxWidth), Ratio(shown.region.height, maxHeight));
     shown.scale = std::min({shown.scale, shown.region.width, shown.region.height, kMaxScale});

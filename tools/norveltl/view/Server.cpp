@@ -23,7 +23,7 @@ using Response = httplib::Response;
 
 // Browsers open up to six connections each.
 constexpr size_t kNumThreads = 64;
-constexpr size_t kMaxRequestBytes = 64 * 1024;
+constexpr size_t kMaxRequestBytes = 65536;
 constexpr time_t kSilenceSeconds = 5;
 constexpr size_t kMaxRequestsOfConnection = 10'000;
 // Longer than between two images of most cameras, and shorter than users wait for a button.
