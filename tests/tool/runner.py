@@ -74,14 +74,14 @@ def run_beside_others(case):
 
 
 def run(suite, script):
-    """Runs the cases of a script and writes their report; answers the exit code. Those of a class that mostly_waits
-    run side by side, and before the others, which a busy machine could mislead."""
-    waiting, busy = [], []
+    """Runs the cases of a script and writes their report; answers the exit code. Those of a module with
+    RUNS_BESIDE_OTHERS run side by side, and before the rest, which a busy machine could mislead."""
+    beside, alone = [], []
     for case in cases_of(suite):
-        (waiting if getattr(case, "mostly_waits", False) else busy).append(case)
+        (beside if getattr(sys.modules[type(case).__module__], "RUNS_BESIDE_OTHERS", False) else alone).append(case)
     with concurrent.futures.ThreadPoolExecutor(2 * os.cpu_count()) as pool:
-        results = list(pool.map(run_beside_others, waiting))
-    results.append(unittest.TextTestRunner(resultclass=Result, verbosity=2).run(unittest.TestSuite(busy)))
+        results = list(pool.map(run_beside_others, beside))
+    results.append(unittest.TextTestRunner(resultclass=Result, verbosity=2).run(unittest.TestSuite(alone)))
     if path := report_path(script):
         report = xml.Element("testsuites")
         for result in results:

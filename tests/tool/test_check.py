@@ -7,17 +7,15 @@ import xml.etree.ElementTree as xml
 
 from harness import DONE, FAILED, NOTHING_FOUND, WORLDS, Setting, ToolTest, native, producer, standard_module
 
+RUNS_BESIDE_OTHERS = True
+
 
 def world(*faults, **camera):
     return {"interfaces": [{"cameras": [{"name": "Cam", "width": 32, "height": 8, "frameRate": 50, **camera}]}],
             "faults": list(faults)}
 
 
-class CheckTest(ToolTest):
-    mostly_waits = True
-
-
-class Checking(CheckTest):
+class Checking(ToolTest):
     def test_the_deviations_that_are_known(self):
         self.assert_golden(self.done("check").out, "check.txt")
 
@@ -49,7 +47,7 @@ class Checking(CheckTest):
         self.done("check", world=WORLDS / "small.json")
 
 
-class JUnit(CheckTest):
+class JUnit(ToolTest):
     def report(self, *arguments, **options):
         """The exit code, the suite, and of each case that is wrong its name, kind, type and message."""
         answer = self.run_tool(*arguments, "check", "--junit", native(self.folder / "report.xml"), **options)
@@ -92,7 +90,7 @@ class JUnit(CheckTest):
                 self.assertTrue(answer.out.endswith(" 0 failed\n"), answer.out)
 
 
-class Cameras(CheckTest):
+class Cameras(ToolTest):
     """Cameras that fail below the producer."""
 
     def check_fails(self, what, world_):
@@ -152,7 +150,7 @@ MUTATIONS = {
 }
 
 
-class Mutations(CheckTest):
+class Mutations(ToolTest):
     """Other producers: the standard module with one answer changed."""
 
     def setUp(self):
@@ -188,7 +186,7 @@ class Mutations(CheckTest):
         self.assertEqual((answer.code, failed), (FAILED, ["an image ends an infinite wait"]))
 
 
-class Lacking(CheckTest):
+class Lacking(ToolTest):
     """A producer without some of the functions."""
 
     missing = ["DSClose", "DSGetBufferPartInfo", "EventKill", "GCGetNumPortURLs", "GCGetPortInfo", "GCReadPortStacked"]

@@ -6,6 +6,8 @@ import subprocess
 
 from harness import LEFT, MICROSCOPE, RIGHT, SOURCES, HelpTest, Setting, native
 
+RUNS_BESIDE_OTHERS = True
+
 SCRIPTS = SOURCES / "tools/norveltl/completions"
 CAMERAS = {LEFT, "Left", RIGHT, "Right", MICROSCOPE, "Microscope"}
 

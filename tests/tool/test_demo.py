@@ -5,11 +5,11 @@ import subprocess
 
 from harness import SOURCES, Setting, ToolTest
 
+RUNS_BESIDE_OTHERS = True
+
 
 class Demo(ToolTest):
     """Runs the script in a folder of its own, where everything is built already."""
-
-    mostly_waits = True
 
     def setUp(self):
         super().setUp()

@@ -5,6 +5,8 @@ import zipfile
 
 from harness import FAILED, Setting, ToolTest, module, native, producer, standard_module
 
+RUNS_BESIDE_OTHERS = True
+
 PLACE = 0x70000000
 DAMAGED = ("its zip archive is cut off", "its zip archive is damaged")
 

@@ -1,6 +1,8 @@
 """features, get, set and exec: the camera by the names of its features."""
 from harness import FAILED, NOTHING_FOUND, WRONG_USAGE, ToolTest
 
+RUNS_BESIDE_OTHERS = True
+
 CAMERA = ("-d", "10001")
 
 

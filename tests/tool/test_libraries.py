@@ -5,6 +5,8 @@ import struct
 from harness import (DONE, FAILED, NOTHING_FOUND, Setting, ToolTest, camera_library, library, module, native, producer,
                      separator)
 
+RUNS_BESIDE_OTHERS = True
+
 VERSION = "4.0.1.0"
 COMMANDS = (("list",), ("list", "--json"), ("info",), ("info", "system", "--json"), ("xml", "system"),
             ("read", "system", "0"), ("write", "system", "0=00"), ("features",), ("get", "Width"), ("set", "Width=4"),

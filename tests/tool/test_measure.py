@@ -2,6 +2,8 @@
 import pictures
 from harness import DONE, FAILED, LEFT, NOTHING_FOUND, ToolTest
 
+RUNS_BESIDE_OTHERS = True
+
 
 def world(pixel_format, pattern, **more):
     return {"interfaces": [{"cameras": [{"width": 320, "height": 240, "pixelFormat": pixel_format,

@@ -1,6 +1,8 @@
 """Names as people type them: one way to name a camera everywhere, in any case, and what a misspelt name meant."""
 from harness import LEFT, MICROSCOPE, NOTHING_FOUND, RIGHT, WRONG_USAGE, ToolTest
 
+RUNS_BESIDE_OTHERS = True
+
 CAMERAS = "".join(f"\n  {name}  {model}  serial number {number}, read and write" for name, model, number in (
     (RIGHT, "G1300C", 10002), (LEFT, "G640M", 10001), (MICROSCOPE, "U320C", 20001))) + "\n"
 

@@ -3,6 +3,8 @@ import resource
 
 from harness import DONE, FAILED, LEFT, Setting, ToolTest
 
+RUNS_BESIDE_OTHERS = True
+
 FAST = ("--set", "Width=32", "--set", "Height=8", "--set", "AcquisitionFrameRate=500")
 
 FULL = "norveltl: cannot write the output: No space left on device\n"

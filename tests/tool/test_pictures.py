@@ -2,6 +2,8 @@
 import pictures
 from harness import FAILED, ToolTest
 
+RUNS_BESIDE_OTHERS = True
+
 WIDTH, HEIGHT = 64, 48
 
 

@@ -5,6 +5,8 @@ import shutil
 from harness import (DONE, FAILED, NOTHING_FOUND, WRONG_USAGE, Setting, ToolTest, camera_library, library, module,
                      native, producer, separator)
 
+RUNS_BESIDE_OTHERS = True
+
 NOBODY = 'GC_ERR_ACCESS_DENIED (-1005): "Nobody is at home."\n'
 
 

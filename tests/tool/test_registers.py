@@ -1,6 +1,8 @@
 """read and write: registers by bytes and by type."""
 from harness import FAILED, WRONG_USAGE, ToolTest, producer
 
+RUNS_BESIDE_OTHERS = True
+
 
 class Reading(ToolTest):
     def read(self, *arguments):

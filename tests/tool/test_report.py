@@ -6,6 +6,8 @@ import zlib
 import pictures
 from harness import FAILED, LEFT, ToolTest, module, native, standard_module
 
+RUNS_BESIDE_OTHERS = True
+
 SMALL = ("--set", "Width=32", "--set", "Height=8")
 
 

@@ -3,6 +3,8 @@ import time
 
 from harness import DONE, FAILED, WRONG_USAGE, ToolTest
 
+RUNS_BESIDE_OTHERS = True
+
 
 def world(*faults, **camera):
     return {"interfaces": [{"cameras": [{"name": "Cam", **camera}]}], "faults": list(faults)}

@@ -1,6 +1,8 @@
 """What makes no sense is refused before anything is done, in the form of every other error."""
 from harness import WRONG_USAGE, ToolTest
 
+RUNS_BESIDE_OTHERS = True
+
 MOST = "18446744073709551615"
 
 
