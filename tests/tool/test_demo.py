@@ -5,8 +5,6 @@ import subprocess
 
 from harness import SOURCES, Setting, ToolTest
 
-RUNS_BESIDE_OTHERS = True
-
 
 class Demo(ToolTest):
     """Runs the script in a folder of its own, where everything is built already."""
@@ -27,7 +25,7 @@ class Demo(ToolTest):
     def demo(self):
         arguments = [] if Setting.is_windows else ["--linux"]
         done = subprocess.run([self.folder / "scripts/demo.sh", *arguments], capture_output=True, text=True,
-                              timeout=120)
+                              timeout=300)
         self.assertEqual(done.returncode, 0, done.stderr)
         return done.stdout.splitlines()[-1]
 
