@@ -48,9 +48,10 @@ def main(inventory, junit, folder):
             else:
                 failures.append(f"{name} failed or did not run")
             continue
-        # A program registered more than once leaves numbered reports: each entry takes the next one.
+        # A script that runs several programs names a report for the test; a program registered more than once leaves
+        # numbered reports: each entry takes the next one.
         stem = program.name.removesuffix(".exe").removesuffix(".py")
-        reports = [*folder.glob(f"{stem}.xml"), *sorted(folder.glob(f"{stem}_[0-9]*.xml"))]
+        reports = [*folder.glob(f"{name}.xml"), *folder.glob(f"{stem}.xml"), *sorted(folder.glob(f"{stem}_[0-9]*.xml"))]
         if not reports:
             failures.append(f"{name} ended without a report")
             continue

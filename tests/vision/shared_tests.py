@@ -2,7 +2,9 @@
 """Runs the contract or robustness tests above cameras on the wire: shared_tests.py PROGRAM [ONLY_THESE]
 All of them run, but for those of the first part of simulated_only.txt, and those of its second part must fail: each for
 the reason that stands there, or at least still. So the list can neither hide a test that would pass nor name one that
-is gone. They run beside each other, each lot in a network of its own, as most of their time is waiting."""
+is gone. They run beside each other, each lot in a network of its own, as most of their time is waiting.
+
+Where GTEST_OUTPUT names a folder ("xml:FOLDER/"), a report for scripts/summarise.py goes there."""
 import collections
 import fnmatch
 import json
@@ -11,8 +13,11 @@ import pathlib
 import subprocess
 import sys
 import tempfile
+import xml.etree.ElementTree as xml
 
-from namespaces import enter_own_network, in_further_network
+sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tool"))
+import runner  # noqa: E402
+from namespaces import enter_own_network, in_further_network  # noqa: E402
 
 LOTS = 40
 STEERS = "steers the simulated cameras"
@@ -67,6 +72,16 @@ def run(program, only, not_run, folder):
     return failures, is_whole
 
 
+def write_report(path, passed, wrong):
+    report = xml.Element("testsuites")
+    for name in passed:
+        suite, case = name.split(".", 1)
+        xml.SubElement(report, "testcase", classname=suite, name=case, status="run", result="completed")
+    for text in wrong:
+        xml.SubElement(xml.SubElement(report, "testcase", name=text.splitlines()[0]), "failure").text = text
+    xml.ElementTree(report).write(path)
+
+
 def judge(program, only, failures, not_run, must_fail):
     """What is wrong, as texts."""
     wrong = []
@@ -92,13 +107,17 @@ def judge(program, only, failures, not_run, must_fail):
 
 def main():
     program, only = pathlib.Path(sys.argv[1]).resolve(), (sys.argv[2] if len(sys.argv) > 2 else "*")
+    report = runner.report_path(program)
+    os.environ.pop("GTEST_OUTPUT", None)  # or listing the tests would leave a report of its own
     not_run, must_fail = read_list(program)
     with tempfile.TemporaryDirectory() as folder:
         failures, is_whole = run(program, only, not_run, folder)
     wrong = judge(program, only, failures, not_run, must_fail)
     print(*wrong, sep="\n")
-    passed = sum(not failed for failed in failures.values())
-    print("%d tests passed above a camera on the wire, %d others need simulated ones" % (passed, len(failures) - passed))
+    passed = [name for name in failures if not failures[name]]
+    print("%d tests passed above a camera on the wire, %d others need simulated ones" % (len(passed), len(failures) - len(passed)))
+    if report:
+        write_report(report, passed, wrong)
     return 0 if is_whole and not wrong and passed else 1
 
 
