@@ -88,6 +88,8 @@ FIGURES = [
            is_change=True),
     Figure("standard module: EventGetData of an image that is there", "standard_fetch/module", "standard_fetch/limit",
            "difference", 50),
+    Figure("the same, acquired on another processor", "standard_fetch_apart/module", "standard_fetch_apart/limit",
+           "difference"),
     Figure("standard module: DSGetBufferInfo, width of an image", "standard_info/module", "standard_info/limit",
            "difference", 100),
     Figure("standard module: latency, median", "standard_latency/module", "standard_latency/limit", "ratio", 1.05,

@@ -5,6 +5,7 @@
 // long as one on the same, and which of them a woken thread gets is the system's choice.
 #include "Figures.h"
 #include "OptivoSim.h"
+#include "Placement.h"
 #include "Subjects.h"
 
 #include <algorithm>
@@ -16,12 +17,6 @@
 #include <thread>
 #include <utility>
 #include <vector>
-
-#if defined(__linux__)
-#include <pthread.h>
-#include <sched.h>
-#include <unistd.h>
-#endif
 
 namespace {
 
@@ -89,51 +84,6 @@ private:
     std::atomic<bool> m_stop{false};
     std::thread m_thread;
 };
-
-#if defined(__linux__)
-// Keeps the calling thread, and those that it makes meanwhile, on one of the processors that the
-// process may use.
-class CThreadPlacement {
-public:
-    explicit CThreadPlacement(int processor) {
-        Require(pthread_getaffinity_np(pthread_self(), sizeof m_before, &m_before) == 0,
-                "getaffinity");
-        const cpu_set_t& all = Usable();
-        std::size_t chosen = 0;
-        while (CPU_ISSET(chosen, &all) == 0 || processor-- % CPU_COUNT(&all) != 0) {
-            ++chosen;
-        }
-        cpu_set_t one;
-        CPU_ZERO(&one);
-        CPU_SET(chosen, &one);
-        Set(one);
-    }
-    ~CThreadPlacement() { Set(m_before); }
-    CThreadPlacement(const CThreadPlacement&) = delete;
-    CThreadPlacement& operator=(const CThreadPlacement&) = delete;
-
-private:
-    static const cpu_set_t& Usable() {
-        static const cpu_set_t s_usable = [] {
-            cpu_set_t set;
-            Require(sched_getaffinity(getpid(), sizeof set, &set) == 0, "getaffinity");
-            return set;
-        }();
-        return s_usable;
-    }
-    static void Set(const cpu_set_t& set) {
-        Require(pthread_setaffinity_np(pthread_self(), sizeof set, &set) == 0, "setaffinity");
-    }
-
-    cpu_set_t m_before;
-};
-#else
-// Threads do not pass their processors on here: the system places all of them.
-struct CThreadPlacement {
-    explicit CThreadPlacement(int /*processor*/) {}
-    ~CThreadPlacement() {}
-};
-#endif
 
 struct SPlacement {
     int ofWaker;

@@ -1,6 +1,7 @@
 // What the standard module adds to the calls of every image, and how soon it ends a wait.
 #include "Figures.h"
 #include "OptivoSim.h"
+#include "Placement.h"
 #include "Subjects.h"
 
 #include <algorithm>
@@ -16,23 +17,30 @@ constexpr unsigned kSide = 8;
 constexpr std::size_t kSize = 64;
 constexpr unsigned kMany = 32;
 
-// As many images as a consumer has buffers wait at a time, and are fetched in one go.
-void Fetch(benchmark::State& state, Producer& producer) {
-    MakeCameras(1, kSide, kSide, 0);
+// As many images as a consumer has buffers are made at a time, on that processor, and wait when
+// they are fetched in one go.
+void Fetch(benchmark::State& state, Producer& producer, int processorOfAcquisition) {
+    const CThreadPlacement acquisition(processorOfAcquisition);
+    MakeCameras(1, kSide, kSide, -1);
     const COpenModule module(producer);
     CModuleStream stream(module, 0, kMany, kSize);
+    stream.Start();
+    const CThreadPlacement consumer(0);
+    std::vector<BUFFER_HANDLE> fetched(kMany);
     while (state.KeepRunningBatch(kMany)) {
-        stream.Start();
+        OptivoSim_ProduceImages(CameraName(0).c_str(), kMany);
         while (stream.Number(STREAM_INFO_NUM_AWAIT_DELIVERY) < kMany) {
             std::this_thread::yield();
         }
-        Check(producer.DSStopAcquisition(stream.stream, ACQ_STOP_FLAGS_DEFAULT), "stop");
         const auto begin = Clock::now();
-        for (unsigned i = 0; i < kMany; ++i) {
-            benchmark::DoNotOptimize(stream.Fetch());
+        for (auto& buffer : fetched) {
+            buffer = stream.Fetch();
         }
         const std::chrono::duration<double> time = Clock::now() - begin;
         state.SetIterationTime(time.count());
+        for (auto* const buffer : fetched) {
+            stream.Queue(buffer);
+        }
     }
 }
 
@@ -88,13 +96,16 @@ void Kill(benchmark::State& state) {
 
 void RegisterStandard(const SEffort& effort) {
     const auto fetches = kMany * effort.Of<benchmark::IterationCount>(1000, 2);
-    const auto fetch = [fetches](const char* name, Producer& (*producer)()) {
-        benchmark::RegisterBenchmark(name, [producer](auto& state) { Fetch(state, producer()); })
+    const auto fetch = [fetches](const char* name, Producer& (*producer)(), int processor) {
+        benchmark::RegisterBenchmark(name,
+                                     [=](auto& state) { Fetch(state, producer(), processor); })
             ->UseManualTime()
             ->Iterations(fetches);
     };
-    fetch("standard_fetch/module", TheStandardProducer);
-    fetch("standard_fetch/limit", TheProducer);
+    fetch("standard_fetch/module", TheStandardProducer, 0);
+    fetch("standard_fetch/limit", TheProducer, 0);
+    fetch("standard_fetch_apart/module", TheStandardProducer, 1);
+    fetch("standard_fetch_apart/limit", TheProducer, 1);
     const auto info = [](const char* name, Producer& (*producer)(), BUFFER_INFO_CMD command) {
         benchmark::RegisterBenchmark(name, [=](auto& state) {
             BufferInfo(state, producer(), command);
