@@ -70,7 +70,7 @@ run_tests() {
     *san) ! setarch "$(uname -m)" -R true 2>/dev/null || launch=(setarch "$(uname -m)" -R) ;;
   esac
   ctest --preset "$preset" --show-only=json-v1 >"$reports/inventory.json" || true
-  GTEST_OUTPUT=xml:$where "${launch[@]}" ctest --preset "$preset" --no-tests=error -j 1 --timeout 600 \
+  GTEST_OUTPUT=xml:$where "${launch[@]}" ctest --preset "$preset" --no-tests=error -j 2 --timeout 600 \
     --output-junit "$reports/ctest.xml" || true
 
   if ! scripts/summarise.py "$reports/inventory.json" "$reports/ctest.xml" "$reports/gtest" >"$reports/summary"; then
