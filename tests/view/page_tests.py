@@ -9,7 +9,8 @@ import time
 import unittest
 
 from selenium import webdriver
-from selenium.common.exceptions import NoSuchElementException, StaleElementReferenceException
+from selenium.common.exceptions import (ElementNotInteractableException, NoSuchElementException,
+                                        StaleElementReferenceException)
 from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
@@ -65,11 +66,11 @@ class PageTest(ViewTest):
         return self.server
 
     def wait_for(self, what, seconds=20):
-        """What is not on the page yet, or not any more, is waited for too."""
+        """What is not on the page yet, or not any more, or not shown, is waited for too."""
         def look():
             try:
                 return what()
-            except (NoSuchElementException, StaleElementReferenceException):
+            except (ElementNotInteractableException, NoSuchElementException, StaleElementReferenceException):
                 return None
         return super().wait_for(look, seconds)
 
