@@ -4,11 +4,9 @@
 
 #include "core/LockSoon.h"
 #include "platform/Pause.h"
-
-#include <boost/date_time/posix_time/posix_time_types.hpp>
+#include "platform/WordSleep.h"
 
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cstdint>
 #include <limits>
@@ -20,17 +18,28 @@ inline constexpr std::uint64_t kWaitForever = std::numeric_limits<std::uint64_t>
 
 enum class WaitResult { Woken, TimedOut, Closed };
 
+// How waiting threads sleep.
+struct SSystemSleep {
+    static void SleepOn(const Platform::SleepWord& word, std::uint32_t value,
+                        std::uint32_t milliseconds) {
+        Platform::SleepOn(word, value, milliseconds);
+    }
+    static void Wake(const Platform::SleepWord* word) noexcept { Platform::Wake(word); }
+};
+
 // A condition variable that neither loses nor invents a wake-up: each grant ends exactly one wait
 // that began before it, the oldest one, and a wait that was granted never reports a time-out. All
-// operations but Notify are called under the lock of the state that is waited for.
-template <class Condition>
+// operations but Wake are called under the lock of the state that is waited for.
+template <class System = SSystemSleep>
 class CWaitPoint {
 public:
+    // A wait that was granted while it slept, or none.
+    using Sleeper = const Platform::SleepWord*;
+
     // Waits until granted, or until that many milliseconds have passed on a clock that is never set
     // back. The lock is released meanwhile.
     template <class Lock>
     WaitResult Wait(Lock& lock, std::uint64_t milliseconds) {
-        // Short enough for the conversion to any clock's own unit.
         constexpr std::uint64_t kLongestSlice = 3'600'000;
 
         const Clock::time_point start = Clock::now();
@@ -38,49 +47,49 @@ public:
         if (milliseconds != 0) {
             WaitAwake(lock, waiter, start + kTimeAwake);
         }
-        while (!waiter.m_granted && !m_closed) {
-            waiter.m_asleep = true;
-            if (milliseconds == kWaitForever) {
-                m_condition.wait(lock); // without the timer that a limit needs on Windows
-                continue;
+        while (!waiter.HasEnded()) {
+            std::uint32_t slice = Platform::kSleepForever; // without a timer
+            if (milliseconds != kWaitForever) {
+                const auto passed = static_cast<std::uint64_t>(
+                    std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start)
+                        .count());
+                if (passed >= milliseconds) {
+                    break;
+                }
+                slice = static_cast<std::uint32_t>(std::min(kLongestSlice, milliseconds - passed));
             }
-            const auto passed = static_cast<std::uint64_t>(
-                std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start)
-                    .count());
-            if (passed >= milliseconds) {
-                break;
-            }
-            const std::uint64_t slice = std::min(kLongestSlice, milliseconds - passed);
-            m_condition.timed_wait(
-                lock, boost::posix_time::milliseconds(static_cast<std::int64_t>(slice)));
+            waiter.m_isAsleep = true;
+            const CReleased released(lock);
+            System::SleepOn(waiter.m_end, SWaiter::kNotYet, slice);
         }
-        if (m_closed) {
+        if (m_isClosed) {
             return WaitResult::Closed;
         }
         return waiter.Take() ? WaitResult::Woken : WaitResult::TimedOut;
     }
 
-    // Ends the oldest wait. True when it sleeps: the caller then calls Notify, best without the
-    // lock.
-    bool Grant() noexcept {
+    // Ends the oldest wait. The caller wakes it when it sleeps, best without the lock.
+    [[nodiscard]] Sleeper Grant() noexcept {
         SWaiter* waiter = m_oldest;
-        while (waiter != nullptr && waiter->m_granted) {
+        while (waiter != nullptr && waiter->HasEnded()) {
             waiter = waiter->m_next;
         }
-        if (waiter == nullptr) {
-            return false;
-        }
-        waiter->m_granted = true;
-        return waiter->m_asleep;
+        return waiter == nullptr ? nullptr : waiter->End();
     }
 
-    // Wakes all, since any of them may be the one that was granted.
-    void Notify() noexcept { m_condition.notify_all(); }
+    // Its wait may have ended otherwise meanwhile.
+    static void Wake(Sleeper sleeper) noexcept {
+        if (sleeper != nullptr) {
+            System::Wake(sleeper);
+        }
+    }
 
     // Ends all waits, those to come included.
     void Close() noexcept {
-        m_closed = true;
-        Notify();
+        m_isClosed = true;
+        for (SWaiter* waiter = m_oldest; waiter != nullptr; waiter = waiter->m_next) {
+            Wake(waiter->End());
+        }
     }
 
 private:
@@ -92,12 +101,16 @@ private:
 
     // One waiting thread, in a list by age. A wait that ends by an exception hands its grant on.
     struct SWaiter {
-        explicit SWaiter(CWaitPoint& point) noexcept : m_point(point) {
-            SWaiter** end = &m_point.m_oldest;
-            while (*end != nullptr) {
-                end = &(*end)->m_next;
+        static constexpr std::uint32_t kNotYet = 0;
+        static constexpr std::uint32_t kEnded = 1;
+
+        explicit SWaiter(CWaitPoint& point) noexcept
+            : m_point(point), m_end(point.m_isClosed ? kEnded : kNotYet) {
+            SWaiter** last = &m_point.m_oldest;
+            while (*last != nullptr) {
+                last = &(*last)->m_next;
             }
-            *end = this;
+            *last = this;
         }
         ~SWaiter() {
             SWaiter** link = &m_point.m_oldest;
@@ -105,22 +118,42 @@ private:
                 link = &(*link)->m_next;
             }
             *link = m_next;
-            if (m_granted && m_point.Grant()) {
-                m_point.Notify();
+            if (HasEnded()) {
+                Wake(m_point.Grant());
             }
         }
         SWaiter(const SWaiter&) = delete;
         SWaiter& operator=(const SWaiter&) = delete;
 
-        bool Take() noexcept { return m_granted.exchange(false); }
+        bool HasEnded() const noexcept { return m_end.load(std::memory_order_acquire) == kEnded; }
+        Sleeper End() noexcept {
+            m_end.store(kEnded, std::memory_order_release);
+            return m_isAsleep ? &m_end : nullptr;
+        }
+        bool Take() noexcept {
+            return m_end.exchange(kNotYet, std::memory_order_relaxed) == kEnded;
+        }
 
         CWaitPoint& m_point;
         SWaiter* m_next = nullptr;
-        std::atomic<bool> m_granted{false};
-        bool m_asleep = false;
+        Platform::SleepWord m_end;
+        bool m_isAsleep = false;
     };
 
-    // Looks out for a grant before the wait sleeps, unless that was in vain lately: after each
+    // Gives the lock back while it exists.
+    template <class Lock>
+    class CReleased {
+    public:
+        explicit CReleased(Lock& lock) : m_lock(lock) { m_lock.unlock(); }
+        ~CReleased() { LockSoon(m_lock); }
+        CReleased(const CReleased&) = delete;
+        CReleased& operator=(const CReleased&) = delete;
+
+    private:
+        Lock& m_lock;
+    };
+
+    // Looks out for the end before the wait sleeps, unless that was in vain lately: after each
     // failure twice as many waits sleep at once, up to kLongestBackOff.
     template <class Lock>
     void WaitAwake(Lock& lock, const SWaiter& waiter, Clock::time_point end) {
@@ -128,18 +161,18 @@ private:
             --m_numToSleep;
             return;
         }
-        lock.unlock();
-        do {
-            Platform::Pause();
-        } while (!waiter.m_granted && !m_closed && Clock::now() < end);
-        LockSoon(lock);
-        m_backOff = waiter.m_granted ? 0 : std::min(2 * m_backOff + 1, kLongestBackOff);
+        {
+            const CReleased released(lock);
+            do {
+                Platform::Pause();
+            } while (!waiter.HasEnded() && Clock::now() < end);
+        }
+        m_backOff = waiter.HasEnded() ? 0 : std::min(2 * m_backOff + 1, kLongestBackOff);
         m_numToSleep = m_backOff;
     }
 
-    Condition m_condition;
     SWaiter* m_oldest = nullptr;
-    std::atomic<bool> m_closed{false};
+    bool m_isClosed = false;
     // How many waits sleep at once after the last one that stayed awake, and how many still do.
     unsigned m_backOff = 0;
     unsigned m_numToSleep = 0;

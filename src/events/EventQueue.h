@@ -8,7 +8,6 @@
 #include "core/WaitPoint.h"
 #include "events/EventObj.h"
 
-#include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
 
 #include <atomic>
@@ -70,15 +69,13 @@ public:
         if (m_registered.load(std::memory_order_relaxed) == 0) {
             return;
         }
-        bool waiting = false;
+        CWaitPoint<>::Sleeper waiting = nullptr;
         {
             const boost::unique_lock<boost::mutex> lock(m_mutex);
             m_entries.push_back(entry);
             waiting = m_arrival.Grant();
         }
-        if (waiting) {
-            m_arrival.Notify();
-        }
+        m_arrival.Wake(waiting);
     }
 
     virtual void Register() { m_registered.store(1, std::memory_order_relaxed); }
@@ -104,7 +101,7 @@ protected:
 
 private:
     boost::mutex m_mutex;
-    CWaitPoint<boost::condition_variable> m_arrival;
+    CWaitPoint<> m_arrival;
     std::deque<Entry> m_entries;
     // 0 or 1; entries that arrive while it is 0 are dropped.
     std::atomic<std::uint64_t> m_registered{0};

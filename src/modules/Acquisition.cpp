@@ -254,7 +254,7 @@ void CDataStream::CountDelivered(CBufferInfo& buffer, std::uint64_t ticks) {
 // The image in a buffer that was dropped meanwhile is lost.
 void CDataStream::Deliver(CBufferInfo& buffer) {
     const std::uint64_t ticks = Platform::PerformanceCounter();
-    bool waiting = false;
+    CWaitPoint<>::Sleeper waiting = nullptr;
     {
         const auto output = LockedSoon(m_outputLock);
         if (m_discardedFill == nullptr) {
@@ -270,8 +270,8 @@ void CDataStream::Deliver(CBufferInfo& buffer) {
     }
     if (m_filling.load(std::memory_order_relaxed) != nullptr) {
         EndDiscarded(buffer, ticks);
-    } else if (waiting) {
-        m_outputFilled.Notify();
+    } else {
+        m_outputFilled.Wake(waiting);
     }
 }
 
@@ -292,7 +292,7 @@ void CDataStream::EndWithoutImage(CBufferInfo& buffer, bool putBack) {
 // The buffer waits in the output queue, unless consumers have taken it out or queued it since: then
 // the image is lost.
 void CDataStream::EndDiscarded(CBufferInfo& buffer, std::optional<std::uint64_t> ticks) {
-    bool waiting = false;
+    CWaitPoint<>::Sleeper waiting = nullptr;
     {
         const auto input = LockedSoon(m_inputLock);
         const auto output = LockedSoon(m_outputLock);
@@ -302,13 +302,13 @@ void CDataStream::EndDiscarded(CBufferInfo& buffer, std::optional<std::uint64_t>
         } else if (ticks) {
             m_numLost.fetch_add(1, std::memory_order_relaxed);
         }
-        waiting = isInOutput && m_outputFilled.Grant();
+        if (isInOutput) {
+            waiting = m_outputFilled.Grant();
+        }
         m_discardedFill = nullptr;
         EndFill();
     }
-    if (waiting) {
-        m_outputFilled.Notify();
-    }
+    m_outputFilled.Wake(waiting);
 }
 
 void CDataStream::EndFill() {

@@ -14,7 +14,6 @@
 #include "platform/Platform.h"
 
 #include <boost/shared_ptr.hpp>
-#include <boost/thread/condition_variable.hpp>
 #include <boost/thread/mutex.hpp>
 #include <boost/thread/recursive_mutex.hpp>
 #include <boost/thread/thread_only.hpp>
@@ -171,7 +170,7 @@ private:
     CCameraObject<Optivo::ICamStream> m_camera;
 
     boost::recursive_mutex m_inputLock;
-    CWaitPoint<boost::condition_variable_any> m_inputFilled;
+    CWaitPoint<> m_inputFilled;
     // Consumers that wait for the input lock; the acquisition thread lets them go first.
     CCallCounter m_inputWaiters;
 
@@ -185,7 +184,7 @@ private:
     std::atomic<std::uint64_t> m_numDelivered{0};
 
     boost::recursive_mutex m_outputLock;
-    CWaitPoint<boost::condition_variable_any> m_outputFilled;
+    CWaitPoint<> m_outputFilled;
 
     std::atomic<std::uint32_t> m_remaining; // may be kWithoutLimit
     std::string m_id;

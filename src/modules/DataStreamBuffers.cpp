@@ -123,7 +123,7 @@ void CDataStream::QueueBuffer(BUFFER_HANDLE handle) {
     if (buffer.IsQueued()) {
         return;
     }
-    bool waiting = false;
+    CWaitPoint<>::Sleeper waiting = nullptr;
     {
         const CInputLock input(*this);
         // Another thread may have queued it meanwhile.
@@ -135,9 +135,7 @@ void CDataStream::QueueBuffer(BUFFER_HANDLE handle) {
         buffer.SetState(true, false, false);
         waiting = m_inputFilled.Grant();
     }
-    if (waiting) {
-        m_inputFilled.Notify();
-    }
+    m_inputFilled.Wake(waiting);
 }
 
 void CDataStream::MoveInputToOutput() {
@@ -147,9 +145,7 @@ void CDataStream::MoveInputToOutput() {
         m_output.PushBack(buffer);
     }
     m_input.Clear();
-    if (m_outputFilled.Grant()) {
-        m_outputFilled.Notify();
-    }
+    m_outputFilled.Wake(m_outputFilled.Grant());
 }
 
 void CDataStream::DiscardOutput() {
@@ -182,9 +178,7 @@ void CDataStream::AppendUnqueued(bool evenDelivered) {
         }
         m_input.PushBack(buffer);
     }
-    if (m_inputFilled.Grant()) {
-        m_inputFilled.Notify();
-    }
+    m_inputFilled.Wake(m_inputFilled.Grant());
 }
 
 // Every announced buffer ends in the output queue, from where a wait delivers it although its
