@@ -1,5 +1,6 @@
 """view: who is let in, what the page is told, and what it may do."""
 import os
+import time
 
 import pictures
 from harness import DONE, FAILED, NOTHING_FOUND, WRONG_USAGE, Setting
@@ -103,6 +104,8 @@ class Pictures(ViewTest):
             facts, samples = server.picture(CAM, after=number)
             self.assertGreater(facts["number"], number)
             number = facts["number"]
+            # Both look at one clock.
+            self.assertLess(abs(time.time() - facts.pop("arrived") / 1000), 5)
             self.assertEqual(facts, {"number": number, "pictureWidth": WIDTH, "pictureHeight": HEIGHT, "format": "Mono8",
                                      "channels": 1, "bytes": 1, "bits": 8, "x": 0, "y": 0, "scale": 1, "width": WIDTH,
                                      "height": HEIGHT})

@@ -89,6 +89,17 @@ TEST(Samples, PaddedLinesBeginWithAByte) {
               (Values{0x2A5, 0x15A}));
 }
 
+TEST(Samples, GreyOfEightBitsIsTheSameAsAPicture) {
+    const Bytes bytes{1, 2, 3, 77, 4, 5, 255, 78, 6, 7, 8};
+    EXPECT_EQ(Convert(bytes, {3, 3, "Mono8", 1})->pixels, (Bytes{1, 2, 3, 4, 5, 255, 6, 7, 8}));
+    EXPECT_EQ(Convert(bytes, {3, 2, "Mono8", 0})->pixels, (Bytes{1, 2, 3, 77, 4, 5}));
+    EXPECT_THROW(Convert(bytes, {3, 4, "Mono8", 0}), CToolError);
+    EXPECT_THROW(Convert(bytes, {3, 3, "Mono8", 2}), CToolError);
+    EXPECT_FALSE(Convert({}, {0, 3, "Mono8", 0}));
+    // One channel alone does not make it grey.
+    EXPECT_EQ(Convert(bytes, {2, 2, "BayerRG8", 0})->numChannels, 3U);
+}
+
 TEST(Samples, ColoursComeAsRedGreenBlue) {
     EXPECT_EQ(ValuesOf("RGB8", 2, 1, {1, 2, 3, 4, 5, 6}), (Values{1, 2, 3, 4, 5, 6}));
     EXPECT_EQ(ValuesOf("BGR8", 2, 1, {1, 2, 3, 4, 5, 6}), (Values{3, 2, 1, 6, 5, 4}));

@@ -79,6 +79,9 @@ void AppendBytes(void* context, void* data, int size) {
 } // namespace
 
 std::optional<SPicture> Convert(std::span<const uint8_t> bytes, const SImageFormat& format) {
+    if (auto grey = UnpackShallowGrey(bytes, format)) {
+        return SPicture{format.width, format.height, 1, std::move(*grey)};
+    }
     std::optional<SSamples> samples = Unpack(bytes, format);
     if (!samples) {
         return std::nullopt;

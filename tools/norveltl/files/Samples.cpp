@@ -34,6 +34,11 @@ public:
 
     size_t SamplesPerLine() const { return m_perLine; }
 
+    // Of 8 bits a sample.
+    std::span<const uint8_t> Line(size_t y) const {
+        return m_bytes.subspan(y * (m_stride > 0 ? m_stride : m_perLine), m_perLine);
+    }
+
     // line: as many as there are samples in a line.
     void Read(size_t y, std::span<uint16_t> line) const {
         const std::span<const uint8_t> bytes = m_bytes.subspan(y * m_stride);
@@ -143,17 +148,40 @@ size_t Mirror(size_t i, int offset, size_t size) {
     return i;
 }
 
+// Null for an image that cannot be unpacked.
+const SPixelFormat* FormatToUnpack(const SImageFormat& format) {
+    const SPixelFormat* const known = FindPixelFormat(format.pixelFormat);
+    const uint32_t least = known && known->colours == EColours::Bayer ? 2 : 1;
+    // Encoders count in int.
+    const bool fits = format.width >= least && format.height >= least &&
+                      uint64_t{format.width} * format.height <= std::numeric_limits<int>::max() / 8;
+    return fits ? known : nullptr;
+}
+
 } // namespace
 
-std::optional<SSamples> Unpack(std::span<const uint8_t> bytes, const SImageFormat& format) {
-    const SPixelFormat* const known = FindPixelFormat(format.pixelFormat);
-    const bool isBayer = known && known->colours == EColours::Bayer;
-    const uint32_t least = isBayer ? 2 : 1;
-    // Encoders count in int.
-    if (!known || format.width < least || format.height < least ||
-        uint64_t{format.width} * format.height > std::numeric_limits<int>::max() / 8) {
+std::optional<std::vector<uint8_t>> UnpackShallowGrey(std::span<const uint8_t> bytes,
+                                                      const SImageFormat& format) {
+    const SPixelFormat* const known = FormatToUnpack(format);
+    if (!known || known->colours != EColours::Mono || known->bits != 8) {
         return std::nullopt;
     }
+    const CPackedImage image(bytes, format, *known);
+    std::vector<uint8_t> values;
+    values.reserve(size_t{format.width} * format.height);
+    for (size_t y = 0; y < format.height; ++y) {
+        const auto line = image.Line(y);
+        values.insert(values.end(), line.begin(), line.end());
+    }
+    return values;
+}
+
+std::optional<SSamples> Unpack(std::span<const uint8_t> bytes, const SImageFormat& format) {
+    const SPixelFormat* const known = FormatToUnpack(format);
+    if (!known) {
+        return std::nullopt;
+    }
+    const bool isBayer = known->colours == EColours::Bayer;
     const CPackedImage image(bytes, format, *known);
     const bool isGrey = isBayer || known->colours == EColours::Mono;
     SSamples samples{format.width,

@@ -36,6 +36,10 @@ struct SSamples {
 // image too small or too large for it. Throws CToolError when the bytes are fewer than it takes.
 std::optional<SSamples> Unpack(std::span<const uint8_t> bytes, const SImageFormat& format);
 
+// The same for grey of 8 bits, of which a sample is a byte; nothing for other formats. Much faster.
+std::optional<std::vector<uint8_t>> UnpackShallowGrey(std::span<const uint8_t> bytes,
+                                                      const SImageFormat& format);
+
 // Three channels from one colour a pixel: each colour that is missing is the mean of the nearest
 // pixels that have it.
 SSamples Demosaic(const SSamples& samples);

@@ -28,12 +28,14 @@ public:
 
     // Counted from 1 by the images that the camera delivered since it was opened.
     uint64_t Number() const { return m_number; }
+    std::chrono::system_clock::time_point Arrival() const { return m_arrival; }
     const SImageFormat& Format() const { return m_format; }
     // Converted once, by whoever asks first; nothing when the format cannot be shown. Throws
     // CToolError for an image that is too small for its format.
     const SPicture* Picture() const;
 
 private:
+    const std::chrono::system_clock::time_point m_arrival = std::chrono::system_clock::now();
     const uint64_t m_number;
     const SImageFormat m_format;
     const std::vector<uint8_t> m_bytes;

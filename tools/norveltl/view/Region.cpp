@@ -1,6 +1,7 @@
 #include "view/Region.h"
 
 #include <algorithm>
+#include <span>
 
 namespace norveltl {
 
@@ -71,6 +72,16 @@ void Average(const SPicture& picture, SShown& shown) {
     }
 }
 
+void Copy(const SPicture& picture, size_t pixelSize, SShown& shown) {
+    const std::span<const uint8_t> pixels(picture.pixels);
+    shown.pixels.reserve(shown.width * pixelSize * shown.height);
+    for (size_t y = 0; y < shown.height; ++y) {
+        const size_t begin = (shown.region.y + y) * picture.width + shown.region.x;
+        const auto line = pixels.subspan(begin * pixelSize, shown.width * pixelSize);
+        shown.pixels.insert(shown.pixels.end(), line.begin(), line.end());
+    }
+}
+
 } // namespace
 
 SShown Show(const SPicture& picture, SRegion region, uint32_t maxWidth, uint32_t maxHeight) {
@@ -85,8 +96,12 @@ SShown Show(const SPicture& picture, SRegion region, uint32_t maxWidth, uint32_t
     shown.width = shown.region.width / shown.scale;
     shown.height = shown.region.height / shown.scale;
     const bool isDeep = picture.bitsPerChannel > 8;
-    shown.pixels.resize(size_t{shown.width} * shown.height * picture.numChannels *
-                        (isDeep ? 2 : 1));
+    const size_t pixelSize = picture.numChannels * (isDeep ? 2 : 1);
+    if (shown.scale == 1) {
+        Copy(picture, pixelSize, shown);
+        return shown;
+    }
+    shown.pixels.resize(size_t{shown.width} * shown.height * pixelSize);
     if (isDeep) {
         Average<CDeep>(picture, shown);
     } else {

@@ -141,7 +141,9 @@ void AnswerPicture(CCameras& cameras, const Request& request, Response& response
         return std::clamp(NumberOf<uint32_t>(request, name, kMaxShown), kMinShown, kMaxShown);
     };
     SShown shown = Show(*picture, wanted, limit("maxWidth"), limit("maxHeight"));
+    using Milliseconds = std::chrono::duration<double, std::milli>;
     const Json facts{{"number", frame->Number()},
+                     {"arrived", Milliseconds(frame->Arrival().time_since_epoch()).count()},
                      {"pictureWidth", picture->width},
                      {"pictureHeight", picture->height},
                      {"format", frame->Format().pixelFormat},

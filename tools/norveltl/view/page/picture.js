@@ -19,6 +19,7 @@ export class Picture {
     this.region = null; // the user's, in pixels of the picture
     this.pointer = null;
     this.table = null;
+    this.image = null; // as it is drawn, of the buffer's size
     this.abort = new AbortController();
     this.buffer = document.createElement("canvas");
     this.makeElements(onChoose);
@@ -258,10 +259,12 @@ export class Picture {
     }
     const {grey, color, full, isMarked} = this.makeTable(picture);
     const {samples, width, height} = picture;
-    this.buffer.width = width;
-    this.buffer.height = height;
-    const image = new ImageData(width, height);
-    const out = new Uint32Array(image.data.buffer);
+    if (this.image?.width !== width || this.image.height !== height) {
+      this.buffer.width = width;
+      this.buffer.height = height;
+      this.image = new ImageData(width, height);
+    }
+    const out = new Uint32Array(this.image.data.buffer);
     if (picture.channels === 1) {
       for (let i = 0; i < out.length; ++i) {
         out[i] = color[samples[i]];
@@ -273,7 +276,7 @@ export class Picture {
           : isMarked && red + green + blue === 0 ? opaque(32, 64, 255) : opaque(grey[red], grey[green], grey[blue]);
       }
     }
-    this.buffer.getContext("2d").putImageData(image, 0, 0);
+    this.buffer.getContext("2d").putImageData(this.image, 0, 0);
     this.draw();
     this.describe(picture);
   }
