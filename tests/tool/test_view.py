@@ -1,4 +1,5 @@
 """view: who is let in, what the page is told, and what it may do."""
+import json
 import os
 import time
 
@@ -248,6 +249,22 @@ class Features(ViewTest):
                               != 204 and its)
         self.assertEqual(newer[0]["pictureWidth"], 32)
 
+    def named(self, server, *names):
+        return server.ask("features", camera=CAM, name=names)
+
+    def test_some_features_and_who_looks_for_them(self):
+        server = self.serve("Cam", world=world())
+        server.order("set", camera=CAM, name="TLParamsLocked", value="1")
+        width, memory, model = self.named(server, "Width", "UserMemory", "DeviceModelName")
+        self.assertEqual((width["name"], width["access"], width["locked"], width["visibility"]),
+                         ("Width", "RO", True, "Beginner"))
+        self.assertEqual((memory["access"], "locked" in memory, memory["visibility"]), ("RW", False, "Guru"))
+        self.assertEqual((model["access"], "locked" in model), ("RO", False))
+        server.order("set", camera=CAM, name="TLParamsLocked", value="0")
+        [width] = self.named(server, "Width")
+        self.assertEqual((width["access"], "locked" in width), ("RW", False))
+        self.assertEqual(self.named(server, "Nope")[0], 409)
+
     def test_execute(self):
         server = self.serve("Cam", world=world())
         self.assertEqual(server.order("execute", camera=CAM, name="TriggerSoftware"), {})
@@ -259,6 +276,34 @@ class Features(ViewTest):
         server = self.serve("Cam", world=world())
         text = "<img src=x>&\"'"
         self.assertEqual(server.order("set", camera=CAM, name="DeviceUserID", value=text)["value"], text)
+
+
+class Events(ViewTest):
+    def test_names_times_and_data(self):
+        begin = time.time()
+        server = self.serve("Cam", world=world(frameRate=20))
+        log = server.ask("events", camera=CAM)
+        self.assertEqual(log, {"newest": 0, "events": [], "lacking": []})
+        server.order("set", camera=CAM, name="EventNotification", value="On")
+        events = self.wait_for(lambda: (its := server.ask("events", camera=CAM)["events"])[9:] and its)
+        self.assertEqual([event["number"] for event in events], list(range(1, len(events) + 1)))
+        self.assertEqual({(event["source"], event["name"], event["id"]) for event in events}, {("camera", "FrameStart", 0x9001)})
+        times = [event["time"] / 1000 for event in events]
+        self.assertEqual(times, sorted(times))
+        self.assertTrue(begin - 5 < times[0] and times[-1] < time.time() + 5, times)
+        self.assertEqual(set(events[0]["data"]), {"FrameID", "Timestamp"})
+        some = server.ask("events", camera=CAM, after=5, most=3)
+        self.assertEqual([event["number"] for event in some["events"]], [some["newest"] - 2, some["newest"] - 1, some["newest"]])
+        self.assertEqual(server.ask("events", camera=CAM, after=10 ** 9)["events"], [])
+
+    def test_no_more_than_a_thousand_are_kept(self):
+        burst = {"eventId": 77, "value": 258, "count": 3000, "afterImages": 3}
+        server = self.serve("Cam", world=world(eventBursts=[burst]))
+        self.wait_for(lambda: server.ask("events", camera=CAM)["newest"] == 3000)
+        events = server.ask("events", camera=CAM, most=5000)["events"]
+        self.assertEqual([event["number"] for event in events], list(range(2001, 3001)))
+        self.assertEqual({(event["name"], event["id"], event["value"]) for event in events}, {(None, 77, 258)})
+        self.assertEqual(len(server.ask("events", camera=CAM)["events"]), 100)
 
 
 class Starting(ViewTest):

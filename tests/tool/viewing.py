@@ -43,7 +43,7 @@ class Server:
 
     def ask(self, path, **parameters):
         """What the page asks for, as JSON, or the refusal's status and text."""
-        return self.result(*self.send("GET", f"/api/{path}?{urllib.parse.urlencode(parameters)}"))
+        return self.result(*self.send("GET", f"/api/{path}?{urllib.parse.urlencode(parameters, doseq=True)}"))
 
     def order(self, path, **body):
         return self.result(*self.send("POST", f"/api/{path}", json.dumps(body).encode(), Content_Type="application/json"))

@@ -3,9 +3,7 @@
 #include "grabbing/Acquisition.h"
 #include "grabbing/Stream.h"
 #include "producers/Discovery.h"
-#include "producers/EventNames.h"
-#include "producers/EventSource.h"
-#include "producers/FeatureJson.h"
+#include "producers/EventReader.h"
 #include "terminal/Console.h"
 #include "terminal/Json.h"
 
@@ -15,8 +13,6 @@
 #include <condition_variable>
 #include <cstdio>
 #include <iostream>
-#include <map>
-#include <memory>
 #include <mutex>
 #include <queue>
 #include <thread>
@@ -27,7 +23,6 @@ namespace norveltl {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-using Sources = std::vector<std::unique_ptr<CEventSource>>;
 
 // Short enough to end soon, since no producer must end a wait early.
 constexpr std::chrono::milliseconds kWaitSlice{50};
@@ -37,16 +32,6 @@ std::string Format(const char* format, double value) {
     std::array<char, 64> text{};
     std::snprintf(text.data(), text.size(), format, value);
     return text.data();
-}
-
-std::string Hex(const std::vector<uint8_t>& bytes) {
-    std::string text;
-    for (size_t i = 0; i < bytes.size(); ++i) {
-        std::array<char, 4> byte{};
-        std::snprintf(byte.data(), byte.size(), "%02x", bytes[i]);
-        text += (i > 0 && i % 4 == 0 ? " " : "") + std::string(byte.data());
-    }
-    return text;
 }
 
 std::string HexNumber(uint64_t number) {
@@ -105,101 +90,64 @@ std::jthread Repeat(CArrivals& arrivals, W work) {
 // What is known of an event, for people and for programs.
 class CPrinter {
 public:
-    CPrinter(const CCameraFacts& camera, bool json) : m_camera(camera), m_json(json) {
-        if (camera.Features()) {
-            m_names = EventNames(*camera.Features());
-        }
-    }
+    CPrinter(const CCameraFacts& camera, bool json)
+        : m_reader(camera.Features() ? &*camera.Features() : nullptr), m_json(json) {}
 
     void Print(const SArrival& arrival, Clock::time_point begin) const {
-        const SEventFacts facts = arrival.source->Facts(arrival.bytes);
-        const auto known = facts.id ? m_names.find(*facts.id) : m_names.end();
-        const SEventName name = known != m_names.end() ? known->second : SEventName{};
+        const SEvent event = m_reader.Read(*arrival.source, arrival.bytes, true);
+        for (const auto& [key, read] : event.data) {
+            if (!read.value) {
+                Note(read.name + " cannot be read" + (read.error.empty() ? "" : ": " + read.error));
+            }
+        }
         const double seconds = std::chrono::duration<double>(arrival.time - begin).count();
         if (m_json) {
-            PrintJson(arrival, facts, name, seconds);
+            Json json{{"seconds", seconds}};
+            json.update(ToJson(event));
+            std::cout << ToLine(json) << std::endl;
         } else {
-            PrintText(arrival, facts, name, seconds);
+            PrintText(event, seconds);
         }
     }
 
 private:
-    // Hands each of the event's data on that can be read.
-    template <class F>
-    void Read(const SEventName& name, F take) const {
-        for (const auto& [key, feature] : name.data) {
-            const SFeature read = m_camera.Features()->Describe(feature);
-            if (read.value) {
-                take(key, read);
-            } else {
-                Note(feature + " cannot be read" + (read.error.empty() ? "" : ": " + read.error));
-            }
-        }
-    }
-
-    void PrintText(const SArrival& arrival, const SEventFacts& facts, const SEventName& name,
-                   double seconds) const {
-        std::string line = Format("%11.6f s  ", seconds) + arrival.source->Name() + "  ";
-        line += !name.name.empty() ? name.name
-                : facts.id         ? "ID " + HexNumber(*facts.id)
-                                   : "ID " + Printable(facts.idText);
+    static void PrintText(const SEvent& event, double seconds) {
+        const SEventFacts& facts = event.facts;
+        std::string line = Format("%11.6f s  ", seconds) + event.source + "  ";
+        line += !event.name.empty() ? event.name
+                : facts.id          ? "ID " + HexNumber(*facts.id)
+                                    : "ID " + Printable(facts.idText);
         if (facts.value) {
             line += "  value " + std::to_string(*facts.value);
         }
         if (facts.timestamp) {
             line += "  timestamp " + std::to_string(*facts.timestamp);
         }
-        Read(name, [&](const std::string& key, const SFeature& read) {
-            line += "  " + Printable(key) + " " + Printable(*read.value) +
-                    (read.unit.empty() ? "" : " " + Printable(read.unit));
-        });
+        for (const auto& [key, read] : event.data) {
+            if (read.value) {
+                line += "  " + Printable(key) + " " + Printable(*read.value) +
+                        (read.unit.empty() ? "" : " " + Printable(read.unit));
+            }
+        }
         if (!facts.text.empty()) {
             line += "  " + Printable(facts.text);
-        } else if (!facts.value && name.data.empty()) {
-            line += "  " + Hex(arrival.bytes);
+        } else if (!facts.value && event.data.empty()) {
+            line += "  " + Hex(event.bytes);
         }
         std::cout << line << std::endl;
     }
 
-    void PrintJson(const SArrival& arrival, const SEventFacts& facts, const SEventName& name,
-                   double seconds) const {
-        Json json{{"seconds", seconds}, {"source", arrival.source->Name()}};
-        json["id"] = facts.id ? Json(*facts.id) : Json(facts.idText);
-        json["name"] = name.name.empty() ? Json() : Json(name.name);
-        json["value"] = facts.value ? Json(*facts.value) : Json();
-        json["timestamp"] = facts.timestamp ? Json(*facts.timestamp) : Json();
-        json["text"] = facts.text;
-        json["data"] = Json::object();
-        Read(name, [&](const std::string& key, const SFeature& read) {
-            json["data"][key] = ValueOf(read.kind, *read.value);
-        });
-        json["bytes"] = Hex(arrival.bytes);
-        std::cout << ToLine(json) << std::endl;
-    }
-
-    const CCameraFacts& m_camera;
+    const CEventReader m_reader;
     const bool m_json;
-    std::map<uint64_t, SEventName> m_names;
 };
 
-// A module need not have events of every kind.
-void AddSource(Sources& sources, const CSystem& system, const char* name, void* module,
-               EVENT_TYPE type) {
-    try {
-        sources.push_back(std::make_unique<CEventSource>(system.Producer(), system.IsNorvelTL(),
-                                                         name, module, type));
-    } catch (const CCallError& error) {
-        Note(std::string("no ") + name + " events: " + error.what());
-    }
-}
-
 // Prints events until the time is over; answers how many, also after a failure, which it reports.
-uint64_t Watch(const Sources& sources, CStream* stream, const std::optional<double>& seconds,
+uint64_t Watch(const SEventSources& events, CStream* stream, const std::optional<double>& seconds,
                const CPrinter& printer) {
     CArrivals arrivals;
     const Clock::time_point begin = Clock::now();
     std::vector<std::jthread> threads;
-    for (const auto& source : sources) {
+    for (const auto& source : events.sources) {
         threads.push_back(Repeat(arrivals, [&arrivals, source = source.get()] {
             std::vector<uint8_t> bytes = source->Wait(kWaitSlice);
             if (!bytes.empty()) {
@@ -259,11 +207,11 @@ EExitCode Events(const std::string& cti, const SEventOptions& options) {
     const CCameraFacts camera(producer, device.Get());
     camera.Set(options.settings);
 
-    Sources sources;
-    AddSource(sources, *choice.system, "camera", RemotePort(producer, device.Get()),
-              EVENT_REMOTE_DEVICE);
-    AddSource(sources, *choice.system, "device error", device.Get(), EVENT_ERROR);
-    if (sources.empty()) {
+    const SEventSources events = OpenEventSources(*choice.system, device.Get());
+    for (const std::string& lacking : events.lacking) {
+        Note(lacking);
+    }
+    if (events.sources.empty()) {
         throw CToolError("the camera has no events");
     }
     const CPrinter printer(camera, options.json);
@@ -280,7 +228,7 @@ EExitCode Events(const std::string& cti, const SEventOptions& options) {
     if (!options.json) {
         std::cout << "camera      " << Printable(choice.device->id) << std::endl;
     }
-    const uint64_t count = Watch(sources, stream ? &*stream : nullptr, options.seconds, printer);
+    const uint64_t count = Watch(events, stream ? &*stream : nullptr, options.seconds, printer);
     if (!options.json) {
         std::cout << "events      " << count << std::endl;
     }

@@ -19,7 +19,11 @@ Json ToJson(const SFeature& feature) {
             json[key] = ValueOf(feature.kind, *value);
         }
     };
+    json["visibility"] = feature.visibility;
     json["access"] = feature.access;
+    if (feature.isLocked) {
+        json["locked"] = true;
+    }
     add("value", feature.value);
     add("min", feature.min);
     add("max", feature.max);

@@ -95,6 +95,17 @@ std::string Joined(const std::vector<std::string>& texts) {
     return joined;
 }
 
+std::string Visibility(const SNode& node, const std::string& least) {
+    constexpr std::array<std::string_view, 4> kLevels{"Beginner", "Expert", "Guru", "Invisible"};
+    const auto rank = [&](const std::string& level) {
+        const auto* const found = std::find(kLevels.begin(), kLevels.end(), level);
+        return found == kLevels.end() ? kLevels.begin() : found;
+    };
+    const auto* const own =
+        std::max(rank(node.Text("Visibility")), rank(node.Text("ImposedVisibility")));
+    return std::string(*std::max(own, rank(least)));
+}
+
 CToolError Refused(const SNode& node, const std::string& value, const std::string& reason) {
     return CToolError(node.name + " does not take \"" + Printable(value) + "\": " + reason);
 }
@@ -135,7 +146,7 @@ CFeatures::CFeatures(const CProducer& producer, PORT_HANDLE port)
 
 std::vector<SListed> CFeatures::Names() const {
     std::vector<SListed> names;
-    Walk("Root", names, 0);
+    Walk({"Root", {}, {}}, names, 0);
     return names;
 }
 
@@ -264,9 +275,6 @@ void CFeatures::Set(const std::string& feature, const std::string& value) const 
 }
 
 void CFeatures::CheckWritable(const SNode& node) const {
-    const auto isLocked = [this](const SNode& part) {
-        return part.Has("pIsLocked") && m_nodes.Integer(part.Text("pIsLocked")) != 0;
-    };
     switch (m_nodes.Access(node.name)) {
     case EAccess::ReadWrite:
     case EAccess::WriteOnly:
@@ -278,13 +286,20 @@ void CFeatures::CheckWritable(const SNode& node) const {
     case EAccess::ReadOnly:
         break;
     }
+    throw CToolError(node.name + (IsLocked(node) ? " cannot be written now: it is locked"
+                                                 : " cannot be written: it is read-only"));
+}
+
+bool CFeatures::IsLocked(const SNode& node) const {
+    const auto isLocked = [this](const SNode& part) {
+        return part.Has("pIsLocked") && m_nodes.Integer(part.Text("pIsLocked")) != 0;
+    };
     // The access was found by following these references, so that they end.
     const SNode* part = &node;
     while (!isLocked(*part) && part->Has("pValue")) {
         part = &m_nodes.Node(part->Text("pValue"));
     }
-    throw CToolError(node.name + (isLocked(*part) ? " cannot be written now: it is locked"
-                                                  : " cannot be written: it is read-only"));
+    return isLocked(*part);
 }
 
 void CFeatures::SetNumber(const SNode& node, const std::string& value) const {
@@ -312,6 +327,7 @@ SFeature CFeatures::Describe(const std::string& feature, const std::string& cate
     described.category = category;
     described.kind = UserKind(node.kind);
     described.toolTip = node.Text("ToolTip");
+    described.visibility = Visibility(node, {});
     described.unit = node.Text("Unit");
     described.selects = node.Texts("pSelected");
     try {
@@ -325,6 +341,7 @@ SFeature CFeatures::Describe(const std::string& feature, const std::string& cate
 void CFeatures::Fill(const SNode& node, SFeature& feature) const {
     const EAccess access = m_nodes.Access(node.name);
     feature.access = AccessText(access);
+    feature.isLocked = access == EAccess::ReadOnly && IsLocked(node);
     const bool isReadable = access == EAccess::ReadOnly || access == EAccess::ReadWrite;
     if (feature.kind == "Command" || !isReadable) {
         return;
@@ -350,20 +367,22 @@ std::vector<SFeature> CFeatures::All() const {
     std::vector<SFeature> features;
     for (const SListed& listed : Names()) {
         features.push_back(Describe(listed.name, listed.category));
+        features.back().visibility = listed.visibility;
     }
     return features;
 }
 
-void CFeatures::Walk(const std::string& category, std::vector<SListed>& names,
-                     unsigned depth) const {
+void CFeatures::Walk(const SListed& category, std::vector<SListed>& names, unsigned depth) const {
     if (depth > kMaxDepth) {
-        throw CToolError("category " + category + " leads back to itself");
+        throw CToolError("category " + category.name + " leads back to itself");
     }
-    for (const std::string& name : m_nodes.Node(category).Texts("pFeature")) {
-        if (m_nodes.Node(name).kind == "Category") {
-            Walk(name, names, depth + 1);
+    for (const std::string& name : m_nodes.Node(category.name).Texts("pFeature")) {
+        const SNode& node = m_nodes.Node(name);
+        const SListed listed{name, category.name, Visibility(node, category.visibility)};
+        if (node.kind == "Category") {
+            Walk(listed, names, depth + 1);
         } else {
-            names.push_back({name, category});
+            names.push_back(listed);
         }
     }
 }

@@ -20,7 +20,9 @@ struct SFeature {
     std::string category;
     std::string kind; // Integer, Float, Boolean, Enumeration, String, Command or Register
     std::string toolTip;
-    std::string access; // "RW", "RO", "WO", "NA" or "NI"
+    std::string visibility; // Beginner, Expert, Guru or Invisible
+    std::string access;     // "RW", "RO", "WO", "NA" or "NI"
+    bool isLocked = false;  // could be written, but not now
     std::optional<std::string> value;
     std::string unit;
     std::optional<std::string> min, max, increment;
@@ -32,6 +34,7 @@ struct SFeature {
 struct SListed {
     std::string name;
     std::string category;
+    std::string visibility; // that of its categories where they hide more
 };
 
 // The names that it takes need not keep to the case where only one feature can be meant; those of
@@ -70,11 +73,13 @@ private:
 
     // Throws what cannot be written.
     void CheckWritable(const GenApi::SNode& node) const;
+    // node: one whose access can be told.
+    bool IsLocked(const GenApi::SNode& node) const;
     const GenApi::SNode& Known(const std::string& feature) const;
     std::vector<SEntry> Entries(const GenApi::SNode& node) const;
     void SetNumber(const GenApi::SNode& node, const std::string& value) const;
     void Fill(const GenApi::SNode& node, SFeature& feature) const;
-    void Walk(const std::string& category, std::vector<SListed>& names, unsigned depth) const;
+    void Walk(const SListed& category, std::vector<SListed>& names, unsigned depth) const;
 
     GenApi::CNodeMap m_nodes;
 };

@@ -41,7 +41,9 @@ CLiveCamera::CLiveCamera(const SChoice& choice)
     : m_id(choice.device->id),
       m_producer(choice.system->Producer()),
       m_device(OpenDevice(choice)),
-      m_camera(m_producer, m_device.Get()) {
+      m_camera(m_producer, m_device.Get()),
+      m_events(*choice.system, m_device.Get(),
+               m_camera.Features() ? &*m_camera.Features() : nullptr, m_control) {
     Start();
 }
 
@@ -182,6 +184,15 @@ const CFeatures& CLiveCamera::TheFeatures() const {
 std::vector<SFeature> CLiveCamera::Features() {
     const std::lock_guard control(m_control);
     return TheFeatures().All();
+}
+
+std::vector<SFeature> CLiveCamera::Features(const std::vector<std::string>& names) {
+    const std::lock_guard control(m_control);
+    std::vector<SFeature> features;
+    for (const std::string& name : names) {
+        features.push_back(TheFeatures().Describe(name));
+    }
+    return features;
 }
 
 SFeature CLiveCamera::Feature(const std::string& name) {

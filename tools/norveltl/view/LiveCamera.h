@@ -5,6 +5,7 @@
 #include "files/Image.h"
 #include "grabbing/Acquisition.h"
 #include "grabbing/Stream.h"
+#include "view/EventLog.h"
 
 #include <atomic>
 #include <chrono>
@@ -75,8 +76,11 @@ public:
     std::shared_ptr<const CFrame> WaitForFrame(uint64_t after, std::chrono::milliseconds time);
     SQuality Quality();
 
+    CEventLog& Events() { return m_events; }
+
     // All throw CToolError with what the camera or its description says against it.
     std::vector<SFeature> Features();
+    std::vector<SFeature> Features(const std::vector<std::string>& names);
     SFeature Feature(const std::string& name);
     void Set(const std::string& name, const std::string& value);
     void Execute(const std::string& name);
@@ -105,6 +109,7 @@ private:
     const CCameraFacts m_camera;
     // Start, stop, and all that goes through the camera's port, one at a time.
     std::mutex m_control;
+    CEventLog m_events;
     std::unique_ptr<SRun> m_run;
 
     std::mutex m_lock; // guards all that follows

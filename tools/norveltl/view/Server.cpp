@@ -175,9 +175,14 @@ Json QualityJson(CLiveCamera& camera) {
             {"intervals", quality.intervals}};
 }
 
-Json FeaturesJson(CLiveCamera& camera) {
+// All features, or those of the names that are given, without their categories.
+Json FeaturesJson(CLiveCamera& camera, const Request& request) {
+    const auto [begin, end] = request.params.equal_range("name");
+    std::vector<std::string> names;
+    std::transform(begin, end, std::back_inserter(names),
+                   [](const auto& its) { return its.second; });
     Json json = Json::array();
-    for (const SFeature& feature : camera.Features()) {
+    for (const SFeature& feature : names.empty() ? camera.Features() : camera.Features(names)) {
         json.push_back(ToJson(feature));
     }
     return json;
@@ -286,7 +291,13 @@ void CViewServer::SImplementation::ServeQuestions() {
         Answer(response, QualityJson(*Required(cameras, request.get_param_value("camera"))));
     });
     server.Get("/api/features", [this](const Request& request, Response& response) {
-        Answer(response, FeaturesJson(*Required(cameras, request.get_param_value("camera"))));
+        const auto camera = Required(cameras, request.get_param_value("camera"));
+        Answer(response, FeaturesJson(*camera, request));
+    });
+    server.Get("/api/events", [this](const Request& request, Response& response) {
+        const auto camera = Required(cameras, request.get_param_value("camera"));
+        Answer(response, camera->Events().After(NumberOf<uint64_t>(request, "after", 0),
+                                                NumberOf<size_t>(request, "most", 100)));
     });
 }
 
