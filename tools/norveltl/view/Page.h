@@ -19,6 +19,8 @@ extern const unsigned char kPagePicture[];
 extern const std::size_t kPagePictureSize;
 extern const unsigned char kPageFeatures[];
 extern const std::size_t kPageFeaturesSize;
+extern const unsigned char kPageFeature[];
+extern const std::size_t kPageFeatureSize;
 extern const unsigned char kPageQuality[];
 extern const std::size_t kPageQualitySize;
 

@@ -25,6 +25,8 @@ using Response = httplib::Response;
 constexpr size_t kNumThreads = 64;
 constexpr size_t kMaxRequestBytes = 65536;
 constexpr time_t kSilenceSeconds = 5;
+// Pages ask several times a second; the end of the server waits for each idle connection.
+constexpr time_t kIdleSeconds = 1;
 constexpr size_t kMaxRequestsOfConnection = 10'000;
 // Longer than between two images of most cameras, and shorter than users wait for a button.
 constexpr std::chrono::milliseconds kPictureWait{500};
@@ -50,6 +52,7 @@ std::vector<SFile> PageFiles() {
             {"/talk.js", script, {kPageTalk, kPageTalkSize}},
             {"/picture.js", script, {kPagePicture, kPagePictureSize}},
             {"/features.js", script, {kPageFeatures, kPageFeaturesSize}},
+            {"/feature.js", script, {kPageFeature, kPageFeatureSize}},
             {"/quality.js", script, {kPageQuality, kPageQualitySize}}};
 }
 
@@ -240,6 +243,7 @@ void CViewServer::SImplementation::GuardDoor() {
                                 {"Cache-Control", "no-store"}});
     server.set_payload_max_length(kMaxRequestBytes);
     server.set_keep_alive_max_count(kMaxRequestsOfConnection);
+    server.set_keep_alive_timeout(kIdleSeconds);
     server.set_read_timeout(kSilenceSeconds);
     server.set_write_timeout(kSilenceSeconds);
     server.new_task_queue = [] { return new httplib::ThreadPool(kNumThreads); };

@@ -1,163 +1,120 @@
-// A camera's features by category, each with an editor for its kind. A value that the camera refuses goes back.
-import {ask, make, order} from "./talk.js";
+// A camera's features by category. Those that are seen follow the camera; the others are not asked for.
+import {ask, make, order, pause} from "./talk.js";
+import {Feature} from "./feature.js";
 
-const steps = 1000;
-
-function isWritable(feature) {
-  return feature.access === "RW" || feature.access === "WO";
-}
-
-function textEditor(feature, submit) {
-  const editor = make("input", {type: "text", value: feature.value ?? ""});
-  editor.addEventListener("change", () => submit(editor.value));
-  return editor;
-}
-
-function makeEditor(feature, submit) {
-  switch (feature.kind) {
-  case "Boolean": {
-    const editor = make("input", {type: "checkbox", checked: feature.value === true});
-    editor.addEventListener("change", () => submit(String(editor.checked)));
-    return editor;
-  }
-  case "Enumeration": {
-    const names = [...(feature.entries ?? [])];
-    if (feature.value !== undefined && !names.includes(feature.value)) {
-      names.push(feature.value);
-    }
-    const editor = make("select", {}, ...names.map(name => make("option", {value: name, selected: name === feature.value}, name)));
-    editor.addEventListener("change", () => submit(editor.value));
-    return editor;
-  }
-  case "Command": {
-    const editor = make("button", {type: "button"}, "Execute");
-    editor.addEventListener("click", () => submit(null));
-    return editor;
-  }
-  default:
-    return textEditor(feature, submit);
-  }
-}
-
-/** For a number between limits: a slider in equal steps, or in steps of equal ratio over more than three decades. */
-function makeSlider(feature, submit) {
-  const {min, max, value} = feature;
-  if (![min, max, value].every(number => typeof number === "number" && Number.isFinite(number)) || min >= max) {
-    return null;
-  }
-  const byRatio = min > 0 && max / min > 1000;
-  const toStep = number => Math.round(steps * (byRatio ? Math.log(number / min) / Math.log(max / min) : (number - min) / (max - min)));
-  const toNumber = step => byRatio ? min * (max / min) ** (step / steps) : min + (max - min) * step / steps;
-  const slider = make("input", {type: "range", min: 0, max: steps, value: toStep(value), ariaLabel: `${feature.name}, slider`});
-  slider.addEventListener("change", () => {
-    let number = Math.min(max, Math.max(min, toNumber(Number(slider.value))));
-    if (feature.kind === "Integer") {
-      const increment = typeof feature.increment === "number" ? feature.increment : 1;
-      number = min + Math.round((number - min) / increment) * increment;
-    }
-    submit(String(feature.kind === "Integer" ? number : Number(number.toPrecision(6))));
-  });
-  return slider;
-}
+const levels = ["Beginner", "Expert", "Guru"];
+const followPause = 1000;
+const mostAtOnce = 50;
 
 export class Features {
-  constructor(list, filter) {
-    this.list = list;
-    this.filter = filter;
+  /** Of elements: the list, the search, who looks, and what is hidden from them. */
+  constructor({list, filter, level, more}) {
+    Object.assign(this, {list, filter, level, more});
     this.camera = null;
     this.closed = new Set();
+    this.features = new Map(); // by their names
+    this.seen = new Set(); // names
+    this.observer = new IntersectionObserver(entries => {
+      for (const {target, isIntersecting} of entries) {
+        this.seen[isIntersecting ? "add" : "delete"](target.dataset.name);
+      }
+    }, {root: list});
+    level.replaceChildren(...levels.map(name => make("option", {value: name}, name)));
+    level.value = localStorage.getItem("level") ?? levels[0];
+    level.addEventListener("change", () => {
+      localStorage.setItem("level", level.value);
+      this.applyFilter();
+    });
     filter.addEventListener("input", () => this.applyFilter());
+    this.follow();
   }
 
   async show(camera) {
     this.camera = camera;
-    if (camera === null) {
-      this.list.replaceChildren();
-      return;
+    this.observer.disconnect();
+    this.seen.clear();
+    let listed = [];
+    let trouble = null;
+    if (camera !== null) {
+      try {
+        listed = await ask("features", {camera});
+      } catch (error) {
+        trouble = make("p", {className: "error"}, error.message);
+      }
+      if (camera !== this.camera) {
+        return;
+      }
     }
-    let features;
-    try {
-      features = await ask("features", {camera});
-    } catch (error) {
-      this.list.replaceChildren(make("p", {className: "error"}, error.message));
-      return;
-    }
-    if (camera !== this.camera) {
-      return;
-    }
+    listed = listed.filter(facts => facts.visibility !== "Invisible");
+    this.features = new Map(listed.map(facts => [facts.name, new Feature(facts, (...its) => this.submit(camera, ...its))]));
     const groups = new Map();
-    for (const feature of features) {
-      const rows = groups.get(feature.category) ?? groups.set(feature.category, []).get(feature.category);
-      rows.push(this.makeRow(feature));
+    for (const {facts, element} of this.features.values()) {
+      (groups.get(facts.category) ?? groups.set(facts.category, []).get(facts.category)).push(element);
     }
     const scrolled = this.list.scrollTop;
     this.list.replaceChildren(...[...groups].map(([category, rows]) => {
       const group = make("details", {open: !this.closed.has(category)}, make("summary", {}, category || "Others"), ...rows);
       group.addEventListener("toggle", () => this.closed[group.open ? "delete" : "add"](category));
       return group;
-    }));
+    }), ...(trouble === null ? [] : [trouble]));
     this.list.scrollTop = scrolled;
     this.applyFilter();
+    for (const {element} of this.features.values()) {
+      this.observer.observe(element);
+    }
   }
 
   applyFilter() {
     const wanted = this.filter.value.trim().toLowerCase();
+    const level = levels.indexOf(this.level.value);
+    let numHidden = 0;
+    for (const {facts, element} of this.features.values()) {
+      const matches = facts.name.toLowerCase().includes(wanted);
+      const isShown = levels.indexOf(facts.visibility) <= level;
+      element.hidden = !matches || !isShown;
+      numHidden += matches && !isShown;
+    }
     for (const group of this.list.querySelectorAll("details")) {
-      let isAny = false;
-      for (const row of group.querySelectorAll(".feature")) {
-        row.hidden = !row.dataset.name.toLowerCase().includes(wanted);
-        isAny ||= !row.hidden;
-      }
-      group.hidden = !isAny;
+      group.hidden = group.querySelector(".feature:not([hidden])") === null;
       if (wanted !== "") {
         group.open = true;
       }
     }
+    this.more.textContent = numHidden === 0 ? "" : `${numHidden} more for ${levels.slice(level + 1).join(" and ")}`;
   }
 
-  makeRow(feature) {
-    const row = make("div", {className: "feature"});
-    row.dataset.name = feature.name;
-    const submit = value => this.submit(row, feature, value);
-    const editor = makeEditor(feature, submit);
-    editor.id = `feature-${feature.name}`;
-    editor.disabled = feature.kind === "Command" ? feature.access === "NA" : !isWritable(feature);
-    const label = make("label", {htmlFor: editor.id, title: feature.toolTip ?? ""}, feature.name);
-    const value = make("span", {className: "value"}, editor);
-    if (feature.unit) {
-      value.append(make("span", {className: "unit"}, feature.unit));
-    }
-    if (feature.min !== undefined) {
-      editor.title = `from ${feature.min} to ${feature.max}` + (feature.increment === undefined ? "" : `, step ${feature.increment}`);
-    } else if (editor.disabled) {
-      editor.title = feature.access === "RO" ? "read-only" : "not available now";
-    }
-    row.append(label, value);
-    const slider = isWritable(feature) ? makeSlider(feature, submit) : null;
-    if (slider !== null) {
-      row.append(slider);
-    }
-    if (feature.error) {
-      row.append(make("p", {className: "error"}, feature.error));
-    }
-    return row;
-  }
-
-  async submit(row, feature, value) {
+  /** Reads what is seen anew. */
+  async refresh() {
     const camera = this.camera;
+    const names = [...this.seen].filter(name => this.features.has(name)).slice(0, mostAtOnce);
+    if (camera === null || names.length === 0) {
+      return;
+    }
+    const read = await ask("features", {camera, name: names});
+    if (camera === this.camera) {
+      read.forEach(facts => this.features.get(facts.name)?.update(facts));
+    }
+  }
+
+  async follow() {
+    for (;;) {
+      await pause(followPause);
+      if (!document.hidden) {
+        // Whether the camera is there is told elsewhere.
+        await this.refresh().catch(() => {});
+      }
+    }
+  }
+
+  async submit(camera, {name}, value) {
     let refusal = null;
     try {
-      await (value === null ? order("execute", {camera, name: feature.name})
-        : order("set", {camera, name: feature.name, value}));
+      await (value === null ? order("execute", {camera, name}) : order("set", {camera, name, value}));
     } catch (error) {
       refusal = error.message;
     }
     // One feature can change others.
-    await this.show(camera);
-    const same = [...this.list.querySelectorAll(".feature")].find(other => other.dataset.name === feature.name);
-    if (refusal !== null && same !== undefined) {
-      same.append(make("p", {className: "error", role: "alert"}, refusal));
-    }
-    same?.querySelector("input, select, button")?.focus();
+    await this.refresh().catch(() => {});
+    return refusal;
   }
 }

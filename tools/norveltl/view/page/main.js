@@ -6,7 +6,7 @@ import {plotIntervals, showFigures} from "./quality.js";
 
 const element = id => document.getElementById(id);
 const pictures = new Map(); // by the cameras' keys
-const features = new Features(element("features"), element("filter"));
+const features = new Features({list: element("features"), filter: element("filter"), level: element("level"), more: element("more")});
 let chosen = null;
 
 function tell(text) {

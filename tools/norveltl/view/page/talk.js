@@ -30,8 +30,10 @@ async function reach(path, options) {
   return response;
 }
 
+/** A parameter that is a list stands there once for each element. */
 function pathOf(path, parameters) {
-  return `/api/${path}?${new URLSearchParams(parameters)}`;
+  const pairs = Object.entries(parameters).flatMap(([name, values]) => [values].flat().map(value => [name, value]));
+  return `/api/${path}?${new URLSearchParams(pairs)}`;
 }
 
 export async function ask(path, parameters = {}) {
