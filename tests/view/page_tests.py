@@ -4,6 +4,7 @@
 Where GTEST_OUTPUT names a folder ("xml:FOLDER/"), a report for scripts/summarise.py goes there.
 """
 import pathlib
+import re
 import sys
 import time
 import unittest
@@ -15,6 +16,7 @@ from selenium.common.exceptions import (ElementNotInteractableException, NoSuchE
 from selenium.webdriver.common.action_chains import ActionChains
 from selenium.webdriver.common.by import By
 from selenium.webdriver.common.keys import Keys
+from selenium.webdriver.support.select import Select
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tool"))
 import harness  # noqa: E402
@@ -103,6 +105,9 @@ class PageTest(ViewTest):
         return self.wait_for(lambda: next(iter(self.browser.find_elements(
             By.CSS_SELECTOR, f".feature[data-name={feature}]")), None))
 
+    def select(self, selector, text):
+        Select(self.find(selector)).select_by_visible_text(text)
+
     def enter(self, feature, value):
         def type_it():
             editor = self.row(feature).find_element(By.CSS_SELECTOR, "input")
@@ -180,6 +185,93 @@ class Pictures(PageTest):
         self.assertGreater(self.server.ask("quality", camera=CAM)["delivered"], frozen)
         self.find("canvas.picture").send_keys(" ")
         self.wait_for(lambda: self.image_number() > frozen)
+
+    def drag(self, begin, end, key=None):
+        """From and to places that are given from the middle of the canvas."""
+        canvas = self.find("canvas.picture")
+        actions = ActionChains(self.browser)
+        if key:
+            actions.key_down(key)
+        actions.move_to_element_with_offset(canvas, *begin).click_and_hold()
+        actions.move_to_element_with_offset(canvas, *end).release()
+        if key:
+            actions.key_up(key)
+        actions.perform()
+
+    def numbers(self, text):
+        return [float(number) for number in re.findall(r"\d+(?:\.\d+)?", text)]
+
+    def test_values_along_a_line(self):
+        self.open("Cam", world=world(camera()))
+        self.image_number()
+        canvas = self.find("canvas.picture")
+        canvas.send_keys("1")
+
+        def profile():
+            return self.numbers(self.find("canvas.profile").accessible_name)
+        for draw in (lambda: self.drag((-100, 0), (-40, 0), Keys.CONTROL),
+                     lambda: (self.select("select[title='What a drag does']", "marks a line"), self.drag((-100, 0), (-40, 0)))):
+            draw()
+            least, most, length = self.wait_for(profile)
+            self.assertLessEqual(abs(least - 60) + abs(most - 120), 2)
+            self.assertEqual(length, most - least)
+        # Its end alone, then all of it.
+        canvas.send_keys(Keys.SHIFT, Keys.ARROW_RIGHT)
+        self.wait_for(lambda: profile() == [least, most + 4, length + 4])
+        canvas.send_keys(Keys.CONTROL, Keys.ARROW_LEFT, Keys.ARROW_LEFT)
+        self.wait_for(lambda: profile() == [least - 8, most - 4, length + 4])
+        canvas.send_keys("l")
+        self.wait_for(lambda: not self.find("canvas.profile").is_displayed())
+        canvas.send_keys("l")
+        self.wait_for(lambda: profile() == [0, 255, WIDTH - 1])
+
+    def test_a_region(self):
+        self.open("Cam", world=world(camera()))
+        self.image_number()
+        canvas = self.find("canvas.picture")
+        canvas.send_keys("1")
+        self.drag((-100, -20), (-41, 19), Keys.SHIFT)
+
+        def region():
+            found = re.search(r"region (\d+) × (\d+) at (\d+), (\d+)\nmean ([\d.]+)  ?deviation ([\d.]+)", self.text(".status"))
+            return found and [float(number) for number in found.groups()]
+        width, height, x, y, mean, deviation = self.wait_for(region)
+        self.assertEqual((width, height), (60, 40))
+        self.assertLessEqual(abs(x - 60) + abs(y - 100), 2)
+        # Whole numbers in a row.
+        self.assertEqual((mean, deviation), (x + 29.5, 17.32))
+        canvas.send_keys(Keys.SHIFT, Keys.ARROW_LEFT)
+        self.wait_for(lambda: region() == [56, 40, x, y, x + 27.5, 16.16])
+        canvas.send_keys("r")
+        self.wait_for_text(".status", "what is seen")
+
+    def test_a_kept_picture_beside_the_live_one(self):
+        self.open("Cam", world=world(camera()))
+        self.image_number()
+        canvas = self.find("canvas.picture")
+        canvas.send_keys("1")
+        width, height = self.stage()
+        left = (width - WIDTH) // 2
+        canvas.send_keys("c")
+        self.wait_for(lambda: self.find(".comparing").is_displayed())
+        self.server.order("set", camera=CAM, name="TestPattern", value="White")
+
+        def sees(*greys):
+            return [self.pixel(left + x, height // 2) for x in (40, 100, 200, 300)] == [[grey] * 3 for grey in greys]
+        self.wait_for(lambda: self.pixel(left + 300, height // 2) == [255] * 3)
+        # The pixel that is seen may lie half a pixel beside.
+        shift = self.pixel(left + 40, height // 2)[0] - 40
+        self.assertLessEqual(abs(shift), 1)
+        self.wait_for(lambda: sees(40 + shift, 100 + shift, 255, 255))
+        ActionChains(self.browser).move_to_element_with_offset(canvas, -100, 0).perform()
+        self.assertRegex(self.wait_for_text(".status output", "kept"), r"value 255, kept (59|60|61)$")
+        self.select(".comparing select", "Difference")
+        self.wait_for(lambda: sees(255, 255, 128 + 55 - shift, 255))
+        self.select(".comparing select", "Wipe")
+        self.find(".comparing input").send_keys(Keys.HOME)
+        self.wait_for(lambda: sees(255, 255, 255, 255))
+        canvas.send_keys("c")
+        self.wait_for(lambda: not self.find(".comparing").is_displayed())
 
     def test_no_image_is_lost_to_two_pages_and_a_reload(self):
         self.open("Cam", world=world(camera()))
@@ -295,7 +387,7 @@ class Features(PageTest):
             return {row.get_attribute("data-name") for row in self.browser.find_elements(By.CSS_SELECTOR, ".feature")
                     if row.is_displayed()}
         for level, more, hidden in (("Beginner", "1 more for Expert and Guru", {"UserMemory"}), ("Guru", "", set())):
-            self.find("#level").send_keys(level)
+            self.select("#level", level)
             self.wait_for(lambda more=more: self.text("#more") == more)
             self.assertEqual({"DeviceUserID", "UserMemory"} - seen(), hidden)
         self.assertEqual(self.browser.find_elements(By.CSS_SELECTOR, "[data-name=TLParamsLocked]"), [])
@@ -318,6 +410,36 @@ class Features(PageTest):
         self.wait_for(lambda: self.editor_value("DeviceUserID") == markup)
         self.wait_for_text("figcaption", "<i id=evil>Cam")
         self.assertEqual(self.browser.find_elements(By.ID, "evil"), [])
+
+
+class Events(PageTest):
+    def test_a_list_that_can_be_paused(self):
+        self.open("Cam", world=world(camera(frameRate=20)))
+        self.image_number()
+        self.server.order("set", camera=CAM, name="EventNotification", value="On")
+        self.find("#reports summary").click()
+
+        def newest():
+            return self.text("#events li")
+        self.assertRegex(self.wait_for(newest), r"^\d\d:\d\d:\d\d\.\d{3}\s+FrameStart\s+value \d+\s+FrameID \d+")
+        first = newest()
+        self.wait_for(lambda: newest() != first)
+        self.find("#events-pause").click()
+        time.sleep(0.5)
+        kept = newest()
+        time.sleep(1)
+        self.assertEqual(newest(), kept)
+        self.find("#events-pause").click()
+        self.wait_for(lambda: newest() != kept)
+
+    def test_no_more_than_can_be_looked_at(self):
+        burst = {"eventId": 77, "value": 5, "count": 3000, "afterImages": 3}
+        self.open("Cam", world=world(camera(eventBursts=[burst])))
+        self.image_number()
+        self.find("#reports summary").click()
+        self.wait_for_text("#events-about", "3,000 since it was opened")
+        self.assertEqual(len(self.browser.find_elements(By.CSS_SELECTOR, "#events li")), 200)
+        self.assertIn("ID 0x4d", self.text("#events li"))
 
 
 class Page(PageTest):
@@ -343,8 +465,7 @@ class Page(PageTest):
         self.open("Cam", world=world(camera()))
         self.row("Width")
         self.image_number()
-        self.browser.execute_script("const level = document.querySelector('#level'); level.value = 'Guru';"
-                                    "level.dispatchEvent(new Event('change'))")
+        self.select("#level", "Guru")
         # One call for all, as each takes its time.
         controls = self.browser.execute_script(
             "return [...document.querySelectorAll('button, input, select, canvas')].filter(its => its.checkVisibility())")

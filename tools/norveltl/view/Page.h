@@ -21,7 +21,15 @@ extern const unsigned char kPageFeatures[];
 extern const std::size_t kPageFeaturesSize;
 extern const unsigned char kPageFeature[];
 extern const std::size_t kPageFeatureSize;
+extern const unsigned char kPageEvents[];
+extern const std::size_t kPageEventsSize;
 extern const unsigned char kPageQuality[];
 extern const std::size_t kPageQualitySize;
+extern const unsigned char kPageMarks[];
+extern const std::size_t kPageMarksSize;
+extern const unsigned char kPageStatistics[];
+extern const std::size_t kPageStatisticsSize;
+extern const unsigned char kPageCompare[];
+extern const std::size_t kPageCompareSize;
 
 } // namespace norveltl

@@ -53,6 +53,10 @@ std::vector<SFile> PageFiles() {
             {"/picture.js", script, {kPagePicture, kPagePictureSize}},
             {"/features.js", script, {kPageFeatures, kPageFeaturesSize}},
             {"/feature.js", script, {kPageFeature, kPageFeatureSize}},
+            {"/events.js", script, {kPageEvents, kPageEventsSize}},
+            {"/marks.js", script, {kPageMarks, kPageMarksSize}},
+            {"/statistics.js", script, {kPageStatistics, kPageStatisticsSize}},
+            {"/compare.js", script, {kPageCompare, kPageCompareSize}},
             {"/quality.js", script, {kPageQuality, kPageQualitySize}}};
 }
 

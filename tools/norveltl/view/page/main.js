@@ -1,5 +1,6 @@
 // The page: cameras to open on the left, their pictures in the middle, the chosen camera on the right.
 import {ask, make, order, pause, whenReached} from "./talk.js";
+import {Events} from "./events.js";
 import {Features} from "./features.js";
 import {Picture} from "./picture.js";
 import {plotIntervals, showFigures} from "./quality.js";
@@ -7,6 +8,7 @@ import {plotIntervals, showFigures} from "./quality.js";
 const element = id => document.getElementById(id);
 const pictures = new Map(); // by the cameras' keys
 const features = new Features({list: element("features"), filter: element("filter"), level: element("level"), more: element("more")});
+const events = new Events({list: element("events"), pause: element("events-pause"), about: element("events-about")});
 let chosen = null;
 
 function tell(text) {
@@ -39,6 +41,7 @@ function choose(key) {
     element("figures").replaceChildren();
     plotIntervals(element("intervals"), []);
   }
+  events.show(key);
   features.show(key);
 }
 
@@ -125,6 +128,9 @@ async function watch() {
         if (key === chosen) {
           showFigures(element("figures"), quality);
           plotIntervals(element("intervals"), quality.intervals);
+          if (element("reports").open) {
+            await events.refresh();
+          }
         }
         if (quality.trouble !== "" && round % 8 === 0) {
           await recover(key);

@@ -1,6 +1,9 @@
 // The live picture of one camera: zoomed and panned by the user, fetched as large as it is shown and no larger.
-import {askPicture, make, order, pause} from "./talk.js";
+import {Comparison} from "./compare.js";
+import {Marks} from "./marks.js";
 import {fitCanvas} from "./quality.js";
+import {ownValue, placeOf, plotHistogram, plotProfile, statisticsOf} from "./statistics.js";
+import {askPicture, make, order, pause} from "./talk.js";
 
 const longestZoom = 64;
 
@@ -16,7 +19,8 @@ export class Picture {
     this.view = null; // of the picture's pixels: {x, y, zoom}, or null to fit
     this.number = 0;
     this.shown = null;
-    this.region = null; // the user's, in pixels of the picture
+    this.marks = new Marks();
+    this.comparison = null;
     this.pointer = null;
     this.table = null;
     this.image = null; // as it is drawn, of the buffer's size
@@ -38,7 +42,7 @@ export class Picture {
 
   makeElements(onChoose) {
     const name = `Picture of ${this.camera.id}`;
-    this.canvas = make("canvas", {className: "picture", tabIndex: 0, ariaLabel: `${name}. Plus and minus zoom, arrows move, 0 fits, 1 shows pixels, space freezes.`});
+    this.canvas = make("canvas", {className: "picture", tabIndex: 0, ariaLabel: `${name}. Plus and minus zoom, arrows move, 0 fits, 1 shows pixels, space freezes, C compares, R marks a region, L a line; arrows with Shift move its end, with Ctrl all of it.`});
     this.canvas.setAttribute("role", "img");
     this.cover = make("p", {className: "cover", hidden: true});
     const choose = make("button", {type: "button"}, this.camera.name || this.camera.id);
@@ -55,6 +59,19 @@ export class Picture {
       this.paint();
     });
     this.freezeButton.ariaPressed = this.markButton.ariaPressed = "false";
+    this.compareButton = tool("Compare", "Keep this picture beside the live one (C)", () => this.compare(this.comparison === null));
+    this.compareButton.ariaPressed = "false";
+    this.mode = make("select", {ariaLabel: `Compare by, ${this.camera.id}`}, make("option", {value: "wipe"}, "Wipe"), make("option", {value: "difference"}, "Difference"));
+    this.mode.addEventListener("change", () => {
+      this.comparison.mode = this.mode.value;
+      this.border.hidden = this.mode.value !== "wipe";
+      this.paint();
+    });
+    this.border = make("input", {type: "range", min: 0, max: 100, value: 50, ariaLabel: `Border of the kept picture, ${this.camera.id}`});
+    this.border.addEventListener("input", () => this.paint());
+    this.comparing = make("span", {className: "comparing", hidden: true}, this.mode, this.border);
+    this.dragging = make("select", {title: "What a drag does"}, make("option", {value: "move"}, "moves"),
+      make("option", {value: "region"}, "marks a region"), make("option", {value: "line"}, "marks a line"));
     const level = (text, value) => {
       const slider = make("input", {type: "range", min: 0, max: 255, value});
       slider.addEventListener("input", () => this.paint());
@@ -68,14 +85,18 @@ export class Picture {
     this.pixel = make("output", {}, "");
     this.statistics = make("output", {}, "");
     this.histogram = make("canvas", {ariaLabel: "Histogram"});
-    this.histogram.setAttribute("role", "img");
+    this.profile = make("canvas", {className: "profile", hidden: true});
+    for (const plot of [this.histogram, this.profile]) {
+      plot.setAttribute("role", "img");
+    }
     this.figure = make("figure", {},
       make("figcaption", {}, choose, this.about),
       make("div", {className: "tools"},
         tool("Fit", "Whole picture (0)", () => this.look(null)),
         tool("1:1", "One pixel as one pixel (1)", () => this.zoomTo(1)),
-        this.freezeButton, this.markButton, blackLabel, whiteLabel, this.runButton),
-      make("div", {className: "stage"}, this.canvas, this.cover),
+        this.freezeButton, this.compareButton, this.comparing, this.markButton,
+        make("label", {}, "drag", this.dragging), blackLabel, whiteLabel, this.runButton),
+      make("div", {className: "stage"}, this.canvas, this.profile, this.cover),
       make("div", {className: "status"}, this.pixel, this.statistics, this.histogram));
   }
 
@@ -104,7 +125,12 @@ export class Picture {
 
   look(view) {
     this.view = view;
-    this.draw();
+    if (this.comparison === null) {
+      this.draw();
+    } else {
+      // The border stays where it is on the screen.
+      this.paint();
+    }
   }
 
   zoomTo(zoom, x = this.canvas.width / 2, y = this.canvas.height / 2) {
@@ -130,7 +156,7 @@ export class Picture {
   }
 
   listen() {
-    let last = null, corner = null;
+    let last = null;
     this.canvas.addEventListener("wheel", event => {
       event.preventDefault();
       const point = this.pointOf(event);
@@ -139,39 +165,95 @@ export class Picture {
     this.canvas.addEventListener("pointerdown", event => {
       this.canvas.setPointerCapture(event.pointerId);
       last = this.pointOf(event);
-      corner = event.shiftKey ? this.pixelAt(last) : null;
-      if (event.shiftKey) {
-        this.region = null;
+      const kind = event.shiftKey ? "region" : event.ctrlKey ? "line" : this.dragging.value;
+      if (kind !== "move" && this.shown !== null) {
+        this.marks.begin(kind, this.pixelAt(last));
+        this.remark();
       }
     });
     this.canvas.addEventListener("pointermove", event => {
       this.pointer = this.pointOf(event);
-      if (corner !== null) {
-        const other = this.pixelAt(this.pointer);
-        this.region = {x: Math.min(corner.x, other.x), y: Math.min(corner.y, other.y),
-          width: Math.abs(corner.x - other.x) + 1, height: Math.abs(corner.y - other.y) + 1};
-        this.draw();
+      if (this.marks.isDragged) {
+        this.marks.drag(this.pixelAt(this.pointer), this.shown);
+        this.remark();
       } else if (last !== null) {
         this.move(this.pointer.x - last.x, this.pointer.y - last.y);
         last = this.pointer;
       }
       this.tellPixel();
     });
-    this.canvas.addEventListener("pointerup", () => { last = corner = null; });
+    const end = () => {
+      last = null;
+      this.marks.end();
+    };
+    this.canvas.addEventListener("pointerup", end);
+    this.canvas.addEventListener("pointercancel", end);
     this.canvas.addEventListener("pointerleave", () => { this.pointer = null; this.tellPixel(); });
     this.canvas.addEventListener("dblclick", () => this.look(null));
     const keys = {
       "+": () => this.zoomTo(this.place().zoom * 1.25), "-": () => this.zoomTo(this.place().zoom * 0.8),
       "0": () => this.look(null), "1": () => this.zoomTo(1), " ": () => this.freeze(!this.isFrozen),
-      ArrowLeft: () => this.move(40, 0), ArrowRight: () => this.move(-40, 0),
-      ArrowUp: () => this.move(0, 40), ArrowDown: () => this.move(0, -40),
+      c: () => this.compare(this.comparison === null), r: () => this.toggle("region"), l: () => this.toggle("line"),
     };
+    const arrows = {ArrowLeft: [-1, 0], ArrowRight: [1, 0], ArrowUp: [0, -1], ArrowDown: [0, 1]};
     this.canvas.addEventListener("keydown", event => {
-      if (keys[event.key] !== undefined && !event.ctrlKey && !event.metaKey) {
-        event.preventDefault();
-        keys[event.key]();
+      const arrow = arrows[event.key], key = keys[event.key.toLowerCase()];
+      if (event.altKey || event.metaKey || (arrow === undefined && (key === undefined || event.ctrlKey))) {
+        return;
+      }
+      event.preventDefault();
+      if (arrow === undefined) {
+        key();
+      } else if (event.shiftKey || event.ctrlKey) {
+        this.moveMark(...arrow, event.shiftKey);
+      } else {
+        this.move(-40 * arrow[0], -40 * arrow[1]);
       }
     });
+  }
+
+  toggle(kind) {
+    if (this.shown !== null) {
+      const place = this.place();
+      const seen = {x: place.x, y: place.y, width: this.canvas.width / place.zoom, height: this.canvas.height / place.zoom};
+      this.marks.toggle(kind, seen, this.shown);
+      this.remark();
+    }
+  }
+
+  // By what can be seen, and by pixels where they can be seen.
+  moveMark(dx, dy, isEndAlone) {
+    if (this.shown !== null) {
+      const step = Math.max(1, Math.round(4 / this.place().zoom));
+      this.marks.move(step * dx, step * dy, isEndAlone, this.shown);
+      this.remark();
+    }
+  }
+
+  remark() {
+    this.draw();
+    this.described = 0;
+    if (this.shown !== null) {
+      this.describe(this.shown);
+    }
+  }
+
+  async compare(isOn) {
+    const kept = isOn ? await this.whole() : null;
+    this.comparison = kept === null ? null : new Comparison(kept);
+    if (this.comparison !== null) {
+      this.comparison.mode = this.mode.value;
+    }
+    this.compareButton.ariaPressed = String(this.comparison !== null);
+    this.comparing.hidden = this.comparison === null;
+    this.paint();
+  }
+
+  // A frozen picture is whole already.
+  whole() {
+    const {shown} = this;
+    const isWhole = shown !== null && this.isFrozen && shown.width === shown.pictureWidth && shown.height === shown.pictureHeight;
+    return isWhole ? shown : askPicture({camera: this.camera.key, after: 0}).catch(() => null);
   }
 
   async freeze(isFrozen) {
@@ -179,7 +261,7 @@ export class Picture {
     this.freezeButton.ariaPressed = String(isFrozen);
     if (isFrozen) {
       // Whole, so that it can be looked at closely.
-      const whole = await askPicture({camera: this.camera.key, after: 0}).catch(() => null);
+      const whole = await this.whole();
       if (whole !== null && this.isFrozen) {
         this.take(whole);
       }
@@ -258,7 +340,8 @@ export class Picture {
       return;
     }
     const {grey, color, full, isMarked} = this.makeTable(picture);
-    const {samples, width, height} = picture;
+    const {width, height} = picture;
+    const samples = this.isCompared() ? this.comparison.compose(picture, this.borderOf(picture)) : picture.samples;
     if (this.image?.width !== width || this.image.height !== height) {
       this.buffer.width = width;
       this.buffer.height = height;
@@ -292,16 +375,22 @@ export class Picture {
     context.imageSmoothingEnabled = place.zoom < 1;
     const size = picture.scale * place.zoom;
     context.drawImage(this.buffer, (picture.x - place.x) * place.zoom, (picture.y - place.y) * place.zoom, picture.width * size, picture.height * size);
-    if (this.region !== null) {
-      context.strokeStyle = "#ffb020";
-      context.lineWidth = devicePixelRatio || 1;
-      context.strokeRect((this.region.x - place.x) * place.zoom, (this.region.y - place.y) * place.zoom, this.region.width * place.zoom, this.region.height * place.zoom);
+    this.marks.draw(context, place);
+    if (this.isCompared() && this.comparison.mode === "wipe") {
+      const x = this.border.value / 100 * this.canvas.width;
+      context.fillStyle = "#ffb020";
+      context.fillRect(x, 0, devicePixelRatio || 1, this.canvas.height);
     }
   }
 
-  /** In the camera's own bits. */
-  own(picture, sample) {
-    return picture.bytes === 1 ? sample : sample / 2 ** (16 - picture.bits);
+  isCompared() {
+    return this.comparison !== null && this.shown !== null && this.comparison.fits(this.shown);
+  }
+
+  // The first column of the sent picture that lies behind the border.
+  borderOf(picture) {
+    const place = this.place();
+    return Math.round((place.x + this.border.value / 100 * this.canvas.width / place.zoom - picture.x) / picture.scale);
   }
 
   tellPixel() {
@@ -311,60 +400,32 @@ export class Picture {
       return;
     }
     const at = this.pixelAt(this.pointer);
-    const column = Math.floor((at.x - picture.x) / picture.scale), line = Math.floor((at.y - picture.y) / picture.scale);
-    if (column < 0 || line < 0 || column >= picture.width || line >= picture.height) {
+    const place = placeOf(picture, at);
+    if (place < 0) {
       this.pixel.textContent = "";
       return;
     }
-    const values = [];
-    for (let channel = 0; channel < picture.channels; ++channel) {
-      values.push(Math.floor(this.own(picture, picture.samples[(line * picture.width + column) * picture.channels + channel])));
-    }
+    const values = samples => Array.from(samples.subarray(place, place + picture.channels), its => Math.floor(ownValue(picture, its))).join(", ");
+    const kept = this.isCompared() ? `, kept ${values(this.comparison.match(picture))}` : "";
     const mean = picture.scale === 1 ? "" : `, mean of ${picture.scale} × ${picture.scale}`;
-    this.pixel.textContent = `x ${at.x}  y ${at.y}\nvalue ${values.join(", ")}${mean}`;
+    this.pixel.textContent = `x ${at.x}  y ${at.y}\nvalue ${values(picture.samples)}${kept}${mean}`;
   }
 
-  // Of the user's region, or else of what is seen.
+  // Of the user's region, or else of what is seen; and along the user's line.
   describe(picture) {
     const now = performance.now();
     if (now - (this.described ?? 0) < 200) {
       return;
     }
     this.described = now;
-    const bins = new Uint32Array(256);
-    const region = this.region ?? {x: 0, y: 0, width: Infinity, height: Infinity};
-    const clamp = (value, end) => Math.min(end, Math.max(0, value));
-    const left = clamp(Math.floor((region.x - picture.x) / picture.scale), picture.width);
-    const top = clamp(Math.floor((region.y - picture.y) / picture.scale), picture.height);
-    const right = clamp(Math.ceil((region.x + region.width - picture.x) / picture.scale), picture.width);
-    const bottom = clamp(Math.ceil((region.y + region.height - picture.y) / picture.scale), picture.height);
-    const shift = picture.bytes === 1 ? 0 : 8;
-    let count = 0, sum = 0, squares = 0;
-    for (let y = top; y < bottom; ++y) {
-      const begin = (y * picture.width + left) * picture.channels, end = (y * picture.width + right) * picture.channels;
-      for (let i = begin; i < end; ++i) {
-        const sample = picture.samples[i];
-        ++bins[sample >> shift];
-        sum += sample;
-        squares += sample * sample;
-      }
-      count += end - begin;
+    const {region, line} = this.marks;
+    const its = statisticsOf(picture, region ?? {x: 0, y: 0, width: picture.pictureWidth, height: picture.pictureHeight});
+    const what = region === null ? "what is seen" : `region ${region.width} × ${region.height} at ${region.x}, ${region.y}`;
+    this.statistics.textContent = its.count === 0 ? "" : `${what}\nmean ${its.mean.toFixed(2)}  deviation ${its.deviation.toFixed(2)}`;
+    plotHistogram(this.histogram, its.bins);
+    this.profile.hidden = line === null;
+    if (line !== null) {
+      this.profile.ariaLabel = `Values along the line: ${plotProfile(this.profile, picture, line)}`;
     }
-    if (count === 0) {
-      this.statistics.textContent = "";
-      return;
-    }
-    const mean = sum / count, deviation = Math.sqrt(Math.max(0, squares / count - mean * mean));
-    const what = this.region === null ? "what is seen" : `region ${this.region.width} × ${this.region.height}`;
-    this.statistics.textContent = `${what}\nmean ${this.own(picture, mean).toFixed(2)}  deviation ${this.own(picture, deviation).toFixed(2)}`;
-    fitCanvas(this.histogram);
-    const context = this.histogram.getContext("2d");
-    const most = Math.max(...bins), step = this.histogram.width / 256;
-    context.clearRect(0, 0, this.histogram.width, this.histogram.height);
-    context.fillStyle = getComputedStyle(this.histogram).getPropertyValue("--accent");
-    bins.forEach((bin, i) => {
-      const height = bin / most * this.histogram.height;
-      context.fillRect(i * step, this.histogram.height - height, Math.max(1, step), height);
-    });
   }
 }
