@@ -127,11 +127,6 @@ void List(const CFeatures& features, const Words& names, bool json) {
     std::cout << ToText(list) << "\n";
 }
 
-// What a line of a comment may hold.
-std::string Text(const OptionalText& text) {
-    return Printable(text.value_or("not reported"));
-}
-
 void Save(const CFeatures& features, const SDevice& device, const SFeatureOptions& options) {
     const SSettings settings = ReadSettings(features);
     for (const std::string& note : settings.notes) {
@@ -140,12 +135,7 @@ void Save(const CFeatures& features, const SDevice& device, const SFeatureOption
     for (const std::string& error : settings.errors) {
         ReportError(error);
     }
-    if (settings.list.empty()) {
-        throw CToolError("the camera's description calls no feature streamable");
-    }
-    const std::string text = "# Settings of " + Printable(device.id) + ": " + Text(device.vendor) +
-                             " " + Text(device.model) + ", serial number " +
-                             Text(device.serialNumber) + "\n" + ToText(settings.list);
+    const std::string text = SettingsText(device, settings);
     WriteFile(PathFromUtf8(options.save),
               {reinterpret_cast<const uint8_t*>(text.data()), text.size()}, ExistingOf(options));
 }

@@ -11,7 +11,6 @@
 #include <array>
 #include <cstdio>
 #include <iostream>
-#include <string_view>
 
 namespace norveltl {
 
@@ -205,19 +204,6 @@ std::vector<SChoice> ChooseAll(const SSystems& systems, const SGrabOptions& opti
     return choices;
 }
 
-// IDs may hold what no file's name can.
-std::string FolderNameOf(const SDevice& device) {
-    std::string name = device.id;
-    std::ranges::replace_if(
-        name,
-        [](char c) {
-            return std::string_view("<>:\"/\\|?*").find(c) != std::string_view::npos ||
-                   static_cast<unsigned char>(c) < 0x20;
-        },
-        '_');
-    return name == "." || name == ".." ? "_" : name;
-}
-
 // Cameras that cannot be opened do not keep the others from it.
 CGrabSession::Cameras OpenAll(const std::vector<SChoice>& choices, const SGrabOptions& options) {
     const bool isSingle = choices.size() == 1;
@@ -230,7 +216,7 @@ CGrabSession::Cameras OpenAll(const std::vector<SChoice>& choices, const SGrabOp
         SGrabOptions own = options;
         if (!options.folder.empty()) {
             own.folder = Utf8FromPath(PathFromUtf8(options.folder) /
-                                      PathFromUtf8(FolderNameOf(*choice.device)));
+                                      PathFromUtf8(FileNameFrom(choice.device->id)));
         }
         const std::string name = Printable(choice.device->id);
         const CSubject subject(name);

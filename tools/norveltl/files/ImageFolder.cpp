@@ -12,13 +12,13 @@ namespace norveltl {
 
 namespace {
 
-std::string FileName(uint64_t number, const char* extension) {
+std::string StemOf(uint64_t number) {
     constexpr size_t kMinDigits = 4;
     std::string digits = std::to_string(number);
     if (digits.size() < kMinDigits) {
         digits.insert(0, kMinDigits - digits.size(), '0');
     }
-    return "image_" + digits + extension;
+    return "image_" + digits;
 }
 
 namespace fs = std::filesystem;
@@ -79,43 +79,54 @@ uint32_t ChecksumOf(const std::vector<uint8_t>& bytes) {
 
 } // namespace
 
-CImageFolder::CImageFolder(const fs::path& folder, EFileFormat format, EExisting existing)
-    : m_folder(FolderOfRun(folder, existing)), m_format(format), m_existing(existing) {}
+EFileFormat FileFormatOf(const std::string& name) {
+    return name == "raw"    ? EFileFormat::Raw
+           : name == "pgm"  ? EFileFormat::Pgm
+           : name == "tiff" ? EFileFormat::Tiff
+                            : EFileFormat::Png;
+}
 
-std::function<void()> CImageFolder::Write(const SImage& image) {
+SImageRecord WriteImage(const std::filesystem::path& folder, const std::string& stem,
+                        const SImage& image, EFileFormat format, EExisting existing) {
     std::optional<SPicture> picture;
-    if (m_format != EFileFormat::Raw) {
+    if (format != EFileFormat::Raw) {
         picture = Convert(image.bytes, image.format);
     }
-    const bool isPicture = picture.has_value();
     const auto write = [&](const char* suffix, auto function, const auto& content) {
-        std::string name = FileName(image.number, suffix);
-        function(m_folder / name, content, m_existing);
+        std::string name = stem + suffix;
+        function(folder / PathFromUtf8(name), content, existing);
         return name;
     };
     std::string file;
-    if (!isPicture) {
+    if (!picture) {
         file = write(".raw", WriteRaw, image.bytes);
-    } else if (m_format == EFileFormat::Png) {
+    } else if (format == EFileFormat::Png) {
         file = write(".png", WritePng, *picture);
-    } else if (m_format == EFileFormat::Tiff) {
+    } else if (format == EFileFormat::Tiff) {
         file = write(".tif", WriteTiff, *picture);
     } else {
         file = write(picture->numChannels == 1 ? ".pgm" : ".ppm", WritePnm, *picture);
     }
-    SImageRecord record{
-        image.number, std::move(file), image.bytes.size(), ChecksumOf(image.bytes), false,
-        image.format, image.arrival,   image.frameId,      image.timestamp};
-    return [this, record = std::move(record), isPicture] { Record(record, isPicture); };
+    return {image.number, std::move(file), image.bytes.size(), ChecksumOf(image.bytes), false,
+            image.format, image.arrival,   image.frameId,      image.timestamp};
 }
 
-void CImageFolder::Record(SImageRecord record, bool isPicture) {
+CImageFolder::CImageFolder(const fs::path& folder, EFileFormat format, EExisting existing)
+    : m_folder(FolderOfRun(folder, existing)), m_format(format), m_existing(existing) {}
+
+std::function<void()> CImageFolder::Write(const SImage& image) {
+    SImageRecord record = WriteImage(m_folder, StemOf(image.number), image, m_format, m_existing);
+    return [this, record = std::move(record)] { Record(record); };
+}
+
+void CImageFolder::Record(SImageRecord record) {
     if (!m_records.empty()) {
         const SImageRecord& before = m_records.back();
         record.isRepeated = before.number + 1 == record.number && before.size == record.size &&
                             before.checksum == record.checksum;
     }
     m_numRepeated += record.isRepeated ? 1 : 0;
+    const bool isPicture = record.IsPicture();
     m_numPictures += isPicture ? 1 : 0;
     if (!isPicture && m_format != EFileFormat::Raw) {
         const SImageFormat& format = record.format;

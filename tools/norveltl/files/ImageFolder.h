@@ -13,6 +13,9 @@ namespace norveltl {
 
 enum class EFileFormat { Png, Pgm, Tiff, Raw };
 
+// "png", "pgm", "tiff", "raw"; PNG for anything else.
+EFileFormat FileFormatOf(const std::string& name);
+
 // What is kept in mind of an image that was written.
 struct SImageRecord {
     uint64_t number;
@@ -23,7 +26,13 @@ struct SImageRecord {
     SImageFormat format;
     std::chrono::duration<double> arrival;
     std::optional<uint64_t> frameId, timestamp;
+
+    bool IsPicture() const { return !file.ends_with(".raw"); }
 };
+
+// Writes it as "STEM.png" and so on, or as "STEM.raw" when its format does not become a picture.
+SImageRecord WriteImage(const std::filesystem::path& folder, const std::string& stem,
+                        const SImage& image, EFileFormat format, EExisting existing);
 
 class CImageFolder : public IImageSink {
 public:
@@ -47,7 +56,7 @@ public:
     static constexpr const char* kReport = "grab.json";
 
 private:
-    void Record(SImageRecord record, bool isPicture);
+    void Record(SImageRecord record);
 
     const std::filesystem::path m_folder;
     const EFileFormat m_format;

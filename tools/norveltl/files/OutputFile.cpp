@@ -3,12 +3,14 @@
 #include "terminal/Console.h"
 #include "terminal/Error.h"
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdio>
 #include <fstream>
 #include <random>
 #include <string>
+#include <string_view>
 #include <system_error>
 
 namespace norveltl {
@@ -84,6 +86,17 @@ void CheckPlace(const fs::path& path, EExisting existing) {
     if (existing == EExisting::Keep && fs::is_regular_file(path, error)) {
         throw CToolError(Utf8FromPath(path) + " exists already; --force replaces it");
     }
+}
+
+std::string FileNameFrom(std::string text) {
+    std::ranges::replace_if(
+        text,
+        [](char c) {
+            return std::string_view("<>:\"/\\|?*").find(c) != std::string_view::npos ||
+                   static_cast<unsigned char>(c) < 0x20;
+        },
+        '_');
+    return text == "." || text == ".." ? "_" : text;
 }
 
 } // namespace norveltl

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <span>
+#include <string>
 
 namespace norveltl {
 
@@ -16,5 +17,8 @@ void WriteFile(const std::filesystem::path& path, std::span<const uint8_t> bytes
                EExisting existing);
 // To be asked before work whose result the file shall hold.
 void CheckPlace(const std::filesystem::path& path, EExisting existing);
+
+// The text with '_' for what no file's name can hold; a name in one folder, never a way to another.
+std::string FileNameFrom(std::string text);
 
 } // namespace norveltl

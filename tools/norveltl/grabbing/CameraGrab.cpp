@@ -46,7 +46,13 @@ void CCameraGrab::Run() {
     m_started = true;
     Attempt([&] { m_loop->Finish(); });
     if (m_loop->Folder()) {
-        Attempt([&] { WriteGrabReport(*m_loop, m_choice, ExistingOf(m_options)); });
+        Attempt([&] {
+            const auto& writer = m_loop->Writer();
+            WriteGrabReport(*m_loop->Folder(), OriginJson(m_choice),
+                            {m_loop->Totals(), m_loop->Settings(), m_loop->CameraFormat(),
+                             writer->NumLeftOut(), Interrupted()},
+                            ExistingOf(m_options));
+        });
     }
     const auto& writer = m_loop->Writer();
     if (writer && writer->NumLeftOut() > 0) {

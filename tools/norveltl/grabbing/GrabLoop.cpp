@@ -1,5 +1,6 @@
 #include "grabbing/GrabLoop.h"
 
+#include "grabbing/ImageCopy.h"
 #include "terminal/Console.h"
 
 #include <algorithm>
@@ -21,30 +22,10 @@ std::optional<uint64_t> CountOf(const SGrabOptions& options) {
     return options.count || options.seconds ? options.count : kDefaultCount;
 }
 
-EFileFormat FileFormatOf(const std::string& name) {
-    return name == "raw"    ? EFileFormat::Raw
-           : name == "pgm"  ? EFileFormat::Pgm
-           : name == "tiff" ? EFileFormat::Tiff
-                            : EFileFormat::Png;
-}
-
 std::string FormatSeconds(double seconds) {
     std::ostringstream text;
     text << seconds << " s";
     return text.str();
-}
-
-// The number's meaning depends on the namespace: only the two that share their numbers are named.
-std::string PixelFormatOf(CStream& stream, BUFFER_HANDLE buffer) {
-    constexpr uint64_t kGigEVision = 1, kPfnc32Bit = 4;
-    const auto value = stream.OptionalInfo(buffer, BUFFER_INFO_PIXELFORMAT);
-    const uint64_t nameSpace =
-        stream.OptionalInfo(buffer, BUFFER_INFO_PIXELFORMAT_NAMESPACE).value_or(kPfnc32Bit);
-    if (!value || (nameSpace != kGigEVision && nameSpace != kPfnc32Bit)) {
-        return "";
-    }
-    const SPixelFormat* const known = FindPixelFormat(*value);
-    return known ? std::string(known->name) : "";
 }
 
 } // namespace
@@ -164,42 +145,14 @@ void CGrabLoop::Take(BUFFER_HANDLE buffer, Clock::time_point arrival) {
                           m_stream.OptionalInfo(buffer, BUFFER_INFO_TIMESTAMP).value_or(0));
     }
     std::optional<SImage> image;
-    if (m_writer) {
-        image = Copy(buffer, arrival);
+    if (m_writer && m_writer->HasRoom(m_stream.Bytes(buffer).size())) {
+        image =
+            CopyImage(m_stream, buffer, m_cameraFormat, m_totals.numDelivered, arrival - m_begin);
     }
     m_stream.Queue(buffer);
     if (image) {
         m_writer->Add(std::move(*image));
     }
-}
-
-std::optional<SImage> CGrabLoop::Copy(BUFFER_HANDLE buffer, Clock::time_point arrival) {
-    const std::span<const uint8_t> bytes = m_stream.Bytes(buffer);
-    if (!m_writer->HasRoom(bytes.size())) {
-        return std::nullopt;
-    }
-    return SImage{m_totals.numDelivered,
-                  FormatOf(buffer),
-                  {bytes.begin(), bytes.end()},
-                  arrival - m_begin,
-                  m_stream.OptionalInfo(buffer, BUFFER_INFO_FRAMEID),
-                  m_stream.OptionalInfo(buffer, BUFFER_INFO_TIMESTAMP)};
-}
-
-SImageFormat CGrabLoop::FormatOf(BUFFER_HANDLE buffer) {
-    SImageFormat format = m_cameraFormat;
-    const auto width = m_stream.OptionalInfo(buffer, BUFFER_INFO_WIDTH);
-    const auto height = m_stream.OptionalInfo(buffer, BUFFER_INFO_HEIGHT);
-    if (width && height) {
-        format.width = static_cast<uint32_t>(*width);
-        format.height = static_cast<uint32_t>(*height);
-    }
-    if (std::string name = PixelFormatOf(m_stream, buffer); !name.empty()) {
-        format.pixelFormat = std::move(name);
-    }
-    format.linePadding =
-        static_cast<size_t>(m_stream.OptionalInfo(buffer, BUFFER_INFO_XPADDING).value_or(0));
-    return format;
 }
 
 std::string CGrabLoop::SilenceText() const {

@@ -62,8 +62,6 @@ private:
     void OpenSinks(const CCameraFacts& camera);
     bool IsDone(Clock::duration elapsed) const;
     void Take(BUFFER_HANDLE buffer, Clock::time_point arrival);
-    std::optional<SImage> Copy(BUFFER_HANDLE buffer, Clock::time_point arrival);
-    SImageFormat FormatOf(BUFFER_HANDLE buffer);
     std::string SilenceText() const;
 
     CStream& m_stream;

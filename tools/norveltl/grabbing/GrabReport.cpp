@@ -18,22 +18,6 @@ Json ToJson(const std::optional<uint64_t>& number) {
     return number ? Json(*number) : Json();
 }
 
-// "2026-01-31T12:00:00.250Z"
-std::string TimeText(std::chrono::system_clock::time_point time) {
-    using namespace std::chrono;
-    const auto day = floor<days>(time);
-    const year_month_day date(day);
-    const hh_mm_ss clock(floor<milliseconds>(time - day));
-    std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02d.%03dZ",
-                  static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
-                  static_cast<unsigned>(date.day()), static_cast<int>(clock.hours().count()),
-                  static_cast<int>(clock.minutes().count()),
-                  static_cast<int>(clock.seconds().count()),
-                  static_cast<int>(clock.subseconds().count()));
-    return text.data();
-}
-
 Json ToJson(const SImageFormat& format) {
     const SPixelFormat* const known = FindPixelFormat(format.pixelFormat);
     const auto lineSize = known ? known->LineSize(format.width) : std::nullopt;
@@ -74,6 +58,11 @@ Json SettingsJson(const std::vector<SReadValue>& settings) {
     return json;
 }
 
+void WriteJson(const std::filesystem::path& path, const Json& json, EExisting existing) {
+    const std::string text = ToText(json) + "\n";
+    WriteFile(path, {reinterpret_cast<const uint8_t*>(text.data()), text.size()}, existing);
+}
+
 } // namespace
 
 Json OriginJson(const SChoice& choice) {
@@ -95,30 +84,57 @@ Json OriginJson(const SChoice& choice) {
               {"version", ToJson(device.version)}}}};
 }
 
-void WriteGrabReport(const CGrabLoop& loop, const SChoice& choice, EExisting existing) {
-    const CImageFolder& folder = *loop.Folder();
-    const STotals& totals = loop.Totals();
+void WriteGrabReport(const CImageFolder& folder, Json origin, const SGrabFacts& facts,
+                     EExisting existing) {
+    const STotals& totals = facts.totals;
     const std::vector<SImageRecord>& records = folder.Records();
-    const SImageFormat usual = records.empty() ? loop.CameraFormat() : records.front().format;
+    const SImageFormat usual = records.empty() ? facts.cameraFormat : records.front().format;
     Json images = Json::array();
     for (const SImageRecord& record : records) {
         images.push_back(ToJson(record, usual));
     }
-    Json json = OriginJson(choice);
-    json["settings"] = SettingsJson(loop.Settings());
+    Json json = std::move(origin);
+    json["settings"] = SettingsJson(facts.settings);
     json["begin"] = TimeText(totals.begin);
     json["seconds"] = totals.duration.count();
     json["delivered"] = totals.numDelivered;
     json["incomplete"] = totals.numIncomplete;
     json["lost"] = ToJson(totals.numLost);
-    json["leftOut"] = loop.Writer()->NumLeftOut();
+    json["leftOut"] = facts.numLeftOut;
     json["repeated"] = folder.NumRepeated();
-    json["interrupted"] = Interrupted();
+    json["interrupted"] = facts.isInterrupted;
     json["format"] = ToJson(usual);
     json["images"] = std::move(images);
-    const std::string text = ToText(json) + "\n";
-    WriteFile(folder.Path() / CImageFolder::kReport,
-              {reinterpret_cast<const uint8_t*>(text.data()), text.size()}, existing);
+    WriteJson(folder.Path() / CImageFolder::kReport, json, existing);
+}
+
+std::string WriteImageReport(const std::filesystem::path& folder, const std::string& stem,
+                             Json origin, const std::vector<SReadValue>& settings,
+                             const SImageRecord& record,
+                             std::chrono::system_clock::time_point arrival) {
+    Json json = std::move(origin);
+    json["settings"] = SettingsJson(settings);
+    json["begin"] = TimeText(arrival);
+    json["format"] = ToJson(record.format);
+    json["images"] = Json::array({ToJson(record, record.format)});
+    std::string file = stem + ".json";
+    WriteJson(folder / PathFromUtf8(file), json, EExisting::Keep);
+    return file;
+}
+
+std::string TimeText(std::chrono::system_clock::time_point time) {
+    using namespace std::chrono;
+    const auto day = floor<days>(time);
+    const year_month_day date(day);
+    const hh_mm_ss clock(floor<milliseconds>(time - day));
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), "%04d-%02u-%02uT%02d:%02d:%02d.%03dZ",
+                  static_cast<int>(date.year()), static_cast<unsigned>(date.month()),
+                  static_cast<unsigned>(date.day()), static_cast<int>(clock.hours().count()),
+                  static_cast<int>(clock.minutes().count()),
+                  static_cast<int>(clock.seconds().count()),
+                  static_cast<int>(clock.subseconds().count()));
+    return text.data();
 }
 
 } // namespace norveltl

@@ -10,7 +10,26 @@ namespace norveltl {
 // Where the images came from: the producer and the camera.
 Json OriginJson(const SChoice& choice);
 
-// Writes it into the images' folder; throws CToolError when it cannot. The images must be written.
-void WriteGrabReport(const CGrabLoop& loop, const SChoice& choice, EExisting existing);
+// What is known of a grab once its images are written.
+struct SGrabFacts {
+    STotals totals;
+    std::vector<SReadValue> settings;
+    SImageFormat cameraFormat;
+    uint64_t numLeftOut = 0;
+    bool isInterrupted = false;
+};
+
+// Writes it into the images' folder; throws CToolError when it cannot.
+void WriteGrabReport(const CImageFolder& folder, Json origin, const SGrabFacts& facts,
+                     EExisting existing);
+
+// The same for a single image; answers the file's name, which begins like the image's.
+std::string WriteImageReport(const std::filesystem::path& folder, const std::string& stem,
+                             Json origin, const std::vector<SReadValue>& settings,
+                             const SImageRecord& record,
+                             std::chrono::system_clock::time_point arrival);
+
+// "2026-01-31T12:00:00.250Z"
+std::string TimeText(std::chrono::system_clock::time_point time);
 
 } // namespace norveltl

@@ -258,6 +258,18 @@ std::string ToText(const std::vector<SSetting>& settings) {
     return text;
 }
 
+std::string SettingsText(const SDevice& device, const SSettings& settings) {
+    if (settings.list.empty()) {
+        throw CToolError("the camera's description calls no feature streamable");
+    }
+    const auto text = [](const OptionalText& its) {
+        return Printable(its.value_or("not reported"));
+    };
+    return "# Settings of " + Printable(device.id) + ": " + text(device.vendor) + " " +
+           text(device.model) + ", serial number " + text(device.serialNumber) + "\n" +
+           ToText(settings.list);
+}
+
 std::vector<SSetting> ParseSettings(const std::string& text, const std::string& file) {
     constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
     std::vector<SSetting> settings;

@@ -3,6 +3,7 @@
 // and given to another.
 #pragma once
 
+#include "producers/Discovery.h"
 #include "producers/Features.h"
 
 #include <string>
@@ -40,6 +41,8 @@ std::vector<SDifference> ApplySettings(const CFeatures& features,
 // A line each, "NAME=VALUE", with blanks before what a selector selects. A value that begins or
 // ends otherwise than a line may, or has control characters, is written as JSON does.
 std::string ToText(const std::vector<SSetting>& settings);
+// The same below a comment that names the camera. Throws CToolError when there is none.
+std::string SettingsText(const SDevice& device, const SSettings& settings);
 // Takes the same, empty lines, and comments behind "#"; throws CToolError, naming the line, for
 // anything else. The file is what errors call it.
 std::vector<SSetting> ParseSettings(const std::string& text, const std::string& file);
