@@ -120,8 +120,8 @@ class ToolTest(unittest.TestCase):
                 world = path
             environment["OPTIVO_SIM_CONFIG"] = native(world)
         command = [*Setting.launch, str(program or Setting.program), *arguments]
-        return subprocess.Popen(command, cwd=self.folder, env=environment, stdin=subprocess.DEVNULL,
-                                stdout=out, stderr=subprocess.PIPE, **system)
+        return subprocess.Popen(command, cwd=self.folder, env=environment, stdout=out,
+                                stderr=subprocess.PIPE, **{"stdin": subprocess.DEVNULL, **system})
 
     def finish(self, process, timeout=120):
         try:

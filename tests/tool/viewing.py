@@ -14,20 +14,20 @@ class Server:
     def __init__(self, process):
         self.process = process
         self.url = process.stdout.readline().decode().strip()
-        found = re.fullmatch(r"http://127\.0\.0\.1:(\d+)/\?token=([0-9a-f]{32})", self.url)
+        found = re.fullmatch(r"http://([^/]+):(\d+)/(?:\?token=([0-9a-f]{32}))?", self.url)
         if not found:
             raise AssertionError(f"no address: {self.url} {process.stderr.read() if process.poll() else ''}")
-        self.port, self.token = int(found[1]), found[2]
-        self.host = f"127.0.0.1:{self.port}"
+        self.name, self.port, self.token = found[1], int(found[2]), found[3]
+        self.host = f"{self.name}:{self.port}"
 
     @property
     def cookie(self):
         return f"norveltl-{self.port}={self.token}"
 
-    def send(self, method, path, body=None, **headers):
-        """The answer to one request: its status, headers and body. A header of None is left out."""
+    def send(self, method, path, body=None, to="127.0.0.1", **headers):
+        """The answer to one request to an address: its status, headers and body. A header of None is left out."""
         headers = {"Host": self.host, "Cookie": self.cookie, **{name.replace("_", "-"): text for name, text in headers.items()}}
-        connection = http.client.HTTPConnection("127.0.0.1", self.port, timeout=20)
+        connection = http.client.HTTPConnection(to, self.port, timeout=20)
         try:
             connection.putrequest(method, path, skip_host=True)
             for name, text in headers.items():
@@ -40,6 +40,10 @@ class Server:
             return answer.status, answer.headers, answer.read()
         finally:
             connection.close()
+
+    def log_in(self, password, **headers):
+        body = urllib.parse.urlencode({"password": password}).encode()
+        return self.send("POST", "/login", body, Cookie=None, Content_Type="application/x-www-form-urlencoded", **headers)
 
     def ask(self, path, **parameters):
         """What the page asks for, as JSON, or the refusal's status and text."""
@@ -63,8 +67,9 @@ class Server:
 
 class ViewTest(ToolTest):
     def serve(self, *arguments, **options):
-        process = self.start("view", "--no-browser", *arguments, **options)
+        return self.adopt(self.start("view", "--no-browser", *arguments, **options))
 
+    def adopt(self, process):
         def end():
             if process.poll() is None:
                 self.interrupt(process)

@@ -377,6 +377,17 @@ void AddView(CLI::App& app, SCommandLine& line) {
     view->add_option("--port", line.view.port, "Where to listen; any port that is free without it")
         ->check(CLI::Range(1, 65535))
         ->type_name("PORT");
+    CLI::Option* password =
+        view->add_option("--password", line.view.password,
+                         "Ask whoever opens the page for the password in this file's first line; - "
+                         "asks for it here")
+            ->check(CheckNotEmpty)
+            ->type_name("FILE");
+    view->add_option("--listen", line.view.listen,
+                     "The address to listen on, for other machines; this one only without it")
+        ->check(CheckNotEmpty)
+        ->needs(password)
+        ->type_name("ADDRESS");
     view->add_flag("--no-browser", line.view.noBrowser, "Print the address only");
 }
 

@@ -1,7 +1,9 @@
 #include "commands/View.h"
 
+#include "files/InputFile.h"
 #include "terminal/Browser.h"
 #include "terminal/Console.h"
+#include "terminal/Password.h"
 #include "view/Server.h"
 
 #include <chrono>
@@ -11,15 +13,42 @@
 
 namespace norveltl {
 
+namespace {
+
+// The first line; an argument would be seen by whoever sees the list of processes.
+std::string PasswordFrom(const std::string& file) {
+    if (file.empty()) {
+        return "";
+    }
+    std::optional<std::string> text;
+    if (file == "-") {
+        text = AskUnseen("Password for the page: ");
+    }
+    if (!text) {
+        text = ReadFile(PathFromUtf8(file));
+    }
+    const std::string password = text->substr(0, text->find_first_of("\r\n"));
+    constexpr size_t kShortest = 8;
+    if (password.size() < kShortest) {
+        throw CToolError("the password has fewer than " + std::to_string(kShortest) + " characters",
+                         kWrongUsage);
+    }
+    return password;
+}
+
+} // namespace
+
 EExitCode View(const std::string& cti, const SViewOptions& options) {
+    const std::string password = PasswordFrom(options.password);
     CCameras cameras(cti);
     cameras.OpenNamed(options.names);
-    const CViewServer server(cameras, options.port);
+    const CViewServer server(cameras, {options.listen, options.port, password},
+                             {});
     CatchInterrupt();
     std::cout << server.Url() << std::endl;
     CheckOutput();
     std::optional<CBrowserPage> page;
-    if (!options.noBrowser && !page.emplace(server.Url()).IsOpen()) {
+    if (!options.noBrowser && !page.emplace(server.UrlWithToken()).IsOpen()) {
         Note("no browser could be started; open the address in one");
     }
     while (!Interrupted()) {

@@ -11,6 +11,8 @@ namespace norveltl {
 struct SViewOptions {
     std::vector<std::string> names; // cameras that are opened at once
     int port = 0;                   // any
+    std::string listen;             // the address; empty for the loopback device
+    std::string password;           // the file that holds it, "-" to ask for it; empty for none
     bool noBrowser = false;
 };
 

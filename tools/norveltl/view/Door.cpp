@@ -1,9 +1,10 @@
 #include "view/Door.h"
 
+#include "terminal/Names.h"
+
 #include <algorithm>
-#include <array>
 #include <random>
-#include <string_view>
+#include <utility>
 
 namespace norveltl {
 
@@ -22,21 +23,38 @@ std::string NewToken() {
     return token;
 }
 
-// In a time that does not tell how much of it is right.
-bool AreSame(std::string_view one, std::string_view other) {
-    unsigned difference = one.size() == other.size() ? 0 : 1;
-    for (size_t i = 0; i < std::min(one.size(), other.size()); ++i) {
-        difference |= static_cast<unsigned char>(one[i] ^ other[i]);
+// In a time that tells nothing of the secret but that there is one.
+bool IsSecret(std::string_view text, std::string_view secret) {
+    unsigned difference = text.size() == secret.size() && !secret.empty() ? 0 : 1;
+    for (size_t i = 0; i < text.size() && !secret.empty(); ++i) {
+        difference |= static_cast<unsigned char>(text[i] ^ secret[i % secret.size()]);
     }
     return difference == 0;
 }
 
+bool HasOnly(std::string_view text, std::string_view characters) {
+    return !text.empty() && text.find_first_not_of(characters) == std::string_view::npos;
+}
+
+// No name consists of figures alone.
+bool IsAddress(std::string_view host) {
+    if (host.starts_with('[') && host.ends_with(']')) {
+        return HasOnly(host.substr(1, host.size() - 2), "0123456789abcdef:.");
+    }
+    return HasOnly(host, "0123456789.");
+}
+
 } // namespace
 
-CDoor::CDoor(int port) : m_port(std::to_string(port)), m_token(NewToken()) {}
+CDoor::CDoor(SDoorPlan plan)
+    : m_plan(std::move(plan)), m_port(std::to_string(m_plan.port)), m_token(NewToken()) {}
 
-bool CDoor::IsToken(const std::string& text) const {
-    return AreSame(text, m_token);
+bool CDoor::IsToken(std::string_view text) const {
+    return IsSecret(text, m_token);
+}
+
+bool CDoor::IsPassword(std::string_view text) const {
+    return IsSecret(text, m_plan.password);
 }
 
 std::string CDoor::NewCookie() const {
@@ -49,7 +67,7 @@ bool CDoor::HasCookie(const std::string& cookies) const {
         const size_t end = std::min(cookies.find(';', begin), cookies.size());
         std::string_view cookie = std::string_view(cookies).substr(begin, end - begin);
         cookie.remove_prefix(std::min(cookie.find_first_not_of(' '), cookie.size()));
-        if (cookie.starts_with(name) && AreSame(cookie.substr(name.size()), m_token)) {
+        if (cookie.starts_with(name) && IsToken(cookie.substr(name.size()))) {
             return true;
         }
         begin = end + 1;
@@ -57,16 +75,19 @@ bool CDoor::HasCookie(const std::string& cookies) const {
     return false;
 }
 
-bool CDoor::IsOwnHost(const std::string& host) const {
-    const std::array<std::string, 3> own = {"127.0.0.1:" + m_port, "localhost:" + m_port,
-                                            "[::1]:" + m_port};
-    return std::find(own.begin(), own.end(), host) != own.end();
+bool CDoor::IsOwnHost(const std::string& text) const {
+    const std::string suffix = ":" + m_port;
+    if (!text.ends_with(suffix)) {
+        return false;
+    }
+    const std::string host = Lower(text.substr(0, text.size() - suffix.size()));
+    return host == m_plan.host ||
+           std::ranges::find(m_plan.otherHosts, host) != m_plan.otherHosts.end() ||
+           (m_plan.takesAddresses && IsAddress(host));
 }
 
-bool CDoor::IsOwnOrigin(const std::string& origin) const {
-    constexpr std::string_view kScheme = "http://";
-    return origin.empty() ||
-           (origin.starts_with(kScheme) && IsOwnHost(origin.substr(kScheme.size())));
+bool CDoor::IsOwnOrigin(const std::string& origin, const std::string& host) const {
+    return origin.empty() || Lower(origin) == "http://" + Lower(host);
 }
 
 } // namespace norveltl

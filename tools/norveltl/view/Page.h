@@ -7,6 +7,8 @@ namespace norveltl {
 
 extern const unsigned char kPageHtml[];
 extern const std::size_t kPageHtmlSize;
+extern const unsigned char kPageLogin[];
+extern const std::size_t kPageLoginSize;
 extern const unsigned char kPageStyle[];
 extern const std::size_t kPageStyleSize;
 extern const unsigned char kPageIcon[];

@@ -2,7 +2,9 @@
 
 #include "producers/FeatureJson.h"
 #include "terminal/Console.h"
-#include "view/Door.h"
+#include "terminal/Names.h"
+#include "view/Guard.h"
+#include "view/Listener.h"
 #include "view/Page.h"
 #include "view/Region.h"
 
@@ -10,6 +12,7 @@
 
 #include <algorithm>
 #include <charconv>
+#include <limits>
 #include <optional>
 #include <span>
 #include <thread>
@@ -21,21 +24,11 @@ namespace {
 using Request = httplib::Request;
 using Response = httplib::Response;
 
-// Browsers open up to six connections each.
-constexpr size_t kNumThreads = 64;
-constexpr size_t kMaxRequestBytes = 65536;
-constexpr time_t kSilenceSeconds = 5;
-// Pages ask several times a second; the end of the server waits for each idle connection.
-constexpr time_t kIdleSeconds = 1;
-constexpr size_t kMaxRequestsOfConnection = 10'000;
+// But for texts of settings, which orders of their own take.
+constexpr size_t kMaxOrderBytes = 65536;
 // Longer than between two images of most cameras, and shorter than users wait for a button.
 constexpr std::chrono::milliseconds kPictureWait{500};
 constexpr uint32_t kMinShown = 16, kMaxShown = 8192;
-
-// Nothing but what this server serves runs, loads or is asked for, and no page shows it in a frame.
-constexpr const char* kPolicy =
-    "default-src 'none'; script-src 'self'; style-src 'self'; img-src 'self'; connect-src 'self'; "
-    "base-uri 'none'; form-action 'none'; frame-ancestors 'none'";
 
 struct SFile {
     const char* path;
@@ -60,21 +53,6 @@ std::vector<SFile> PageFiles() {
             {"/quality.js", script, {kPageQuality, kPageQualitySize}}};
 }
 
-// What a request does wrong, and how HTTP calls that.
-class CRefusal : public CToolError {
-public:
-    CRefusal(int status, const std::string& text) : CToolError(text), m_status(status) {}
-    int Status() const { return m_status; }
-
-private:
-    int m_status;
-};
-
-void Answer(Response& response, int status, const std::string& text) {
-    response.status = status;
-    response.set_content(text + "\n", "text/plain; charset=utf-8");
-}
-
 void Answer(Response& response, const Json& json) {
     response.set_content(ToText(json), "application/json");
 }
@@ -93,28 +71,15 @@ Number NumberOf(const Request& request, const char* name, Number fallback) {
     return number;
 }
 
-Json BodyOf(const Request& request) {
+Json BodyOf(const Request& request, size_t maxBytes) {
+    if (request.body.size() > maxBytes) {
+        throw CRefusal(413, "the request is too long");
+    }
     Json body = Json::parse(request.body, nullptr, false);
     if (request.get_header_value("Content-Type") != "application/json" || !body.is_object()) {
         throw CRefusal(400, "the request is no JSON object");
     }
     return body;
-}
-
-std::string TextOf(const Json& body, const char* name) {
-    const auto found = body.find(name);
-    if (found == body.end() || !found->is_string()) {
-        throw CRefusal(400, std::string("the request has no text \"") + name + "\"");
-    }
-    return found->get<std::string>();
-}
-
-std::shared_ptr<CLiveCamera> Required(CCameras& cameras, const std::string& key) {
-    auto camera = cameras.Find(key);
-    if (!camera) {
-        throw CRefusal(410, "the camera is not open");
-    }
-    return camera;
 }
 
 // The bits that a pixel format's name promises; the picture's own when it promises none.
@@ -195,79 +160,49 @@ Json FeaturesJson(CLiveCamera& camera, const Request& request) {
     return json;
 }
 
+// The names of this machine, for those who come over a network.
+SDoorPlan PlanDoor(const SServerPlan& plan, int port) {
+    if (plan.address.empty()) {
+        return {port, "127.0.0.1", {"localhost", "[::1]"}, false, plan.password};
+    }
+    std::vector<std::string> names{"localhost"};
+    if (const std::string own = Lower(OwnHostName()); !own.empty()) {
+        names.insert(names.begin(), {own, own + ".local"});
+    }
+    const bool isAny = plan.address == "0.0.0.0" || plan.address == "::";
+    const bool is6 = plan.address.find(':') != std::string::npos;
+    const std::string host = isAny ? names.front() : is6 ? "[" + plan.address + "]" : plan.address;
+    return {port, Lower(host), names, true, plan.password};
+}
+
 } // namespace
 
 struct CViewServer::SImplementation {
-    explicit SImplementation(CCameras& its) : cameras(its) {}
+    SImplementation(CCameras& its, const SServerPlan& plan, SRoutes further)
+        : cameras(its),
+          routes(std::move(further)),
+          listening(Listen(plan.address, plan.port)),
+          guard(PlanDoor(plan, listening.port),
+                {reinterpret_cast<const char*>(kPageLogin), kPageLoginSize}) {}
 
-    void Listen(int wanted);
-    void GuardDoor();
-    void ServePage();
-    void ServeQuestions();
-    void ServeOrders();
+    void Serve(httplib::Server& server);
+    static void ServePage(httplib::Server& server);
+    void ServeQuestions(httplib::Server& server);
+    void ServeOrders(httplib::Server& server);
+    void ServeRoutes(httplib::Server& server);
     // An answer to a POST, whose body is a JSON object.
-    void Order(const char* path, Json (*carryOut)(CCameras&, const Json& body));
+    void Order(httplib::Server& server, const char* path,
+               Json (*carryOut)(CCameras&, const Json& body));
 
     CCameras& cameras;
-    httplib::Server server;
-    std::optional<CDoor> door;
-    std::thread thread;
+    const SRoutes routes;
+    SListening listening;
+    CGuard guard;
+    std::vector<std::thread> threads;
 };
 
-// Another program must not be able to share the port.
-void CViewServer::SImplementation::Listen(int wanted) {
-    server.set_socket_options([](socket_t socket) {
-#ifdef _WIN32
-        const BOOL yes = TRUE;
-        setsockopt(socket, SOL_SOCKET, SO_EXCLUSIVEADDRUSE, reinterpret_cast<const char*>(&yes),
-                   sizeof yes);
-#else
-        const int yes = 1;
-        setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
-#endif
-    });
-    const char* const loopback = "127.0.0.1";
-    const int port = wanted == 0                             ? server.bind_to_any_port(loopback)
-                     : server.bind_to_port(loopback, wanted) ? wanted
-                                                             : -1;
-    if (port < 0) {
-        throw CToolError(wanted == 0 ? std::string("no port of 127.0.0.1 is free")
-                                     : "port " + std::to_string(wanted) +
-                                           " of 127.0.0.1 cannot be used: is it taken?");
-    }
-    door.emplace(port);
-}
-
-void CViewServer::SImplementation::GuardDoor() {
-    using Outcome = httplib::Server::HandlerResponse;
-    server.set_default_headers({{"Content-Security-Policy", kPolicy},
-                                {"X-Content-Type-Options", "nosniff"},
-                                {"Referrer-Policy", "no-referrer"},
-                                {"Cross-Origin-Resource-Policy", "same-origin"},
-                                {"Cache-Control", "no-store"}});
-    server.set_payload_max_length(kMaxRequestBytes);
-    server.set_keep_alive_max_count(kMaxRequestsOfConnection);
-    server.set_keep_alive_timeout(kIdleSeconds);
-    server.set_read_timeout(kSilenceSeconds);
-    server.set_write_timeout(kSilenceSeconds);
-    server.new_task_queue = [] { return new httplib::ThreadPool(kNumThreads); };
-    server.set_pre_routing_handler([this](const Request& request, Response& response) {
-        if (!door->IsOwnHost(request.get_header_value("Host")) ||
-            !door->IsOwnOrigin(request.get_header_value("Origin"))) {
-            Answer(response, 403, "This server answers its own page only.");
-            return Outcome::Handled;
-        }
-        if (request.path == "/" && door->IsToken(request.get_param_value("token"))) {
-            response.set_header("Set-Cookie", door->NewCookie());
-            response.set_redirect("/", 303);
-            return Outcome::Handled;
-        }
-        if (!door->HasCookie(request.get_header_value("Cookie"))) {
-            Answer(response, 403, "Open the address that norveltl view has printed.");
-            return Outcome::Handled;
-        }
-        return Outcome::Unhandled;
-    });
+void CViewServer::SImplementation::Serve(httplib::Server& server) {
+    guard.Watch(server);
     server.set_exception_handler(
         [](const Request&, Response& response, const std::exception_ptr& exception) {
             try {
@@ -278,9 +213,14 @@ void CViewServer::SImplementation::GuardDoor() {
                 Answer(response, 409, error.what());
             }
         });
+    ServePage(server);
+    ServeQuestions(server);
+    ServeOrders(server);
+    ServeRoutes(server);
+    guard.Post(server, ".*", [](const Request&, Response& response) { response.status = 404; });
 }
 
-void CViewServer::SImplementation::ServePage() {
+void CViewServer::SImplementation::ServePage(httplib::Server& server) {
     for (const SFile& file : PageFiles()) {
         server.Get(file.path, [file](const Request&, Response& response) {
             response.set_content(reinterpret_cast<const char*>(file.bytes.data()),
@@ -289,7 +229,7 @@ void CViewServer::SImplementation::ServePage() {
     }
 }
 
-void CViewServer::SImplementation::ServeQuestions() {
+void CViewServer::SImplementation::ServeQuestions(httplib::Server& server) {
     server.Get("/api/cameras",
                [this](const Request&, Response& response) { Answer(response, cameras.List()); });
     server.Get("/api/picture", [this](const Request& request, Response& response) {
@@ -309,67 +249,91 @@ void CViewServer::SImplementation::ServeQuestions() {
     });
 }
 
-void CViewServer::SImplementation::Order(const char* path,
+void CViewServer::SImplementation::Order(httplib::Server& server, const char* path,
                                          Json (*carryOut)(CCameras&, const Json& body)) {
-    server.Post(path, [this, carryOut](const Request& request, Response& response) {
-        Answer(response, carryOut(cameras, BodyOf(request)));
+    guard.Post(server, path, [this, carryOut](const Request& request, Response& response) {
+        Answer(response, carryOut(cameras, BodyOf(request, kMaxOrderBytes)));
     });
 }
 
-void CViewServer::SImplementation::ServeOrders() {
-    Order("/api/search", [](CCameras& its, const Json&) {
+void CViewServer::SImplementation::ServeRoutes(httplib::Server& server) {
+    for (const auto& [path, answer] : routes.questions) {
+        server.Get(path, [&its = answer](const Request& request, Response& response) {
+            Json asked = Json::object();
+            for (const auto& [name, text] : request.params) {
+                asked[name] = text;
+            }
+            Answer(response, its(asked));
+        });
+    }
+    for (const auto& [path, carryOut] : routes.orders) {
+        guard.Post(server, path, [&its = carryOut](const Request& request, Response& response) {
+            Answer(response, its(BodyOf(request, std::numeric_limits<size_t>::max())));
+        });
+    }
+}
+
+void CViewServer::SImplementation::ServeOrders(httplib::Server& server) {
+    Order(server, "/api/search", [](CCameras& its, const Json&) {
         its.SearchAgain();
         return its.List();
     });
-    Order("/api/open", [](CCameras& its, const Json& body) {
+    Order(server, "/api/open", [](CCameras& its, const Json& body) {
         its.Open(TextOf(body, "camera"));
         return Json::object();
     });
-    Order("/api/close", [](CCameras& its, const Json& body) {
+    Order(server, "/api/close", [](CCameras& its, const Json& body) {
         its.Close(TextOf(body, "camera"));
         return Json::object();
     });
-    Order("/api/start", [](CCameras& its, const Json& body) {
+    Order(server, "/api/start", [](CCameras& its, const Json& body) {
         Required(its, TextOf(body, "camera"))->Start();
         return Json::object();
     });
-    Order("/api/stop", [](CCameras& its, const Json& body) {
+    Order(server, "/api/stop", [](CCameras& its, const Json& body) {
         Required(its, TextOf(body, "camera"))->Stop();
         return Json::object();
     });
-    Order("/api/set", [](CCameras& its, const Json& body) {
+    Order(server, "/api/set", [](CCameras& its, const Json& body) {
         const auto camera = Required(its, TextOf(body, "camera"));
         const std::string name = TextOf(body, "name");
         camera->Set(name, TextOf(body, "value"));
         return ToJson(camera->Feature(name));
     });
-    Order("/api/execute", [](CCameras& its, const Json& body) {
+    Order(server, "/api/execute", [](CCameras& its, const Json& body) {
         Required(its, TextOf(body, "camera"))->Execute(TextOf(body, "name"));
         return Json::object();
     });
 }
 
-CViewServer::CViewServer(CCameras& cameras, int port)
-    : m_its(std::make_unique<SImplementation>(cameras)) {
-    m_its->Listen(port);
-    m_its->GuardDoor();
-    m_its->ServePage();
-    m_its->ServeQuestions();
-    m_its->ServeOrders();
-    m_its->thread = std::thread([this] { m_its->server.listen_after_bind(); });
+CViewServer::CViewServer(CCameras& cameras, const SServerPlan& plan, SRoutes routes)
+    : m_its(std::make_unique<SImplementation>(cameras, plan, std::move(routes))) {
+    for (const auto& listener : m_its->listening.listeners) {
+        m_its->Serve(*listener);
+        m_its->threads.emplace_back([&its = *listener] { its.listen_after_bind(); });
+    }
 }
 
 CViewServer::~CViewServer() {
-    // Before it runs, it cannot be told to stop.
-    while (!m_its->server.is_running()) {
-        std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    for (const auto& listener : m_its->listening.listeners) {
+        // Before it runs, it cannot be told to stop.
+        while (!listener->is_running()) {
+            std::this_thread::sleep_for(std::chrono::milliseconds(1));
+        }
+        listener->stop();
     }
-    m_its->server.stop();
-    m_its->thread.join();
+    for (std::thread& thread : m_its->threads) {
+        thread.join();
+    }
 }
 
 std::string CViewServer::Url() const {
-    return m_its->door->Url();
+    const CDoor& door = m_its->guard.Door();
+    return door.HasPassword() ? door.Url() : door.UrlWithToken();
+}
+
+std::string CViewServer::UrlWithToken() const {
+    return m_its->guard.Door().UrlWithToken();
 }
 
 } // namespace norveltl
