@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <span>
 #include <stdexcept>
 #include <string>
 
@@ -100,8 +101,29 @@ void CRegisterMap::ReadBlock(std::uint64_t address, void* buffer, std::size_t si
     CheckBlock(address, buffer, size);
     auto* bytes = static_cast<std::uint8_t*>(buffer);
     for (std::size_t offset = 0; offset < size; offset += kWidth) {
+        offset += CopyPlain(address + offset, bytes + offset, size - offset);
+        if (offset == size) {
+            break;
+        }
         StoreWord(bytes + offset, ReadRegister(address + offset));
     }
+}
+
+std::size_t CRegisterMap::CopyPlain(std::uint64_t address, std::uint8_t* bytes,
+                                    std::size_t size) const {
+    const std::size_t first =
+        static_cast<std::size_t>(std::min<std::uint64_t>(address / kWidth, m_registers.size()));
+    const std::span registers(m_registers);
+    std::size_t numCopied = 0;
+    for (const auto& found :
+         registers.subspan(first, std::min(size / kWidth, m_registers.size() - first))) {
+        if (found == nullptr || (found->m_access & kReadOnly) == 0 || found->m_onRead != nullptr) {
+            break;
+        }
+        StoreWord(bytes + numCopied, found->m_value);
+        numCopied += kWidth;
+    }
+    return numCopied;
 }
 
 std::uint32_t CRegisterMap::ReadRegister(std::uint64_t address) {

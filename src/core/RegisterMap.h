@@ -95,6 +95,9 @@ private:
 
     SRegister* Find(std::uint64_t address) const;
     SRegister& Available(std::uint64_t address) const;
+    // Reads registers that any port may read and nobody has to be told of; answers the size up to
+    // the first other one.
+    std::size_t CopyPlain(std::uint64_t address, std::uint8_t* bytes, std::size_t size) const;
 
     // Indexed by address / 4; empty where no register is defined. Never shrinks.
     std::vector<std::unique_ptr<SRegister>> m_registers;

@@ -145,6 +145,17 @@ TEST_F(RegisterMapTest, ABlockCallsTheCallbacksOfEachRegisterInAscendingOrder) {
               (Calls{{"write", 0x40, 7, 100}, {"write", 0x44, 8, 101}, {"write", 0x48, 9, 102}}));
 }
 
+TEST_F(RegisterMapTest, ABlockMayHaveRegistersWithAndWithoutCallbacks) {
+    DefineValues({1, 2, 3, 4, 5, 6});
+    DefineLogged(4, READ_WRITE, 20, 101);
+    DefineLogged(16, READ_ONLY, 50, 104);
+    std::array<uint32_t, 8> words{};
+    words.fill(77);
+    map.ReadBlock(0, words.data(), 24);
+    EXPECT_EQ(words, (std::array<uint32_t, 8>{1, 20, 3, 4, 50, 6, 77, 77}));
+    EXPECT_EQ(calls, (Calls{{"read", 4, 20, 101}, {"read", 16, 50, 104}}));
+}
+
 TEST_F(RegisterMapTest, ABlockIsReadUpToTheFirstUndefinedRegister) {
     Define(0x100, READ_ONLY, 0x11111111);
     std::array<uint32_t, 2> words{0xAAAAAAAA, 0xBBBBBBBB};

@@ -231,11 +231,16 @@ TEST(RegisterMapTraceTest, AStringIsDefinedAsZerosFromTheTopDownAndThenSet) {
 
 TEST(RegisterMapTraceTest, BlocksGoThroughTheOperationsOfSingleRegisters) {
     CTracedMap map;
-    map.DefineBlock(0, 3, nullptr, 8, 0, nullptr, 0, nullptr);
+    const auto ignore = [](uint64_t, uint32_t*, uint64_t) {};
+    map.DefineBlock(0, 3, nullptr, 8, 0, nullptr, 0, ignore);
     std::array<char, 8> buffer{};
     map.trace.clear();
     map.ReadBlock(0, buffer.data(), 8);
     EXPECT_EQ(map.trace, (Trace{"read 0", "read 4"}));
+    map.SetCallbacks(0, nullptr, 0, nullptr); // there is nothing to do in its read
+    map.trace.clear();
+    map.ReadBlock(0, buffer.data(), 8);
+    EXPECT_EQ(map.trace, (Trace{"read 4"}));
     map.trace.clear();
     map.WriteBlock(0, buffer.data(), 8);
     EXPECT_EQ(map.trace, (Trace{"write 0", "write 4"}));
