@@ -79,10 +79,16 @@ void CDataStream::EndUse() noexcept {
     m_newBufferEvent->RetireHandle();
     m_errorEvent->RetireHandle();
     {
-        const OutputLock output(m_outputLock);
+        const auto output = LockedSoon(m_outputLock);
         m_outputFilled.Close();
     }
     m_calls.Drain();
+}
+
+// Not before the acquisition has ended, which may keep the lock as long as the camera likes.
+void CDataStream::AwaitInputCalls() {
+    m_inputWaiters.Drain();
+    const CInputLock last(*this);
 }
 
 CDataStream::~CDataStream() {
@@ -97,6 +103,7 @@ CDataStream::~CDataStream() {
     LeaveDevice();
     CStreamRegistry::Instance().Remove(this);
     m_calls.Drain();
+    AwaitInputCalls();
     CStreamRegistry::Instance().Keep(m_camera.Release(), m_announced);
 }
 
@@ -105,6 +112,7 @@ void CDataStream::ReleaseAll() {
     if (m_thread) {
         StopAcquisition(ACQ_STOP_FLAGS_DEFAULT);
     }
+    AwaitInputCalls();
     m_camera.GiveBack();
     LeaveDevice();
     while (!m_announced.empty()) {

@@ -36,7 +36,7 @@ inline constexpr std::uint32_t kWithoutLimit = std::numeric_limits<std::uint32_t
 
 // Consumer threads call the operations concurrently with each other and with the acquisition
 // thread; only revoking a buffer while another thread uses it, and using a stream that is being
-// closed, are theirs to avoid. Lock order: control, input, output, announced.
+// closed, are theirs to avoid. Lock order: control, input, output.
 // Only the table of operations demands AllocAndAnnounceBuffer and GetDisplayName: nobody calls
 // them.
 class CDataStream final : public ICommonBase {
@@ -118,7 +118,6 @@ public:
 
 private:
     class CInputLock;
-    using OutputLock = boost::unique_lock<boost::recursive_mutex>;
 
     // The acquisition thread.
     void AcquisitionLoop() noexcept;
@@ -137,6 +136,7 @@ private:
     Optivo::Int32 Grab(void* memory);
 
     void EndUse() noexcept;
+    void AwaitInputCalls();
     void LaunchThread();
     void JoinThread();
     void ReleaseAll();
@@ -162,8 +162,7 @@ private:
     std::atomic<bool> m_acquiring{false};
     std::uint32_t m_index;
     CDevice* m_device;
-    boost::mutex m_announcedLock;
-    std::deque<CBufferInfo*> m_announced; // owned
+    std::deque<CBufferInfo*> m_announced; // owned; guarded by the output lock
     CBufferQueue m_input;
     CBufferQueue m_output;
     std::uint32_t m_xmlLength = 0;
@@ -208,7 +207,8 @@ private:
     std::uint64_t m_scratchSize = 0;
     std::unique_ptr<char[]> m_scratch;
 
-    // Calls that may outlast a wait or a join.
+    // Calls that may outlast a wait or a join. Those that only take the input lock for a moment are
+    // waited for by taking it.
     CCallCounter m_calls;
     std::atomic<bool> m_closing{false};
 };

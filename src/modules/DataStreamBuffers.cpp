@@ -6,8 +6,6 @@
 #include "modules/BufferInfo.h"
 #include "modules/StreamRegistry.h"
 
-#include <boost/thread/lock_guard.hpp>
-
 #include <algorithm>
 #include <stdexcept>
 
@@ -34,20 +32,19 @@ void WriteIfWanted(T* destination, T value) {
 CBufferInfo* CDataStream::Announce(std::unique_ptr<CBufferInfo> buffer) {
     buffer->SetOwner(this);
     // Room for its delivery is made here, not by the acquisition thread.
-    const OutputLock output(m_outputLock);
-    const boost::lock_guard<boost::mutex> lock(m_announcedLock);
+    const auto output = LockedSoon(m_outputLock);
     m_output.Reserve(m_announced.size() + 2);
     m_announced.push_back(buffer.get());
     return buffer.release();
 }
 
 std::size_t CDataStream::NumAnnounced() {
-    const boost::lock_guard<boost::mutex> lock(m_announcedLock);
+    const auto output = LockedSoon(m_outputLock);
     return m_announced.size();
 }
 
 bool CDataStream::HasSmallBuffer() {
-    const boost::lock_guard<boost::mutex> lock(m_announcedLock);
+    const auto output = LockedSoon(m_outputLock);
     return std::any_of(m_announced.begin(), m_announced.end(), [this](const CBufferInfo* buffer) {
         return buffer->Size() < m_payloadSize;
     });
@@ -75,7 +72,7 @@ void CDataStream::RevokeBuffer(BUFFER_HANDLE handle, void** memory, void** priva
     const CCallCounter::CScope inside(m_calls);
     CBufferInfo& buffer = BufferOf(handle);
     const auto isAnnounced = [&] {
-        const boost::lock_guard<boost::mutex> lock(m_announcedLock);
+        const auto output = LockedSoon(m_outputLock);
         return std::find(m_announced.begin(), m_announced.end(), &buffer) != m_announced.end();
     };
     if (!isAnnounced()) {
@@ -91,7 +88,7 @@ void CDataStream::RevokeBuffer(BUFFER_HANDLE handle, void** memory, void** priva
         DropBuffer(buffer);
     }
     {
-        const boost::lock_guard<boost::mutex> lock(m_announcedLock);
+        const auto output = LockedSoon(m_outputLock);
         if (std::erase(m_announced, &buffer) == 0) { // another thread revoked it meanwhile
             throw invalid_handle_error("Invalid Buffer Handle");
         }
@@ -104,7 +101,7 @@ void CDataStream::RevokeBuffer(BUFFER_HANDLE handle, void** memory, void** priva
 void CDataStream::DropBuffer(const CBufferInfo& buffer) {
     {
         const CInputLock input(*this);
-        const OutputLock output(m_outputLock);
+        const auto output = LockedSoon(m_outputLock);
         m_input.Remove(&buffer);
         m_output.Remove(&buffer);
         if (m_filling.load(std::memory_order_relaxed) == &buffer) {
@@ -118,7 +115,6 @@ void CDataStream::DropBuffer(const CBufferInfo& buffer) {
 }
 
 void CDataStream::QueueBuffer(BUFFER_HANDLE handle) {
-    const CCallCounter::CScope inside(m_calls);
     CBufferInfo& buffer = BufferOf(handle);
     if (buffer.IsQueued()) {
         return;
@@ -166,7 +162,6 @@ void CDataStream::MoveOutputToInput() {
 
 // Of every buffer, or of those only that are not delivered either and then have no new data.
 void CDataStream::AppendUnqueued(bool evenDelivered) {
-    const boost::lock_guard<boost::mutex> lock(m_announcedLock);
     m_input.ReserveMore(m_announced.size());
     for (CBufferInfo* buffer : m_announced) {
         if (buffer->IsQueued() || (buffer->IsDelivered() && !evenDelivered)) {
@@ -184,7 +179,6 @@ void CDataStream::AppendUnqueued(bool evenDelivered) {
 // Every announced buffer ends in the output queue, from where a wait delivers it although its
 // state is clear; the one that is being filled, when that has ended.
 void CDataStream::DiscardAll() {
-    const boost::lock_guard<boost::mutex> lock(m_announcedLock);
     m_output.Reserve(m_announced.size() + 2);
     m_output.Clear();
     m_input.Clear();
@@ -201,14 +195,12 @@ void CDataStream::FlushQueue(ACQ_QUEUE_TYPE operation) {
     if (operation < ACQ_QUEUE_INPUT_TO_OUTPUT || operation > ACQ_QUEUE_ALL_DISCARD) {
         return;
     }
-    const CCallCounter::CScope inside(m_calls);
     const CInputLock input(*this);
-    if (operation == ACQ_QUEUE_UNQUEUED_TO_INPUT) {
-        AppendUnqueued(false);
-        return;
-    }
-    const OutputLock output(m_outputLock);
+    const auto output = LockedSoon(m_outputLock);
     switch (operation) {
+    case ACQ_QUEUE_UNQUEUED_TO_INPUT:
+        AppendUnqueued(false);
+        break;
     case ACQ_QUEUE_INPUT_TO_OUTPUT:
         MoveInputToOutput();
         break;
@@ -232,7 +224,7 @@ COutcome CDataStream::GetBufferInfo(BUFFER_HANDLE handle, BUFFER_INFO_CMD comman
 
 void CDataStream::GetBufferID(std::uint32_t index, BUFFER_HANDLE* handle) {
     BUFFER_HANDLE& result = Require(handle, "phBuffer");
-    const boost::lock_guard<boost::mutex> lock(m_announcedLock);
+    const auto output = LockedSoon(m_outputLock);
     if (index >= m_announced.size()) {
         throw std::runtime_error(
             Format("Invalid Buffer Index %d", static_cast<std::int32_t>(index)));
