@@ -15,6 +15,8 @@ constexpr time_t kSilenceSeconds = 5;
 // Pages ask several times a second; the end of the server waits for each idle connection.
 constexpr time_t kIdleSeconds = 1;
 constexpr size_t kMaxRequestsOfConnection = 10'000;
+// A page asks more often; the end of the server waits for those that do not.
+constexpr time_t kIdleSeconds = 1;
 
 // Ten pages that each show two cameras of 30 frames a second ask for less.
 constexpr double kGuestsAtOnce = 2000, kGuestsPerSecond = 1000;
@@ -61,9 +63,10 @@ CGuard::CGuard(SDoorPlan plan, std::string logInPage)
 
 void CGuard::Watch(httplib::Server& server) {
     using Outcome = httplib::Server::HandlerResponse;
+    // Without a referrer, browsers would keep from us where a form comes from.
     server.set_default_headers({{"Content-Security-Policy", kPolicy},
                                 {"X-Content-Type-Options", "nosniff"},
-                                {"Referrer-Policy", "no-referrer"},
+                                {"Referrer-Policy", "same-origin"},
                                 {"Cross-Origin-Resource-Policy", "same-origin"},
                                 {"Cache-Control", "no-store"}});
     server.set_payload_max_length(kMaxRequestBytes);
