@@ -3,6 +3,7 @@
 
 Where GTEST_OUTPUT names a folder ("xml:FOLDER/"), a report for scripts/summarise.py goes there.
 """
+import json
 import pathlib
 import re
 import sys
@@ -20,6 +21,7 @@ from selenium.webdriver.support.select import Select
 
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parent.parent / "tool"))
 import harness  # noqa: E402
+import pictures  # noqa: E402
 import runner  # noqa: E402
 from viewing import ViewTest  # noqa: E402
 
@@ -43,17 +45,20 @@ def start_browser():
     return webdriver.Chrome(options=options)
 
 
+def setUpModule():
+    """One browser for all cases, as it starts slowly; each has tabs and a server of its own."""
+    PageTest.browser = start_browser()
+
+
+def tearDownModule():
+    PageTest.browser.quit()
+
+
 class PageTest(ViewTest):
-    @classmethod
-    def setUpClass(cls):
-        cls.browser = start_browser()
-
-    @classmethod
-    def tearDownClass(cls):
-        cls.browser.quit()
-
     def setUp(self):
         super().setUp()
+        # What it complained of in another case.
+        self.browser.get_log("browser")
         self.browser.switch_to.new_window("tab")
         self.tab = self.browser.current_window_handle
 
@@ -440,6 +445,102 @@ class Events(PageTest):
         self.wait_for_text("#events-about", "3,000 since it was opened")
         self.assertEqual(len(self.browser.find_elements(By.CSS_SELECTOR, "#events li")), 200)
         self.assertIn("ID 0x4d", self.text("#events li"))
+
+
+class Keep(PageTest):
+    def setUp(self):
+        super().setUp()
+        self.downloads = self.folder / "downloads"
+        self.downloads.mkdir()
+        self.browser.execute_cdp_cmd("Browser.setDownloadBehavior", {"behavior": "allow", "downloadPath": str(self.downloads)})
+
+    def click(self, button):
+        self.wait_for(lambda: (its := self.find(f"#{button}")).is_enabled() and its).click()
+
+    def choose(self, field, value):
+        Select(self.find(f"#{field}")).select_by_value(value)
+
+    def kept(self):
+        return sorted(path.name for path in (self.folder / "kept").iterdir())
+
+    def test_the_picture_that_is_seen(self):
+        self.open("Cam", "--keep", "kept", world=world(camera()))
+        self.image_number()
+        self.find("canvas.picture").send_keys(" ")
+        time.sleep(0.5)
+        frozen = self.image_number()
+        self.choose("snapshot-kind", "tiff")
+        self.click("snapshot")
+        text = self.wait_for_text("#kept", "is kept: ")
+        self.assertIn(f"Image {frozen:,} is kept: ", text)
+        description, image = self.kept()
+        self.assertTrue(image.endswith(".tif") and image in text, text)
+        self.assertEqual(json.loads((self.folder / "kept" / description).read_text())["images"][0]["number"], frozen)
+        pixels = pictures.read_tiff(self.folder / "kept" / image).pixels
+        self.assertEqual(pixels[-WIDTH:], bytes(x % 256 for x in range(WIDTH)))
+
+    def test_a_recording(self):
+        self.open("Cam", "--keep", "kept", world=world(camera()))
+        self.image_number()
+        self.choose("record-kind", "raw")
+        self.click("record")
+        self.wait_for(lambda: self.text("#record") == "End recording" and self.find("#record").get_attribute("aria-pressed") == "true")
+        self.wait_for(lambda: self.find("figure.recording"))
+        self.wait_for(lambda: (found := re.search(r": (\d+) images, ", self.text("#recording"))) and int(found[1]) > 50)
+        # It goes on without a page, and a page that comes knows of it.
+        self.browser.refresh()
+        self.wait_for(lambda: self.text("#record") == "End recording")
+        self.assertRegex(self.text("#space"), r"kept · [\d.]+ GB left")
+        self.click("record")
+        text = self.wait_for_text("#recording", "ended")
+        self.wait_for(lambda: self.text("#record") == "Record" and not self.browser.find_elements(By.CSS_SELECTOR, "figure.recording"))
+        [folder] = self.kept()
+        told = json.loads((self.folder / "kept" / folder / "grab.json").read_text())
+        self.assertEqual((told["leftOut"], told["lost"], len(told["images"])), (0, 0, told["delivered"]))
+        self.assertTrue(text.startswith(f"{folder}: {told['delivered']} images, "), text)
+
+    def test_a_recording_that_ends_by_itself(self):
+        self.open("Cam", "--keep", "kept", world=world(camera()))
+        self.image_number()
+        self.click("record")
+        self.wait_for(lambda: self.text("#record") == "End recording")
+        self.browser.find_element(By.XPATH, "//button[text()='Stop']").click()
+        self.wait_for_text("#recording", "ended: the images were stopped")
+        self.click("record")
+        self.wait_for_text("#kept", "the camera takes no images")
+
+    def test_settings(self):
+        self.open("Cam", "--keep", "kept", world=world(camera()))
+        self.enter("ExposureTime", "2500")
+        self.wait_for(lambda: self.server_value("ExposureTime") == 2500)
+        self.click("save-settings")
+        self.wait_for_text("#kept", "The settings are saved: Cam.txt")
+        saved = self.wait_for(lambda: [path for path in self.downloads.iterdir() if path.name == "Cam.txt"] and
+                              (self.downloads / "Cam.txt").read_text())
+        self.assertIn("\nExposureTime=2500\n", saved)
+        file = self.downloads / "other.txt"
+        file.write_text("ExposureTime=1500\nGain=6.54\n")
+        self.find("#settings-file").send_keys(str(file))
+        text = self.wait_for_text("#kept", "1 of 2 settings of other.txt are taken")
+        self.assertIn("line 2: Gain is 6.5 instead of 6.54", text)
+        self.wait_for(lambda: self.editor_value("ExposureTime") == "1500")
+        file.write_text("nonsense\n")
+        self.find("#settings-file").send_keys(str(file))
+        self.wait_for_text("#kept", "line:1: ")
+
+
+class Access(PageTest):
+    def test_a_password(self):
+        (self.folder / "secret").write_text("correct horse\n")
+        self.open("Cam", "--password", "secret", world=world(camera()))
+        self.wait_for(lambda: self.browser.current_url.endswith("/login"))
+        for control in self.browser.find_elements(By.CSS_SELECTOR, "button, input:not([hidden])"):
+            self.assertTrue(control.accessible_name, control.get_attribute("outerHTML"))
+        self.browser.switch_to.active_element.send_keys("wrong horse", Keys.ENTER)
+        self.wait_for_text("[role=alert]", "That is not the password.")
+        self.browser.switch_to.active_element.send_keys("correct horse", Keys.ENTER)
+        self.wait_for(lambda: self.image_number() > 0)
+        self.assertEqual(self.browser.current_url, self.server.url)
 
 
 class Page(PageTest):

@@ -377,6 +377,11 @@ void AddView(CLI::App& app, SCommandLine& line) {
     view->add_option("--port", line.view.port, "Where to listen; any port that is free without it")
         ->check(CLI::Range(1, 65535))
         ->type_name("PORT");
+    view->add_option("--keep", line.view.keep,
+                     "The folder for snapshots and recordings that the page asks for")
+        ->check(CheckNotEmpty)
+        ->type_name("FOLDER")
+        ->capture_default_str();
     CLI::Option* password =
         view->add_option("--password", line.view.password,
                          "Ask whoever opens the page for the password in this file's first line; - "

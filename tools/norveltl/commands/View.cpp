@@ -4,6 +4,7 @@
 #include "terminal/Browser.h"
 #include "terminal/Console.h"
 #include "terminal/Password.h"
+#include "view/KeepRoutes.h"
 #include "view/Server.h"
 
 #include <chrono>
@@ -41,9 +42,10 @@ std::string PasswordFrom(const std::string& file) {
 EExitCode View(const std::string& cti, const SViewOptions& options) {
     const std::string password = PasswordFrom(options.password);
     CCameras cameras(cti);
+    CKeep keep(PathFromUtf8(options.keep));
     cameras.OpenNamed(options.names);
     const CViewServer server(cameras, {options.listen, options.port, password},
-                             {});
+                             KeepRoutes(cameras, keep));
     CatchInterrupt();
     std::cout << server.Url() << std::endl;
     CheckOutput();

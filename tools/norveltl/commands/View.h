@@ -13,6 +13,7 @@ struct SViewOptions {
     int port = 0;                   // any
     std::string listen;             // the address; empty for the loopback device
     std::string password;           // the file that holds it, "-" to ask for it; empty for none
+    std::string keep = ".";         // the folder for snapshots and recordings
     bool noBrowser = false;
 };
 

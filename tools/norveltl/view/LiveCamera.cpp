@@ -1,6 +1,9 @@
 #include "view/LiveCamera.h"
 
+#include "grabbing/ImageCopy.h"
+
 #include <algorithm>
+#include <utility>
 
 namespace norveltl {
 
@@ -11,21 +14,15 @@ constexpr size_t kNumBuffers = 16;
 constexpr std::chrono::milliseconds kWaitSlice{100};
 constexpr size_t kMaxIntervals = 300;
 
-SImageFormat FormatOf(const CStream& stream, BUFFER_HANDLE buffer, SImageFormat format) {
-    const auto width = stream.Info(buffer, BUFFER_INFO_WIDTH);
-    const auto height = stream.Info(buffer, BUFFER_INFO_HEIGHT);
-    if (width && height) {
-        format.width = static_cast<uint32_t>(*width);
-        format.height = static_cast<uint32_t>(*height);
-    }
-    format.linePadding = static_cast<size_t>(stream.Info(buffer, BUFFER_INFO_XPADDING).value_or(0));
-    return format;
-}
+// Each page can freeze a picture; nobody looks at more.
+constexpr size_t kMaxHeld = 4;
+// Of a camera that does not tell its own.
+constexpr double kUsualFramesPerSecond = 25;
 
 } // namespace
 
 const SPicture* CFrame::Picture() const {
-    std::call_once(m_converted, [this] { m_picture = Convert(m_bytes, m_format); });
+    std::call_once(m_converted, [this] { m_picture = Convert(m_image.bytes, m_image.format); });
     return m_picture ? &*m_picture : nullptr;
 }
 
@@ -38,7 +35,8 @@ CLiveCamera::SRun::SRun(const CProducer& producer, DEV_HANDLE device, const CCam
 }
 
 CLiveCamera::CLiveCamera(const SChoice& choice)
-    : m_id(choice.device->id),
+    : m_about(*choice.device),
+      m_origin(OriginJson(choice)),
       m_producer(choice.system->Producer()),
       m_device(OpenDevice(choice)),
       m_camera(m_producer, m_device.Get()),
@@ -76,6 +74,7 @@ void CLiveCamera::Stop() {
     m_run->thread.join();
     m_run.reset();
     const std::lock_guard lock(m_lock);
+    EndRecording("the images were stopped");
     m_quality.acquires = false;
     m_arrival.notify_all();
 }
@@ -93,7 +92,14 @@ void CLiveCamera::TakeImages(SRun& run) {
         const std::lock_guard lock(m_lock);
         m_quality.trouble = error.what();
         m_quality.acquires = false;
+        EndRecording(m_quality.trouble);
         m_arrival.notify_all();
+    }
+}
+
+void CLiveCamera::EndRecording(const std::string& trouble) {
+    if (const auto recording = std::exchange(m_recording, nullptr)) {
+        recording->End(trouble);
     }
 }
 
@@ -102,20 +108,30 @@ void CLiveCamera::Take(SRun& run, BUFFER_HANDLE buffer) {
         run.stream.Queue(buffer);
         const std::lock_guard lock(m_lock);
         ++m_quality.numIncomplete;
+        if (m_recording) {
+            m_recording->CountIncomplete();
+        }
         return;
     }
-    const std::span<const uint8_t> bytes = run.stream.Bytes(buffer);
     bool isWanted = false;
     uint64_t number = 0;
+    std::optional<uint64_t> numLost;
+    std::shared_ptr<CRecording> recording;
     {
         const std::lock_guard lock(m_lock);
-        Account(run, bytes.size());
+        Account(run, run.stream.Bytes(buffer).size());
         number = m_quality.numDelivered;
+        numLost = m_quality.numLost;
         isWanted = std::exchange(m_isWanted, false);
+        recording = m_recording;
+    }
+    if (recording) {
+        recording->Take(run.stream, buffer, numLost);
     }
     if (isWanted) {
         auto frame =
-            std::make_shared<const CFrame>(number, FormatOf(run.stream, buffer, run.format), bytes);
+            std::make_shared<const CFrame>(CopyImage(run.stream, buffer, run.format, number, {}),
+                                           std::chrono::system_clock::now());
         const std::lock_guard lock(m_lock);
         m_newest = std::move(frame);
         m_arrival.notify_all();
@@ -174,6 +190,46 @@ SQuality CLiveCamera::Quality() {
     return quality;
 }
 
+void CLiveCamera::Hold(std::shared_ptr<const CFrame> frame) {
+    const std::lock_guard lock(m_lock);
+    m_held.push_back(std::move(frame));
+    if (m_held.size() > kMaxHeld) {
+        m_held.pop_front();
+    }
+}
+
+std::shared_ptr<const CFrame> CLiveCamera::Held(uint64_t number) {
+    const std::lock_guard lock(m_lock);
+    const auto found = std::ranges::find_if(
+        m_held, [number](const auto& frame) { return frame->Number() == number; });
+    return found != m_held.end()                      ? *found
+           : m_newest && m_newest->Number() == number ? m_newest
+                                                      : nullptr;
+}
+
+std::vector<SReadValue> CLiveCamera::Settings() {
+    const std::lock_guard control(m_control);
+    return m_camera.Settings();
+}
+
+SRecorded CLiveCamera::AsRecorded() {
+    const std::lock_guard control(m_control);
+    if (!m_run) {
+        throw CToolError("the camera takes no images");
+    }
+    return {m_origin, m_camera.Settings(), m_run->format,
+            m_camera.FrameRate().value_or(kUsualFramesPerSecond)};
+}
+
+void CLiveCamera::Record(std::shared_ptr<CRecording> recording) {
+    const std::lock_guard lock(m_lock);
+    if (m_quality.acquires) {
+        m_recording = std::move(recording);
+    } else {
+        recording->End("the images were stopped");
+    }
+}
+
 const CFeatures& CLiveCamera::TheFeatures() const {
     if (const auto& features = m_camera.Features()) {
         return *features;
@@ -208,6 +264,16 @@ void CLiveCamera::Set(const std::string& name, const std::string& value) {
 void CLiveCamera::Execute(const std::string& name) {
     const std::lock_guard control(m_control);
     TheFeatures().Execute(name);
+}
+
+SSettings CLiveCamera::ReadSettings() {
+    const std::lock_guard control(m_control);
+    return norveltl::ReadSettings(TheFeatures());
+}
+
+std::vector<SDifference> CLiveCamera::Apply(const std::vector<SSetting>& settings) {
+    const std::lock_guard control(m_control);
+    return ApplySettings(TheFeatures(), settings);
 }
 
 } // namespace norveltl

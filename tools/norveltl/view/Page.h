@@ -25,6 +25,8 @@ extern const unsigned char kPageFeature[];
 extern const std::size_t kPageFeatureSize;
 extern const unsigned char kPageEvents[];
 extern const std::size_t kPageEventsSize;
+extern const unsigned char kPageKeep[];
+extern const std::size_t kPageKeepSize;
 extern const unsigned char kPageQuality[];
 extern const std::size_t kPageQualitySize;
 extern const unsigned char kPageMarks[];

@@ -50,6 +50,7 @@ std::vector<SFile> PageFiles() {
             {"/marks.js", script, {kPageMarks, kPageMarksSize}},
             {"/statistics.js", script, {kPageStatistics, kPageStatisticsSize}},
             {"/compare.js", script, {kPageCompare, kPageCompareSize}},
+            {"/keep.js", script, {kPageKeep, kPageKeepSize}},
             {"/quality.js", script, {kPageQuality, kPageQualitySize}}};
 }
 
@@ -98,6 +99,9 @@ void AnswerPicture(CCameras& cameras, const Request& request, Response& response
     if (!frame) {
         response.status = 204;
         return;
+    }
+    if (request.has_param("hold")) {
+        camera->Hold(frame);
     }
     const SPicture* picture = frame->Picture();
     if (!picture) {

@@ -2,6 +2,7 @@
 import {ask, make, order, pause, whenReached} from "./talk.js";
 import {Events} from "./events.js";
 import {Features} from "./features.js";
+import {Keep} from "./keep.js";
 import {Picture} from "./picture.js";
 import {plotIntervals, showFigures} from "./quality.js";
 
@@ -157,5 +158,6 @@ whenReached(isThere => {
 });
 element("search").addEventListener("click", () => attempt(async () => showCameras(await order("search"))));
 element("reload").addEventListener("click", () => features.show(chosen));
+new Keep(pictures, () => pictures.get(chosen), () => features.show(chosen));
 await attempt(listCameras);
 watch();

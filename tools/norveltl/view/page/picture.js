@@ -260,8 +260,8 @@ export class Picture {
     this.isFrozen = isFrozen;
     this.freezeButton.ariaPressed = String(isFrozen);
     if (isFrozen) {
-      // Whole, so that it can be looked at closely.
-      const whole = await this.whole();
+      // Whole, so that it can be looked at closely, and held by the server, so that it can be kept.
+      const whole = await askPicture({camera: this.camera.key, after: 0, hold: 1}).catch(() => null);
       if (whole !== null && this.isFrozen) {
         this.take(whole);
       }
