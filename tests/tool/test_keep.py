@@ -277,22 +277,22 @@ class Settings(KeepTest):
         self.assertRegex(saved["text"], r"^# Settings of Cam: ")
         self.assertIn("\nExposureTime=1234\n", saved["text"])
         server.order("set", camera=CAM, name="ExposureTime", value="4321")
-        loaded = server.order("settings", camera=CAM, text=saved["text"])
+        loaded = server.order("settings", camera=CAM, file="f", text=saved["text"])
         self.assertEqual(loaded, {"settings": saved["text"].count("\n") - 1, "refused": []})
         self.assertIn("\nExposureTime=1234\n", server.ask("settings", camera=CAM)["text"])
 
     def test_what_the_camera_does_not_take(self):
         server = self.serve_kept()
-        loaded = server.order("settings", camera=CAM, text="# mine\nGain=6.54\nExposureTime=2000\nWidth=7\nWidht=8\n")
+        loaded = server.order("settings", camera=CAM, file="f", text="# mine\nGain=6.54\nExposureTime=2000\nWidth=7\nWidht=8\n")
         self.assertEqual((loaded["settings"], [(its["line"], its["name"]) for its in loaded["refused"]]),
                          (4, [(2, "Gain"), (4, "Width"), (5, "Widht")]))
         self.assertEqual(loaded["refused"][0]["reason"], "Gain is 6.5 instead of 6.54")
-        status, text = server.order("settings", camera=CAM, text="Gain=1\nnonsense\n")
-        self.assertEqual((status, text.startswith("line:2: ")), (409, True))
-        self.assertEqual(server.order("settings", camera=CAM), (400, 'the request has no text "text"'))
+        status, text = server.order("settings", camera=CAM, file="f", text="Gain=1\nnonsense\n")
+        self.assertEqual((status, text.startswith("f:2: ")), (409, True))
+        self.assertEqual(server.order("settings", camera=CAM, file="f"), (400, 'the request has no text "text"'))
 
     def test_their_size_is_bounded(self):
         server = self.serve_kept()
         long = "# comment\n" * 50_000
-        self.assertEqual(server.order("settings", camera=CAM, text=long), {"settings": 0, "refused": []})
-        self.assertEqual(server.order("settings", camera=CAM, text=long * 3)[0], 413)
+        self.assertEqual(server.order("settings", camera=CAM, file="f", text=long), {"settings": 0, "refused": []})
+        self.assertEqual(server.order("settings", camera=CAM, file="f", text=long * 3)[0], 413)

@@ -480,6 +480,17 @@ class Starting(ViewTest):
         self.assertEqual(again.port, first.port)
         self.assertNotEqual(again.token, first.token)
 
+    def test_a_port_that_is_taken_on_the_other_loopback_address(self):
+        with socket.socket(socket.AF_INET6) as other:
+            try:
+                other.bind(("::1", 0))
+            except OSError:
+                return
+            other.listen()
+            port = other.getsockname()[1]
+            self.refused(FAILED, f"norveltl: port {port} of ::1 cannot be used: is it taken?\n",
+                         "view", "--no-browser", "--port", str(port), world=world())
+
     def test_wrong_usage(self):
         self.assertEqual(self.run_tool("view", "nobody", "--no-browser").code, NOTHING_FOUND)
         for port in ("0", "65536", "x"):

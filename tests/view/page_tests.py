@@ -526,7 +526,7 @@ class Keep(PageTest):
         self.wait_for(lambda: self.editor_value("ExposureTime") == "1500")
         file.write_text("nonsense\n")
         self.find("#settings-file").send_keys(str(file))
-        self.wait_for_text("#kept", "line:1: ")
+        self.wait_for_text("#kept", "other.txt:1: ")
 
 
 class Access(PageTest):

@@ -76,7 +76,8 @@ bool CDoor::HasCookie(const std::string& cookies) const {
 }
 
 bool CDoor::IsOwnHost(const std::string& text) const {
-    const std::string suffix = ":" + m_port;
+    // Browsers leave out the port that HTTP has anyway.
+    const std::string suffix = m_plan.port == 80 ? "" : ":" + m_port;
     if (!text.ends_with(suffix)) {
         return false;
     }

@@ -99,15 +99,15 @@ void CGuard::Post(httplib::Server& server, const std::string& path,
 }
 
 bool CGuard::Stop(const Request& request, Response& response) {
+    const std::string host = request.get_header_value("Host");
+    if (!m_door.IsOwnHost(host) || !m_door.IsOwnOrigin(request.get_header_value("Origin"), host)) {
+        Answer(response, 403, "This server answers its own page only.");
+        return true;
+    }
     const bool isGuest = m_door.HasCookie(request.get_header_value("Cookie"));
     if (const auto seconds = (isGuest ? m_guests : m_strangers).Take(request.remote_addr)) {
         response.set_header("Retry-After", std::to_string(*seconds));
         Answer(response, 429, "Too many requests.");
-        return true;
-    }
-    const std::string host = request.get_header_value("Host");
-    if (!m_door.IsOwnHost(host) || !m_door.IsOwnOrigin(request.get_header_value("Origin"), host)) {
-        Answer(response, 403, "This server answers its own page only.");
         return true;
     }
     if (request.path == "/" && m_door.IsToken(request.get_param_value("token"))) {

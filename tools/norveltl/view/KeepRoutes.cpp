@@ -107,8 +107,8 @@ Json SettingsJson(CLiveCamera& camera) {
             {"errors", settings.errors}};
 }
 
-Json LoadSettings(CLiveCamera& camera, const std::string& text) {
-    const std::vector<SSetting> settings = ParseSettings(text, "line");
+Json LoadSettings(CLiveCamera& camera, const std::string& text, const std::string& file) {
+    const std::vector<SSetting> settings = ParseSettings(text, file);
     Json refused = Json::array();
     for (const SDifference& difference : camera.Apply(settings)) {
         refused.push_back({{"line", difference.setting->line},
@@ -128,7 +128,7 @@ SRoutes KeepRoutes(CCameras& cameras, CKeep& keep) {
     };
     routes.orders["/api/settings"] = [&cameras](const Json& asked) {
         const auto camera = Required(cameras, TextOf(asked, "camera"));
-        return LoadSettings(*camera, TextOf(asked, "text"));
+        return LoadSettings(*camera, TextOf(asked, "text"), TextOf(asked, "file"));
     };
     routes.orders["/api/snapshot"] = [&cameras, &keep](const Json& asked) {
         return TakeSnapshot(cameras, keep, asked);

@@ -87,7 +87,7 @@ export class Keep {
     if (file.size > longestSettings) {
       throw new Error(`${file.name} is too large for settings`);
     }
-    const {settings, refused} = await order("settings", {camera: picture.camera.key, text: await file.text()});
+    const {settings, refused} = await order("settings", {camera: picture.camera.key, file: file.name, text: await file.text()});
     this.tell(`${settings - refused.length} of ${settings} settings of ${file.name} are taken`,
       ...refused.map(({line, reason}) => `line ${line}: ${reason}`));
   }
