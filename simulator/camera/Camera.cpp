@@ -74,6 +74,7 @@ CCamera::CCamera(const SCameraModel& model)
       m_numStreams(model.numStreams),
       m_bursts(model.eventBursts),
       m_unplugAfter(model.unplugAfterImages),
+      m_plugAfter(model.plugAfterUpdates),
       m_state(StateOf(model)) {
     DefineRegisters(model);
     for (const OptivoImageFault& fault : model.imageFaults) {
@@ -126,11 +127,19 @@ void CCamera::GiveUp() {
 void CCamera::Unplug() {
     const std::lock_guard lock(m_lock);
     m_isPlugged = false;
+    m_numMissed = 0;
     ++m_connection;
     for (CImageQueue* queue : m_queues) {
         queue->End();
     }
     GiveUp();
+}
+
+bool CCamera::IsPluggedAtUpdate() {
+    if (!m_isPlugged && m_plugAfter != 0 && m_numMissed++ == m_plugAfter) {
+        Plug();
+    }
+    return m_isPlugged;
 }
 
 Int32 CCamera::GetInfo(UInt32 key, void* buffer, Size* size) const {

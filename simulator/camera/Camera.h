@@ -41,6 +41,8 @@ public:
     void Unplug();
     void Plug() { m_isPlugged = true; }
     bool IsPlugged() const { return m_isPlugged; }
+    // The same for an update of the list that holds it: some plug themselves in after a while.
+    bool IsPluggedAtUpdate();
     unsigned Connection() const { return m_connection; }
     bool IsConnected(unsigned connection) const {
         return m_isPlugged && m_connection == connection;
@@ -113,6 +115,8 @@ private:
     std::atomic<std::uint64_t> m_numMade{0};
     const std::vector<SEventBurst> m_bursts;
     const std::uint64_t m_unplugAfter;
+    const std::uint32_t m_plugAfter;
+    std::atomic<std::uint32_t> m_numMissed{0}; // updates, since the plug was pulled
 
     mutable CMutex m_textLock;
     std::map<UInt32, std::string> m_texts; // by DeviceInfoKey

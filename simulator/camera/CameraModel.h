@@ -36,6 +36,7 @@ struct SCameraModel {
     std::vector<OptivoImageFault> imageFaults;
     std::vector<SEventBurst> eventBursts;
     std::uint64_t unplugAfterImages = 0; // 0 is never
+    std::uint32_t plugAfterUpdates = 0;  // 0 is never
 };
 
 } // namespace OptivoSim

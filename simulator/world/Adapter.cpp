@@ -81,7 +81,7 @@ std::vector<std::string> CAdapter::NextNames() {
     std::vector<std::string> names;
     const std::lock_guard lock(m_lock);
     for (const SAttached& attached : m_cameras) {
-        if (attached.camera->IsPlugged() && IsFound(attached.discovery, m_numUpdates)) {
+        if (attached.camera->IsPluggedAtUpdate() && IsFound(attached.discovery, m_numUpdates)) {
             names.push_back(attached.camera->Name());
         }
     }

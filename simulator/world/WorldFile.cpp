@@ -89,6 +89,7 @@ void ReadMishaps(CObjectReader& reader, SCameraModel& model) {
         model.eventBursts.push_back(ReadEventBurst(burst));
     }
     reader.Read("unplugAfterImages", model.unplugAfterImages);
+    reader.Read("plugAfterUpdates", model.plugAfterUpdates);
 }
 
 bool IsDecimal(const std::string& text) {

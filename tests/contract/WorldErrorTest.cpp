@@ -107,6 +107,8 @@ TEST_F(WorldErrorTest, CameraValues) {
         {Camera(R"("height": 16385)"), "1:41" + at + "height" + whole + "1 to 16384"},
         {Camera(R"("unplugAfterImages": 18446744073709551616)"),
          "1:52" + at + "unplugAfterImages" + whole + "0 to 18446744073709551615"},
+        {Camera(R"("plugAfterUpdates": 4294967296)"),
+         "1:51" + at + "plugAfterUpdates" + whole + "0 to 4294967295"},
         {Camera(R"("frameRate": -1)"), "1:44" + at + "frameRate must be a number from 0 to 10000"},
         {Camera(R"("frameRate": 10000.5)"),
          "1:44" + at + "frameRate must be a number from 0 to 10000"},

@@ -383,6 +383,19 @@ class Cameras(ViewTest):
         self.assertEqual(self.interrupt(server.process).code, FAILED)
 
 
+    def test_the_plug_is_put_back(self):
+        server = self.serve("Cam", world=world(unplugAfterImages=200, plugAfterUpdates=2))
+        self.wait_for(lambda: server.ask("quality", camera=CAM)["trouble"])
+        for _ in range(2):
+            server.order("search")
+            self.assertEqual(self.cameras(server), {})
+            self.assertEqual([gone["key"] for gone in server.ask("cameras")["gone"]], [CAM])
+        self.wait_for(lambda: server.order("search") and self.cameras(server))
+        self.assertEqual(server.order("open", camera=CAM), {})
+        self.assertEqual(server.picture(CAM)[0]["number"] > 0, True)
+        self.assertEqual((server.ask("quality", camera=CAM)["trouble"], server.ask("cameras")["gone"]), ("", []))
+
+
 class Features(ViewTest):
     def feature(self, server, name):
         return next(feature for feature in server.ask("features", camera=CAM) if feature["name"] == name)

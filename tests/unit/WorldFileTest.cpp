@@ -24,7 +24,7 @@ TEST(WorldFileTest, ReadsEveryMemberOfACamera) {
         "name": "N", "vendor": "V", "model": "M", "version": "1", "serialNumber": "S",
         "userDefinedName": "U", "tlType": "T", "custom14": "A", "custom15": "B", "status": 3,
         "numStreams": 4, "pixelFormat": "Mono16", "width": 5, "height": 6, "testPattern": "White",
-        "frameRate": 7.25, "unplugAfterImages": 18446744073709551615)")
+        "frameRate": 7.25, "unplugAfterImages": 18446744073709551615, "plugAfterUpdates": 7)")
                                    .model;
     EXPECT_EQ(model.name, "N");
     EXPECT_EQ(model.vendor, "V");
@@ -43,6 +43,7 @@ TEST(WorldFileTest, ReadsEveryMemberOfACamera) {
     EXPECT_EQ(model.pattern, ETestPattern::White);
     EXPECT_EQ(model.frameRate, 7.25);
     EXPECT_EQ(model.unplugAfterImages, UINT64_MAX);
+    EXPECT_EQ(model.plugAfterUpdates, 7U);
 }
 
 TEST(WorldFileTest, ReadsImageFaults) {
