@@ -12,8 +12,6 @@ namespace {
 constexpr size_t kNumThreads = 64;
 constexpr size_t kMaxRequestBytes = size_t{1} << 20;
 constexpr time_t kSilenceSeconds = 5;
-// Pages ask several times a second; the end of the server waits for each idle connection.
-constexpr time_t kIdleSeconds = 1;
 constexpr size_t kMaxRequestsOfConnection = 10'000;
 // A page asks more often; the end of the server waits for those that do not.
 constexpr time_t kIdleSeconds = 1;
