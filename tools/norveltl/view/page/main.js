@@ -70,12 +70,18 @@ function showPictures(cameras) {
 
 function cameraRow(camera) {
   const button = make("button", {type: "button", disabled: !camera.canBeOpened}, camera.isOpen ? "Close" : "Open");
+  button.dataset.key = camera.key;
   button.ariaLabel = `${button.textContent} ${camera.id}`;
   button.addEventListener("click", () => attempt(async () => {
-    button.disabled = true;
+    if (button.ariaBusy === "true") {
+      return;
+    }
+    // Disabled, it would lose the focus.
+    button.ariaBusy = "true";
     try {
       await order(camera.isOpen ? "close" : "open", {camera: camera.key});
     } finally {
+      button.ariaBusy = "false";
       await listCameras();
     }
   }));
@@ -103,7 +109,11 @@ function showCameras({producers, gone}) {
   if (cameras.length === 0) {
     rows.push(make("p", {className: "weak"}, "No camera was found."));
   }
+  const {key} = document.activeElement.dataset;
   element("cameras").replaceChildren(...rows);
+  if (key !== undefined) {
+    [...element("cameras").querySelectorAll("button")].find(button => button.dataset.key === key)?.focus();
+  }
   showPictures(cameras);
 }
 

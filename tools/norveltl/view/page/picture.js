@@ -70,8 +70,8 @@ export class Picture {
     this.border = make("input", {type: "range", min: 0, max: 100, value: 50, ariaLabel: `Border of the kept picture, ${this.camera.id}`});
     this.border.addEventListener("input", () => this.paint());
     this.comparing = make("span", {className: "comparing", hidden: true}, this.mode, this.border);
-    this.dragging = make("select", {title: "What a drag does"}, make("option", {value: "move"}, "moves"),
-      make("option", {value: "region"}, "marks a region"), make("option", {value: "line"}, "marks a line"));
+    this.dragging = make("select", {title: "What a drag does"}, make("option", {value: "move"}, "Move"),
+      make("option", {value: "region"}, "Region"), make("option", {value: "line"}, "Line"));
     const level = (text, value) => {
       const slider = make("input", {type: "range", min: 0, max: 255, value});
       slider.addEventListener("input", () => this.paint());
@@ -121,6 +121,14 @@ export class Picture {
     }
     const zoom = Math.min(this.canvas.width / size.pictureWidth, this.canvas.height / size.pictureHeight);
     return {x: (size.pictureWidth - this.canvas.width / zoom) / 2, y: (size.pictureHeight - this.canvas.height / zoom) / 2, zoom};
+  }
+
+  /** The part of the picture that is seen, in whole pixels. */
+  seen() {
+    const place = this.place();
+    const x = Math.max(0, Math.floor(place.x)), y = Math.max(0, Math.floor(place.y));
+    return {x, y, width: Math.min(this.shown.pictureWidth, Math.ceil(place.x + this.canvas.width / place.zoom)) - x,
+      height: Math.min(this.shown.pictureHeight, Math.ceil(place.y + this.canvas.height / place.zoom)) - y};
   }
 
   look(view) {
@@ -214,9 +222,7 @@ export class Picture {
 
   toggle(kind) {
     if (this.shown !== null) {
-      const place = this.place();
-      const seen = {x: place.x, y: place.y, width: this.canvas.width / place.zoom, height: this.canvas.height / place.zoom};
-      this.marks.toggle(kind, seen, this.shown);
+      this.marks.toggle(kind, this.seen(), this.shown);
       this.remark();
     }
   }
@@ -271,12 +277,9 @@ export class Picture {
   wanted() {
     const parameters = {camera: this.camera.key, after: this.number};
     if (this.shown !== null) {
-      const place = this.place();
-      const left = Math.max(0, Math.floor(place.x)), top = Math.max(0, Math.floor(place.y));
-      const right = Math.min(this.shown.pictureWidth, Math.ceil(place.x + this.canvas.width / place.zoom));
-      const bottom = Math.min(this.shown.pictureHeight, Math.ceil(place.y + this.canvas.height / place.zoom));
-      if (right > left && bottom > top) {
-        Object.assign(parameters, {x: left, y: top, width: right - left, height: bottom - top});
+      const seen = this.seen();
+      if (seen.width > 0 && seen.height > 0) {
+        Object.assign(parameters, seen);
       }
     } else {
       fitCanvas(this.canvas);
