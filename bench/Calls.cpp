@@ -271,8 +271,8 @@ void RegisterCalls(const SEffort& /*effort*/) {
         benchmark::RegisterBenchmark(name, run)->UseRealTime();
     };
     add("read_port/module", ReadPortOfModule);
-    add("read_port/limit", ReadPortOfLibrary);
-    add("empty_call/limit", EmptyCall);
+    add("read_port/floor", ReadPortOfLibrary);
+    add("empty_call/floor", EmptyCall);
     add("stream_info/module", StreamInfo);
     add("buffer_info/module", BufferInfo);
     add("refused_command/module", RefusedCommand);
@@ -280,9 +280,9 @@ void RegisterCalls(const SEffort& /*effort*/) {
     benchmark::RegisterBenchmark("queue_buffer/module", QueueBuffers)->UseManualTime();
     add("queue_and_discard/module", QueueAndDiscard);
     add("system_xml/module", XmlOfModule);
-    add("system_xml/limit", XmlByVirtualCalls);
+    add("system_xml/floor", XmlByVirtualCalls);
     add("handle_check/module", HandleCheck);
-    add("handle_check/limit", NoHandleCheck);
+    add("handle_check/floor", NoHandleCheck);
     add("guarded_call/module", GuardedCall);
-    add("guarded_call/limit", UnguardedCall);
+    add("guarded_call/floor", UnguardedCall);
 }

@@ -1,5 +1,5 @@
 // The figures, room by room. Each is a pair of benchmarks: "<figure>/module" measures the producer,
-// "<figure>/limit" what no producer can do without. Report.py knows what they are held against.
+// "<figure>/floor" what no producer can do without. Report.py knows what they are held against.
 #pragma once
 
 #include <benchmark/benchmark.h>
@@ -23,7 +23,7 @@ void RegisterFrames(const SEffort& effort);
 void RegisterLatency(const SEffort& effort);
 // Single calls of exported functions.
 void RegisterCalls(const SEffort& effort);
-// What the module that answers as the standard says adds to the other one, which is its limit.
+// What the module that answers as the standard says adds to the other one, which is its floor.
 void RegisterStandard(const SEffort& effort);
 // Updates of the device list.
 void RegisterLists(const SEffort& effort);

@@ -1,12 +1,17 @@
-// Frames through the data stream. One consumer fetches and requeues; the limit of the cost is a
+// Frames through the data stream. One consumer fetches and requeues; the floor of the cost is a
 // pair of threads that pass as many items back and forth, that of the throughput is the camera.
 #include "Figures.h"
+#include "OptivoSim.h"
 #include "Subjects.h"
 
+#include <atomic>
 #include <condition_variable>
+#include <deque>
 #include <mutex>
 #include <queue>
+#include <string>
 #include <thread>
+#include <vector>
 
 namespace {
 
@@ -41,10 +46,10 @@ private:
     std::queue<int> m_items;
 };
 
-void CostOfModule(benchmark::State& state) {
+void CostOfModule(benchmark::State& state, unsigned numBuffers) {
     MakeCameras(1, kSmallSide, kSmallSide, 0);
     const COpenModule module;
-    CModuleStream stream(module, 0, kNumBuffers, kSmallSize);
+    CModuleStream stream(module, 0, numBuffers, kSmallSize);
     stream.Start();
     stream.TakeMany(kWarmUp);
     const std::uint64_t lostBefore = stream.Number(STREAM_INFO_NUM_UNDERRUN);
@@ -125,18 +130,85 @@ void ThroughputOfLibrary(benchmark::State& state, unsigned warmUp) {
     CountBytes(state);
 }
 
+// One image of each camera in turn, while the others wait for theirs.
+void ImagesOfModule(benchmark::State& state, unsigned numCameras) {
+    MakeCameras(numCameras, kSmallSide, kSmallSide, -1);
+    const COpenModule module;
+    std::deque<CModuleStream> streams;
+    std::vector<std::string> names;
+    for (unsigned camera = 0; camera < numCameras; ++camera) {
+        streams.emplace_back(module, camera, kNumBuffers, kSmallSize).Start();
+        names.push_back(CameraName(camera));
+    }
+    while (state.KeepRunningBatch(numCameras)) {
+        for (unsigned camera = 0; camera < numCameras; ++camera) {
+            OptivoSim_ProduceImages(names[camera].c_str(), 1);
+            streams[camera].Take();
+        }
+    }
+}
+
+// The same by threads that wait at the camera library and tell who waits for them.
+void ImagesOfLibrary(benchmark::State& state, unsigned numCameras) {
+    MakeCameras(numCameras, kSmallSide, kSmallSide, -1);
+    COpenLibrary library;
+    std::deque<CLibraryStream> streams;
+    std::vector<std::string> names;
+    CItemQueue taken;
+    std::atomic<bool> stop{false};
+    std::vector<std::thread> threads;
+    for (unsigned camera = 0; camera < numCameras; ++camera) {
+        streams.emplace_back(library, camera).Start();
+        names.push_back(CameraName(camera));
+        void* const memory = ImageMemory(camera, kSmallSize);
+        threads.emplace_back([&taken, &stop, &stream = streams.back(), memory] {
+            while (!stop) {
+                if (stream.TryTake(memory)) {
+                    taken.Push(1);
+                }
+            }
+        });
+    }
+    while (state.KeepRunningBatch(numCameras)) {
+        for (unsigned camera = 0; camera < numCameras; ++camera) {
+            OptivoSim_ProduceImages(names[camera].c_str(), 1);
+            taken.Pop();
+        }
+    }
+    stop = true;
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+void RegisterGrowth() {
+    for (const unsigned numCameras : {1U, 4U, 16U, 64U, 256U}) {
+        const std::string name = "cameras_" + std::to_string(numCameras);
+        benchmark::RegisterBenchmark((name + "/module").c_str(), ImagesOfModule, numCameras)
+            ->UseRealTime();
+        benchmark::RegisterBenchmark((name + "/floor").c_str(), ImagesOfLibrary, numCameras)
+            ->UseRealTime();
+    }
+    for (const unsigned numBuffers : {2U, 16U, 1024U}) {
+        benchmark::RegisterBenchmark(("buffers_" + std::to_string(numBuffers) + "/module").c_str(),
+                                     CostOfModule, numBuffers)
+            ->UseRealTime();
+    }
+}
+
 } // namespace
 
 void RegisterFrames(const SEffort& effort) {
-    benchmark::RegisterBenchmark("frame_cost/module", CostOfModule)->UseRealTime();
-    benchmark::RegisterBenchmark("frame_cost/limit", CostOfQueues)->UseRealTime();
+    RegisterGrowth();
+    benchmark::RegisterBenchmark("frame_cost/module", CostOfModule, kNumBuffers)->UseRealTime();
+    benchmark::RegisterBenchmark("frame_cost/floor", CostOfQueues)->UseRealTime();
     benchmark::RegisterBenchmark("frame_cost/library", CostOfLibrary)->UseRealTime();
     const unsigned warmUp = effort.Of(kWarmUp, kNumLargeBuffers);
     const auto frames = effort.Of<benchmark::IterationCount>(200, 8);
     benchmark::RegisterBenchmark("throughput/module", ThroughputOfModule, warmUp)
         ->UseRealTime()
         ->Iterations(frames);
-    benchmark::RegisterBenchmark("throughput/limit", ThroughputOfLibrary, warmUp)
+    benchmark::RegisterBenchmark("throughput/floor", ThroughputOfLibrary, warmUp)
         ->UseRealTime()
         ->Iterations(frames);
 }

@@ -1,5 +1,6 @@
 // From the end of a grab to the return of the EventGetData that was already waiting for it; the
-// limit is one wake-up of a waiting condition variable. In both, a third thread first wakes the one
+// floors are one wake-up of a waiting condition variable, and of a thread that sleeps on a word by
+// the system's own means. In all, a third thread first wakes the one
 // that is measured against, so that it runs as a thread does that has just been woken itself, and
 // the threads are kept where they are: a wake-up on another processor that idles takes ten times as
 // long as one on the same, and which of them a woken thread gets is the system's choice.
@@ -7,6 +8,7 @@
 #include "OptivoSim.h"
 #include "Placement.h"
 #include "Subjects.h"
+#include "platform/WordSleep.h"
 
 #include <algorithm>
 #include <atomic>
@@ -20,6 +22,7 @@
 
 namespace {
 
+namespace Platform = GenICam::Client::Platform;
 using Clock = std::chrono::steady_clock;
 
 constexpr unsigned kNumBuffers = 4;
@@ -54,6 +57,23 @@ private:
     std::mutex m_lock;
     std::condition_variable m_changed;
     bool m_given = false;
+};
+
+// The same by the system's shortest way.
+class CWordSignal {
+public:
+    void Give() {
+        m_given.store(1, std::memory_order_release);
+        Platform::Wake(&m_given);
+    }
+    void Await() {
+        while (m_given.exchange(0, std::memory_order_acquire) == 0) {
+            Platform::SleepOn(m_given, 0, Platform::kSleepForever);
+        }
+    }
+
+private:
+    Platform::SleepWord m_given{0};
 };
 
 // A thread that does something whenever it is asked to.
@@ -140,9 +160,10 @@ void OfStandardModule(benchmark::State& state, SPlacement placement) {
     OfProducer(state, placement, TheStandardProducer());
 }
 
-void OfConditionVariable(benchmark::State& state, SPlacement placement) {
+template <class Signal>
+void OfWakeUp(benchmark::State& state, SPlacement placement) {
     const CThreadPlacement wakerPlace(placement.ofWaker);
-    CSignal filled;
+    Signal filled;
     CHelper filler([&] {
         NoteBegin();
         filled.Give();
@@ -160,12 +181,14 @@ void RegisterLatency(const SEffort& effort) {
     };
     constexpr SPlacement kApart{0, 1};
     add("latency/module", OfModule, kApart);
-    add("latency/limit", OfConditionVariable, kApart);
+    add("latency/floor", OfWakeUp<CSignal>, kApart);
+    add("latency/word", OfWakeUp<CWordSignal>, kApart);
     add("standard_latency/module", OfStandardModule, kApart);
-    add("standard_latency/limit", OfModule, kApart);
+    add("standard_latency/floor", OfModule, kApart);
 #if defined(__linux__)
     constexpr SPlacement kTogether{0, 0};
     add("latency_together/module", OfModule, kTogether);
-    add("latency_together/limit", OfConditionVariable, kTogether);
+    add("latency_together/floor", OfWakeUp<CSignal>, kTogether);
+    add("latency_together/word", OfWakeUp<CWordSignal>, kTogether);
 #endif
 }

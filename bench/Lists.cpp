@@ -1,10 +1,12 @@
-// Updates of the device list. The limit is a loop of the calls of the camera library that an update
+// Updates of the device list. The floor is a loop of the calls of the camera library that an update
 // cannot do without.
 #include "Figures.h"
 #include "Subjects.h"
 #include "camlib/CameraObjects.h"
 
 #include <array>
+#include <string>
+#include <vector>
 
 namespace {
 
@@ -28,12 +30,12 @@ struct SList {
                    R"(", "discovery": )" + discovery + "}";
         };
         if (!isChanging) {
-            ::MakeWorld(row(numDevices, "100000", "[true]"));
+            ::MakeWorld({row(numDevices, "100000", "[true]")});
             return;
         }
         const unsigned half = numDevices / 2;
-        ::MakeWorld(row(half, "200000", "[true, false]") + ", " + row(half, "100000", "[true]") +
-                    ", " + row(half, "300000", "[false, true]"));
+        ::MakeWorld({row(half, "200000", "[true, false]") + ", " + row(half, "100000", "[true]") +
+                     ", " + row(half, "300000", "[false, true]")});
     }
 };
 
@@ -88,9 +90,77 @@ void OfLibrary(benchmark::State& state, SList list) {
     Report(state, list);
 }
 
+constexpr std::size_t kNumInterfaces = 4;
+constexpr Optivo::UInt32 kNumDevicesEach = 25;
+
+void MakeInterfaces() {
+    std::vector<std::string> interfaces;
+    for (std::size_t i = 1; i <= kNumInterfaces; ++i) {
+        interfaces.push_back(R"({"count": )" + std::to_string(kNumDevicesEach) +
+                             R"(, "serialNumber": ")" + std::to_string(100'000 * i) + R"("})");
+    }
+    MakeWorld(interfaces);
+}
+
+void OpenInterface(Producer& gentl, TL_HANDLE system, std::uint32_t index) {
+    std::array<char, kNameCapacity> name{};
+    std::size_t size = name.size();
+    Check(gentl.TLGetInterfaceID(system, index, name.data(), &size), "TLGetInterfaceID");
+    IF_HANDLE iface = nullptr;
+    Check(gentl.TLOpenInterface(system, name.data(), &iface), "TLOpenInterface");
+    Check(gentl.IFUpdateDeviceList(iface, nullptr, 1000), "IFUpdateDeviceList");
+    std::vector<DEV_HANDLE> devices(kNumDevicesEach);
+    for (std::uint32_t i = 0; i < kNumDevicesEach; ++i) {
+        size = name.size();
+        Check(gentl.IFGetDeviceID(iface, i, name.data(), &size), "IFGetDeviceID");
+        Check(gentl.IFOpenDevice(iface, name.data(), DEVICE_ACCESS_CONTROL, &devices[i]),
+              "IFOpenDevice");
+    }
+    for (DEV_HANDLE device : devices) {
+        Check(gentl.DevClose(device), "DevClose");
+    }
+    Check(gentl.IFClose(iface), "IFClose");
+}
+
+void OpenAllOfModule(benchmark::State& state) {
+    MakeInterfaces();
+    const COpenModule module;
+    Check(module.gentl.IFClose(module.iface), "IFClose");
+    for (auto _ : state) {
+        for (std::uint32_t i = 0; i < kNumInterfaces; ++i) {
+            OpenInterface(module.gentl, module.system, i);
+        }
+    }
+}
+
+void OpenAllOfLibrary(benchmark::State& state) {
+    MakeInterfaces();
+    COpenLibrary library;
+    for (auto _ : state) {
+        for (std::size_t i = 0; i < kNumInterfaces; ++i) {
+            const auto camera = library.OpenInterface(i);
+            Optivo::UInt32 count = 0;
+            Check(camera->UpdateDeviceList(&count, 1000), "UpdateDeviceList");
+            Require(count == kNumDevicesEach, "the number of devices");
+            std::vector<ObjectPtr<Optivo::ICamDevice>> devices;
+            for (Optivo::UInt32 index = 0; index < count; ++index) {
+                Describe(*camera, index);
+                std::array<char, kNameCapacity> name{};
+                Optivo::Size size = name.size();
+                Check(camera->GetDeviceName(index, name.data(), &size), "GetDeviceName");
+                Optivo::ICamDevice* device = nullptr;
+                Check(camera->OpenDevice(name.data(), &device), "OpenDevice");
+                devices.emplace_back(device);
+            }
+        }
+    }
+}
+
 } // namespace
 
 void RegisterLists(const SEffort& /*effort*/) {
+    benchmark::RegisterBenchmark("open_all/module", OpenAllOfModule)->UseRealTime();
+    benchmark::RegisterBenchmark("open_all/floor", OpenAllOfLibrary)->UseRealTime();
     for (const bool isChanging : {false, true}) {
         for (const unsigned numDevices : {100U, 1000U, 10000U}) {
             const std::string name = std::string(isChanging ? "changed_list_" : "same_list_") +
@@ -99,7 +169,7 @@ void RegisterLists(const SEffort& /*effort*/) {
             benchmark::RegisterBenchmark((name + "/module").c_str(), OfModule, list)
                 ->UseRealTime()
                 ->Unit(benchmark::kMicrosecond);
-            benchmark::RegisterBenchmark((name + "/limit").c_str(), OfLibrary, list)
+            benchmark::RegisterBenchmark((name + "/floor").c_str(), OfLibrary, list)
                 ->UseRealTime()
                 ->Unit(benchmark::kMicrosecond);
         }

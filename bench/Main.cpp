@@ -1,4 +1,4 @@
-// Measures the producer beside its limits. norveltl_bench [--quick] [OPTION...]; the options are
+// Measures the producer beside the floor. norveltl_bench [--quick] [OPTION...]; the options are
 // Google Benchmark's. With --quick every benchmark runs for a moment, which says nothing of speed.
 #include "Figures.h"
 

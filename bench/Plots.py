@@ -7,7 +7,9 @@ STYLE = "font-family='sans-serif' font-size='12'"
 
 
 def text(x, y, words, anchor="start", colour="#222"):
-    return f"<text x='{x:.1f}' y='{y:.1f}' text-anchor='{anchor}' fill='{colour}' {STYLE}>{html.escape(words)}</text>"
+    """White around its letters keeps it legible on a line."""
+    return (f"<text x='{x:.1f}' y='{y:.1f}' text-anchor='{anchor}' fill='{colour}' stroke='white' stroke-width='5' "
+            f"paint-order='stroke' {STYLE}>{html.escape(words)}</text>")
 
 
 def line(x1, y1, x2, y2, colour="#ccc", extra=""):
@@ -57,6 +59,40 @@ def budgets(rows):
     return svg(width, bottom + 30, parts)
 
 
+def duration(nanoseconds):
+    for unit, factor in (("s", 1e9), ("ms", 1e6), ("us", 1e3)):
+        if nanoseconds >= factor:
+            return f"{nanoseconds / factor:.3g} {unit}"
+    return f"{max(nanoseconds, 0):.0f} ns"
+
+
+def added(rows):
+    """What the module adds to a camera's time: rows of (title, {target: nanoseconds}), from a nanosecond on."""
+    targets = list(rows[0][1])
+    left, right, top, height, width = 330, 80, 50, 40, 900
+    image = 1e9 / 30
+    decades = math.ceil(math.log10(image))
+
+    def x(nanoseconds):
+        return left + (width - left - right) * math.log10(max(nanoseconds, 1)) / decades
+
+    bottom = top + height * len(rows)
+    parts = [text(left, 20, "time that the module adds; on the right, what a camera has for an image at 30 a second"),
+             *legend(targets, left, 40)]
+    for decade in range(decades + 1):
+        parts += [line(x(10**decade), top, x(10**decade), bottom, "#ddd"),
+                  text(x(10**decade), bottom + 16, duration(10**decade), "middle")]
+    parts.append(line(x(image), top, x(image), bottom, "#222"))
+    for i, (title, values) in enumerate(rows):
+        y = top + height * i
+        parts.append(text(left - 8, y + 24, title, "end"))
+        for j, target in enumerate(targets):
+            if (value := values.get(target)) is not None:
+                parts += [f"<rect x='{left}' y='{y + 7 + 13 * j}' width='{max(x(value) - left, 1):.1f}' height='12' "
+                          f"fill='{COLOURS[target]}'/>", text(x(value) + 4, y + 17 + 13 * j, duration(value))]
+    return svg(width, bottom + 30, parts)
+
+
 class Axes:
     """A frame with labelled axes, from points to pixels."""
 
@@ -99,7 +135,7 @@ def lists(all_results):
                 "devices", "ms", [(c, f"{c:,}") for c in counts], decades, True)
     axes.parts += legend([r.target for r in all_results], 80, 40)
     for results in all_results:
-        for side, extra in (("module", ""), ("limit", "stroke-dasharray='5,4'")):
+        for side, extra in (("module", ""), ("floor", "stroke-dasharray='5,4'")):
             times = [results.value(f"same_list_{count}/{side}", "real_time") for count in counts]
             axes.curve([(c, t / 1e6) for c, t in zip(counts, times)], COLOURS[results.target], extra)
     return axes.svg()
@@ -118,5 +154,24 @@ def memory(all_results):
     return axes.svg()
 
 
-def all_plots(all_results, rows):
-    return {"budgets": budgets(rows), "lists": lists(all_results), "memory": memory(all_results)}
+def growth(all_results, kind, counts, title, label, sides):
+    """Time of an image over a number of things; dashed where the camera library is asked alone."""
+    decades = [(10.0**p, duration(10.0**p)) for p in range(2, 7)]
+    axes = Axes(title, label, "", [(c, f"{c:,}") for c in counts], decades, True)
+    axes.parts += legend([r.target for r in all_results], 80, 40)
+    for results in all_results:
+        for side, extra in sides:
+            times = [results.value(f"{kind}_{count}/{side}", "real_time") for count in counts]
+            axes.curve(list(zip(counts, times)), COLOURS[results.target], extra)
+    return axes.svg()
+
+
+def all_plots(all_results, rows, lead):
+    solid, dashed = ("module", ""), ("floor", "stroke-dasharray='5,4'")
+    return {"added": added(lead),
+            "cameras": growth(all_results, "cameras", (1, 4, 16, 64, 256),
+                              "time of an image that one of so many cameras makes; dashed: without the module", "cameras",
+                              (solid, dashed)),
+            "buffers": growth(all_results, "buffers", (2, 16, 1024), "time of an image, with so many buffers", "buffers",
+                              (solid,)),
+            "budgets": budgets(rows), "lists": lists(all_results), "memory": memory(all_results)}

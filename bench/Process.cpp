@@ -116,6 +116,62 @@ void MemoryOfFrames(benchmark::State& state, std::uint64_t numFrames) {
     state.counters["frames"] = static_cast<double>(numFrames);
 }
 
+// From the start of an acquisition to its first image, and from its stop to the return of that
+// while images come.
+template <class Start, class Fetch, class Stop, class Renew>
+void MeasureStart(benchmark::State& state, const Start& start, const Fetch& fetch, const Stop& stop,
+                  const Renew& renew) {
+    double stopping = 0;
+    for (auto _ : state) {
+        const auto begin = Clock::now();
+        start();
+        fetch();
+        state.SetIterationTime(Seconds(Clock::now() - begin).count());
+        const auto end = Clock::now();
+        stop();
+        stopping += Seconds(Clock::now() - end).count();
+        renew();
+    }
+    state.counters["stop"] = benchmark::Counter(1e9 * stopping, benchmark::Counter::kAvgIterations);
+}
+
+void StartOfModule(benchmark::State& state) {
+    MakeCameras(1, kVgaWidth, kVgaHeight, 0);
+    const COpenModule module;
+    CModuleStream stream(module, 0, kNumBuffers, kVgaSize);
+    stream.Start();
+    stream.TakeMany(kWarmUp);
+    const auto stop = [&] {
+        Check(stream.gentl.DSStopAcquisition(stream.stream, ACQ_STOP_FLAGS_DEFAULT), "stop");
+    };
+    const auto renew = [&] {
+        Check(stream.gentl.DSFlushQueue(stream.stream, ACQ_QUEUE_ALL_TO_INPUT), "flush");
+    };
+    stop();
+    renew();
+    MeasureStart(
+        state,
+        [&] {
+            Check(stream.gentl.DSStartAcquisition(stream.stream, ACQ_START_FLAGS_DEFAULT,
+                                                  GENTL_INFINITE),
+                  "start");
+        },
+        [&] { stream.Fetch(); }, stop, renew);
+}
+
+void StartOfLibrary(benchmark::State& state) {
+    MakeCameras(1, kVgaWidth, kVgaHeight, 0);
+    COpenLibrary library;
+    CLibraryStream stream(library, 0);
+    void* const memory = ImageMemory(0, kVgaSize);
+    const auto stop = [&] { Check(stream.Stream().StopAcquisition(0), "stop"); };
+    stream.Start();
+    stream.TakeMany(kWarmUp, memory);
+    stop();
+    MeasureStart(
+        state, [&] { stream.Start(); }, [&] { stream.Take(memory); }, stop, [] {});
+}
+
 // A copy of the module's file each time, as no module that is loaded is loaded again. The camera
 // library is there already.
 void LoadOpenList(benchmark::State& state) {
@@ -134,14 +190,21 @@ void LoadOpenList(benchmark::State& state) {
 } // namespace
 
 void RegisterProcess(const SEffort& effort) {
-    // Windows counts a process's time in hundredths of a second, of which the limit takes five.
+    // Windows counts a process's time in hundredths of a second, of which the floor takes five.
     const double seconds = effort.Of(2.0, 1.0);
     benchmark::RegisterBenchmark("processor/module", ProcessorOfModule, seconds)
         ->UseManualTime()
         ->Iterations(1);
-    benchmark::RegisterBenchmark("processor/limit", ProcessorOfLibrary, seconds)
+    benchmark::RegisterBenchmark("processor/floor", ProcessorOfLibrary, seconds)
         ->UseManualTime()
         ->Iterations(1);
+    const auto starts = effort.Of<benchmark::IterationCount>(200, 5);
+    benchmark::RegisterBenchmark("start/module", StartOfModule)
+        ->UseManualTime()
+        ->Iterations(starts);
+    benchmark::RegisterBenchmark("start/floor", StartOfLibrary)
+        ->UseManualTime()
+        ->Iterations(starts);
     const auto numFrames = effort.Of<std::uint64_t>(1'000'000, 20'000);
     benchmark::RegisterBenchmark("memory/module", MemoryOfFrames, numFrames)
         ->UseRealTime()

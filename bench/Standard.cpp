@@ -103,16 +103,16 @@ void RegisterStandard(const SEffort& effort) {
             ->Iterations(fetches);
     };
     fetch("standard_fetch/module", TheStandardProducer, 0);
-    fetch("standard_fetch/limit", TheProducer, 0);
+    fetch("standard_fetch/floor", TheProducer, 0);
     fetch("standard_fetch_apart/module", TheStandardProducer, 1);
-    fetch("standard_fetch_apart/limit", TheProducer, 1);
+    fetch("standard_fetch_apart/floor", TheProducer, 1);
     const auto info = [](const char* name, Producer& (*producer)(), BUFFER_INFO_CMD command) {
         benchmark::RegisterBenchmark(name, [=](auto& state) {
             BufferInfo(state, producer(), command);
         })->UseRealTime();
     };
     info("standard_info/module", TheStandardProducer, BUFFER_INFO_WIDTH);
-    info("standard_info/limit", TheProducer, BUFFER_INFO_BASE);
+    info("standard_info/floor", TheProducer, BUFFER_INFO_BASE);
     benchmark::RegisterBenchmark("standard_kill/module", Kill)
         ->UseManualTime()
         ->Iterations(effort.Of<benchmark::IterationCount>(100, 3));

@@ -35,19 +35,28 @@ void Require(bool holds, const char* what) {
     }
 }
 
-void MakeWorld(const std::string& cameras) {
+void MakeWorld(const std::vector<std::string>& interfaces) {
     OptivoSim_Reset();
-    const std::string world = R"({"interfaces": [{"name": "net", "cameras": [)" + cameras + "]}]}";
+    std::string list;
+    for (std::size_t i = 0; i < interfaces.size(); ++i) {
+        list += std::string(i == 0 ? "" : ", ") + R"({"name": ")" + InterfaceName(i) +
+                R"(", "cameras": [)" + interfaces[i] + "]}";
+    }
+    const std::string world = R"({"interfaces": [)" + list + "]}";
     char error[256] = "";
     Require(OptivoSim_LoadWorld(world.c_str(), error, sizeof error) == 1, error);
 }
 
 void MakeCameras(unsigned count, unsigned width, unsigned height, double frameRate) {
-    MakeWorld(R"({"count": )" + std::to_string(count) + R"(, "width": )" + std::to_string(width) +
-              R"(, "height": )" + std::to_string(height) + "}");
+    MakeWorld({R"({"count": )" + std::to_string(count) + R"(, "width": )" + std::to_string(width) +
+               R"(, "height": )" + std::to_string(height) + "}"});
     for (unsigned i = 0; i < count; ++i) {
         Require(OptivoSim_SetFrameRate(CameraName(i).c_str(), frameRate) == 1, "frame rate");
     }
+}
+
+std::string InterfaceName(std::size_t index) {
+    return kInterfaceName + (index == 0 ? "" : std::to_string(index));
 }
 
 std::string CameraName(unsigned index) {
@@ -145,9 +154,13 @@ COpenLibrary::COpenLibrary() {
     Optivo::ICamSystem* system = nullptr;
     Check(GetSystem(&system), "GetSystem");
     m_system.reset(system);
+    m_interface = OpenInterface(0);
+}
+
+ObjectPtr<Optivo::ICamInterface> COpenLibrary::OpenInterface(std::size_t index) {
     Optivo::ICamInterface* found = nullptr;
-    Check(m_system->OpenInterface(kInterfaceName, &found), "OpenInterface");
-    m_interface.reset(found);
+    Check(m_system->OpenInterface(InterfaceName(index).c_str(), &found), "OpenInterface");
+    return ObjectPtr<Optivo::ICamInterface>(found);
 }
 
 CLibraryStream::CLibraryStream(COpenLibrary& library, unsigned camera) {

@@ -20,8 +20,10 @@ inline void Check(GC_ERROR code, const char* what) {
     Require(code == GC_ERR_SUCCESS, what);
 }
 
-// Makes the world new: one interface, whose list of cameras stands here as JSON.
-void MakeWorld(const std::string& cameras);
+// Makes the world new: interfaces, named by InterfaceName, whose lists of cameras stand here as
+// JSON.
+void MakeWorld(const std::vector<std::string>& interfaces);
+std::string InterfaceName(std::size_t index);
 // As many equal cameras, named by CameraName. A rate of 0 is as fast as images are taken, and a
 // negative one as OptivoSim_ProduceImages asks for them.
 void MakeCameras(unsigned count, unsigned width, unsigned height, double frameRate);
@@ -94,6 +96,7 @@ public:
     COpenLibrary();
 
     Optivo::ICamInterface& Interface() { return *m_interface; }
+    ObjectPtr<Optivo::ICamInterface> OpenInterface(std::size_t index);
 
 private:
     ObjectPtr<Optivo::ICamSystem> m_system;

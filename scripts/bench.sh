@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Measures the module beside its limits on Linux and Windows (under Wine), prints a table, writes docs/performance.md.
+# Measures the module beside the floor on Linux and Windows (under Wine), prints a table, writes docs/performance.md.
 # Call it from anywhere, on an idle machine: scripts/bench.sh [PRESET...]; with --quick it only tries every benchmark.
 set -euo pipefail
 
