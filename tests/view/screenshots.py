@@ -30,6 +30,8 @@ def main():
                 browser.get(server.stdout.readline().strip())
                 # Long enough for the plot of the intervals to fill.
                 time.sleep(6)
+                browser.find_element("css selector", "canvas.picture").send_keys("l")
+                time.sleep(1)
                 browser.execute_script("document.querySelector('.feature[data-name=ExposureTime]').scrollIntoView()")
                 whole = pathlib.Path(folder) / "whole.png"
                 browser.save_screenshot(str(whole))
