@@ -21,8 +21,8 @@ def main():
     with tempfile.TemporaryDirectory() as folder:
         world = pathlib.Path(folder) / "world.json"
         world.write_text(json.dumps(WORLD))
-        command = [sys.argv[1], "view", "Left", "Right", "--no-browser"]
-        with subprocess.Popen(command, stdout=subprocess.PIPE, text=True,
+        command = [pathlib.Path(sys.argv[1]).resolve(), "view", "Left", "Right", "--no-browser", "--keep", "/tmp/lens"]
+        with subprocess.Popen(command, cwd=folder, stdout=subprocess.PIPE, text=True,
                               env={**os.environ, "OPTIVO_SIM_CONFIG": str(world)}) as server:
             browser = page_tests.start_browser()
             try:
