@@ -82,8 +82,12 @@ class Door(ViewTest):
         inner = f"POST /api/open HTTP/1.1\r\nHost: {server.host}\r\nCookie: {server.cookie}\r\n" \
                 "Content-Type: application/json\r\nContent-Length: 19\r\n\r\n" '{"camera": "0:Cam"}'
         with socket.create_connection(("127.0.0.1", server.port), timeout=20) as connection:
-            connection.sendall(f"POST /api/stop HTTP/1.1\r\nHost: evil.example\r\nContent-Length: {len(inner)}\r\n\r\n{inner}"
-                               f"GET /icon.svg HTTP/1.1\r\nHost: {server.host}\r\nConnection: close\r\n\r\n".encode())
+            connection.sendall(f"POST /api/stop HTTP/1.1\r\nHost: evil.example\r\nContent-Length: {len(inner)}\r\n\r\n".encode())
+            # What comes at once could go with what is refused.
+            time.sleep(0.5)
+            connection.sendall(inner.encode())
+            time.sleep(0.5)
+            connection.sendall(f"GET /icon.svg HTTP/1.1\r\nHost: {server.host}\r\nConnection: close\r\n\r\n".encode())
             answers = b""
             while part := connection.recv(65536):
                 answers += part
