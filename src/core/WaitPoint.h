@@ -59,7 +59,7 @@ public:
                 slice = static_cast<std::uint32_t>(std::min(kLongestSlice, milliseconds - passed));
             }
             waiter.m_isAsleep = true;
-            const CReleased released(lock);
+            const CReleased<Lock> released(lock);
             System::SleepOn(waiter.m_end, SWaiter::kNotYet, slice);
         }
         if (m_isClosed) {
@@ -162,7 +162,7 @@ private:
             return;
         }
         {
-            const CReleased released(lock);
+            const CReleased<Lock> released(lock);
             do {
                 Platform::Pause();
             } while (!waiter.HasEnded() && Clock::now() < end);
