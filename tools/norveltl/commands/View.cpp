@@ -28,7 +28,7 @@ std::string PasswordFrom(const std::string& file) {
     if (!text) {
         text = ReadFile(PathFromUtf8(file));
     }
-    const std::string password = text->substr(0, text->find_first_of("\r\n"));
+    std::string password = text->substr(0, text->find_first_of("\r\n"));
     constexpr size_t kShortest = 8;
     if (password.size() < kShortest) {
         throw CToolError("the password has fewer than " + std::to_string(kShortest) + " characters",
