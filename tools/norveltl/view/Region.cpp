@@ -96,7 +96,7 @@ SShown Show(const SPicture& picture, SRegion region, uint32_t maxWidth, uint32_t
     shown.width = shown.region.width / shown.scale;
     shown.height = shown.region.height / shown.scale;
     const bool isDeep = picture.bitsPerChannel > 8;
-    const size_t pixelSize = picture.numChannels * (isDeep ? 2 : 1);
+    const size_t pixelSize = size_t{picture.numChannels} * (isDeep ? 2 : 1);
     if (shown.scale == 1) {
         Copy(picture, pixelSize, shown);
         return shown;
