@@ -1,4 +1,5 @@
 """view: who is let in, what the page is told, and what it may do."""
+import http.client
 import json
 import os
 import socket
@@ -112,33 +113,33 @@ class Door(ViewTest):
     def test_nobody_may_ask_too_often(self):
         server = self.serve(world=world())
 
-        def hammer(cookie, seconds):
-            """Asks all the time: how many were answered, and the first answer of those that were too many."""
-            request = f"GET /icon.svg HTTP/1.1\r\nHost: {server.host}\r\n{cookie}\r\n".encode()
-            answered, refusal, end = 0, b"", time.monotonic() + seconds
+        def hammer(seconds, **headers):
+            """Asks all the time: how many were answered, and after what time those that were too many may ask again."""
+            answered, again, end = 0, set(), time.monotonic() + seconds
+            connection = http.client.HTTPConnection("127.0.0.1", server.port, timeout=20)
+            self.addCleanup(connection.close)
             while time.monotonic() < end:
-                with socket.create_connection(("127.0.0.1", server.port), timeout=20) as connection:
-                    for _ in range(1000):
-                        connection.sendall(request)
-                        answer = connection.recv(65536)
-                        if answer.startswith(b"HTTP/1.1 429"):
-                            refusal = refusal or answer
-                        else:
-                            answered += 1
-            return answered, refusal
+                connection.request("GET", "/icon.svg", headers=headers)
+                answer = connection.getresponse()
+                answer.read()
+                if answer.status == 429:
+                    again.add(answer.headers["Retry-After"])
+                else:
+                    answered += 1
+            return answered, again
         began = time.monotonic()
-        answered, refusal = hammer("", 2)
+        answered, again = hammer(2)
         self.assertIn(answered, range(100, int(101 + 10 * (time.monotonic() - began))))
-        self.assertIn(b"Retry-After: 1\r\n", refusal)
+        self.assertEqual(again, {"1"})
         # Whoever is let in is another one.
         self.assertEqual(server.send("GET", "/api/cameras")[0], 200)
         self.assertEqual(server.send("GET", "/api/cameras", Cookie=None)[0], 429)
         began = time.monotonic()
-        answered, refusal = hammer(f"Cookie: {server.cookie}\r\n", 4)
+        answered, again = hammer(4, Cookie=server.cookie)
         most = 2001 + 1000 * (time.monotonic() - began)
         self.assertLess(answered, most)
         # A slow machine does not come that far.
-        self.assertEqual(refusal != b"", answered > 0.9 * most, answered)
+        self.assertEqual(again == {"1"}, answered > 0.9 * most, answered)
 
     def test_a_page_runs_nothing_foreign(self):
         server = self.serve(world=world())
@@ -384,8 +385,8 @@ class Cameras(ViewTest):
         quality = self.wait_for(lambda: (its := server.ask("quality", camera=CAM))["trouble"] and its)
         self.assertFalse(quality["acquires"])
         self.assertIn('"Port is not available"', quality["trouble"])
-        # Those that the program has not yet taken go with the plug.
-        self.assertIn(quality["delivered"], range(1, 21))
+        # It goes while images come, wherever they are on their way.
+        self.assertGreater(quality["delivered"], 0)
         # Its own stop cannot be told to a camera that is gone.
         self.assertEqual(server.order("close", camera=CAM), {})
         self.assertEqual(self.interrupt(server.process).code, FAILED)

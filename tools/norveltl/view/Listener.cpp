@@ -40,6 +40,8 @@ bool HasLoopback6() {
 } // namespace
 
 CListener::CListener() {
+    // The end of an answer would wait for a word from the browser that its beginning has come.
+    set_tcp_nodelay(true);
     set_socket_options([](socket_t socket) {
 #ifdef _WIN32
         const BOOL yes = TRUE;
