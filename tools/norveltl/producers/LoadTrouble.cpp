@@ -31,7 +31,8 @@ std::string WrongKind(const SModuleFile& file) {
     if (file.system == kOwnSystem) {
         return "";
     }
-    const std::string text = std::string("no library for ") + kOwnSystem;
+    std::string text = "no library for ";
+    text += kOwnSystem;
     return file.system.empty() ? text : text + ", but one for " + file.system;
 }
 
