@@ -6,6 +6,7 @@
 #include "Streams.h"
 
 #include <atomic>
+#include <chrono>
 #include <csignal>
 #include <thread>
 #include <ucontext.h>
@@ -22,7 +23,9 @@ void OnInstruction(int /*signal*/, siginfo_t* /*info*/, void* context) {
     if (s_wanted.load() < 0) {
         static_cast<ucontext_t*>(context)->uc_mcontext.gregs[REG_EFL] &= ~kTrapFlag;
     } else if (++s_made == s_wanted) {
-        for (s_isTurn = true; s_isTurn;) {
+        // The other call waits where this one holds a lock that it needs.
+        const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(2);
+        for (s_isTurn = true; s_isTurn && std::chrono::steady_clock::now() < end;) {
         }
     }
 }
@@ -77,6 +80,9 @@ TEST_F(InterleavingTest, AFlushBesideAFetchLeavesNoBufferInTwoPlaces) {
         const int32_t code = gentl.EventGetData(newBuffer, &data, &size, 0);
         s_wanted = -1;
         hasEnded = s_made < wanted;
+        while (s_isTurn) {
+            std::this_thread::yield();
+        }
         ASSERT_EQ(code, 0);
         EXPECT_EQ(NumQueued(), BufferFlag(buffers[0], BUFFER_INFO_IS_QUEUED) ? 1U : 0U)
             << "instruction " << wanted;

@@ -1,5 +1,6 @@
 """Starts the command line as a user does, natively or under Wine, and keeps what it answers."""
 import contextlib
+import errno
 import json
 import os
 import pathlib
@@ -120,8 +121,14 @@ class ToolTest(unittest.TestCase):
                 world = path
             environment["OPTIVO_SIM_CONFIG"] = native(world)
         command = [*Setting.launch, str(program or Setting.program), *arguments]
-        return subprocess.Popen(command, cwd=self.folder, env=environment, stdout=out,
-                                stderr=subprocess.PIPE, **{"stdin": subprocess.DEVNULL, **system})
+        while True:
+            try:
+                return subprocess.Popen(command, cwd=self.folder, env=environment, stdout=out,
+                                        stderr=subprocess.PIPE, **{"stdin": subprocess.DEVNULL, **system})
+            except OSError as error:
+                # A copy is busy while a process that another thread was starting meanwhile has it open for writing.
+                if error.errno != errno.ETXTBSY:
+                    raise
 
     def finish(self, process, timeout=120):
         try:
