@@ -129,7 +129,7 @@ T CEvaluation::Number(const std::string& name) {
         return Evaluate<T>(node, *node.tree, ValueOf(node, "FormulaFrom"), "TO",
                            Number<T>(ValueOf(node, "pValue")));
     }
-    const SPlace place = Place(node);
+    const SPlace place = NumberPlace(node);
     const uint64_t raw = ReadRegister(node, place);
     if constexpr (std::is_integral_v<T>) {
         const SBits bits = Bits(node, place.length);
@@ -275,7 +275,7 @@ void CEvaluation::SetInteger(const std::string& name, int64_t value) {
         }
         return SetInteger(target, value);
     }
-    const SPlace place = Place(node);
+    const SPlace place = NumberPlace(node);
     const SBits bits = Bits(node, place.length);
     const uint64_t mask = Mask(bits.count);
     uint64_t raw = static_cast<uint64_t>(value) & mask;
@@ -315,7 +315,7 @@ void CEvaluation::SetFloat(const std::string& name, double value) {
     if (node.kind != "FloatReg") {
         throw CError("node " + name + " cannot be written");
     }
-    const SPlace place = Place(node);
+    const SPlace place = NumberPlace(node);
     WriteRegister(node, place,
                   place.length == 4 ? std::bit_cast<uint32_t>(static_cast<float>(value))
                                     : std::bit_cast<uint64_t>(value));
@@ -426,6 +426,14 @@ CEvaluation::SPlace CEvaluation::Place(const SNode& node) {
     }
     place.length = static_cast<size_t>(length);
     return place;
+}
+
+CEvaluation::SPlace CEvaluation::NumberPlace(const SNode& node) {
+    if (node.kind == "StringReg" || node.kind == "Register") {
+        throw CError("node " + node.name + " is of the kind " + node.kind +
+                     ", which holds no number");
+    }
+    return Place(node);
 }
 
 // What a part of the register's description adds to its address.

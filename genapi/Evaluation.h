@@ -59,6 +59,8 @@ private:
     T Variable(const Tree& definitions, const std::string& name, const char* argument, T value);
 
     SPlace Place(const SNode& node);
+    // At most 8 bytes long.
+    SPlace NumberPlace(const SNode& node);
     int64_t Summand(const SNode& node, const std::string& kind, const Tree& part);
     SBits Bits(const SNode& node, size_t length);
     void CheckPort(const SNode& node);

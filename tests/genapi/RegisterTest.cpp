@@ -64,6 +64,25 @@ TEST_F(RegisterTest, WrongLengths) {
     EXPECT_EQ(memory.numReads, 0U);
 }
 
+TEST_F(RegisterTest, TextsAndBlocksHoldNoNumber) {
+    for (const std::string kind : {"StringReg", "Register"}) {
+        const std::string is = "node R is of the kind " + kind + ", which holds no number";
+        for (const char* length : {"4", "8", "9", "64"}) {
+            auto nodes = Nodes("<Integer Name='I'><pValue>R</pValue></Integer><" + kind +
+                               " Name='R'><Address>0</Address><LSB>0</LSB><MSB>7</MSB><Length>" +
+                               length + "</Length></" + kind + ">");
+            for (const char* name : {"R", "I"}) {
+                EXPECT_EQ(ErrorOf([&] { (void)nodes.Integer(name); }), is);
+                EXPECT_EQ(ErrorOf([&] { (void)nodes.Float(name); }), is);
+                EXPECT_EQ(ErrorOf([&] { nodes.SetInteger(name, 1); }), is);
+                EXPECT_EQ(ErrorOf([&] { nodes.SetFloat(name, 1); }), is);
+            }
+        }
+    }
+    EXPECT_EQ(memory.numReads, 0U);
+    EXPECT_EQ(memory.numWrites, 0U);
+}
+
 TEST_F(RegisterTest, AddressesAreSums) {
     const std::string length = "<Length>1</Length>";
     const std::string six = "<Integer Name='Six'><Value>6</Value></Integer>";
