@@ -34,8 +34,8 @@ def budgets(rows):
     titles = [row.title for row in next(iter(rows.values())) if row.figure.budget is not None]
     shares = {target: {row.title: row.share_of_budget for row in list_} for target, list_ in rows.items()}
     largest = max([2.0] + [s for of in shares.values() for s in of.values() if s])
-    left, right, top, height = 330, 50, 50, 34
-    width = 900
+    left, right, top, height = 430, 50, 50, 34
+    width = 1000
     decades = math.log10(largest) + 1
 
     def x(share):
@@ -156,13 +156,14 @@ def memory(all_results):
 
 def growth(all_results, kind, counts, title, label, sides):
     """Time of an image over a number of things; dashed where the camera library is asked alone."""
-    decades = [(10.0**p, duration(10.0**p)) for p in range(2, 7)]
+    curves = [([r.value(f"{kind}_{count}/{side}", "real_time") for count in counts], COLOURS[r.target], extra)
+              for r in all_results for side, extra in sides]
+    highest = max(max(times) for times, _, _ in curves)
+    decades = [(10.0**p, duration(10.0**p)) for p in range(2, math.ceil(math.log10(highest)) + 1)]
     axes = Axes(title, label, "", [(c, f"{c:,}") for c in counts], decades, True)
     axes.parts += legend([r.target for r in all_results], 80, 40)
-    for results in all_results:
-        for side, extra in sides:
-            times = [results.value(f"{kind}_{count}/{side}", "real_time") for count in counts]
-            axes.curve(list(zip(counts, times)), COLOURS[results.target], extra)
+    for times, colour, extra in curves:
+        axes.curve(list(zip(counts, times)), colour, extra)
     return axes.svg()
 
 
