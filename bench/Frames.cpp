@@ -7,6 +7,7 @@
 #include <atomic>
 #include <condition_variable>
 #include <deque>
+#include <functional>
 #include <mutex>
 #include <queue>
 #include <string>
@@ -130,22 +131,34 @@ void ThroughputOfLibrary(benchmark::State& state, unsigned warmUp) {
     CountBytes(state);
 }
 
-// One image of each camera in turn, while the others wait for theirs.
+// One image of each camera in turn, while the others wait for theirs. The first round is not
+// measured: the threads begin in it.
+void TakeInTurn(benchmark::State& state, unsigned numCameras,
+                const std::function<void(unsigned camera)>& take) {
+    std::vector<std::string> names;
+    for (unsigned camera = 0; camera < numCameras; ++camera) {
+        names.push_back(CameraName(camera));
+    }
+    const auto round = [&] {
+        for (unsigned camera = 0; camera < numCameras; ++camera) {
+            OptivoSim_ProduceImages(names[camera].c_str(), 1);
+            take(camera);
+        }
+    };
+    round();
+    while (state.KeepRunningBatch(numCameras)) {
+        round();
+    }
+}
+
 void ImagesOfModule(benchmark::State& state, unsigned numCameras) {
     MakeCameras(numCameras, kSmallSide, kSmallSide, -1);
     const COpenModule module;
     std::deque<CModuleStream> streams;
-    std::vector<std::string> names;
     for (unsigned camera = 0; camera < numCameras; ++camera) {
         streams.emplace_back(module, camera, kNumBuffers, kSmallSize).Start();
-        names.push_back(CameraName(camera));
     }
-    while (state.KeepRunningBatch(numCameras)) {
-        for (unsigned camera = 0; camera < numCameras; ++camera) {
-            OptivoSim_ProduceImages(names[camera].c_str(), 1);
-            streams[camera].Take();
-        }
-    }
+    TakeInTurn(state, numCameras, [&](unsigned camera) { streams[camera].Take(); });
 }
 
 // The same by threads that wait at the camera library and tell who waits for them.
@@ -153,13 +166,11 @@ void ImagesOfLibrary(benchmark::State& state, unsigned numCameras) {
     MakeCameras(numCameras, kSmallSide, kSmallSide, -1);
     COpenLibrary library;
     std::deque<CLibraryStream> streams;
-    std::vector<std::string> names;
     CItemQueue taken;
     std::atomic<bool> stop{false};
     std::vector<std::thread> threads;
     for (unsigned camera = 0; camera < numCameras; ++camera) {
         streams.emplace_back(library, camera).Start();
-        names.push_back(CameraName(camera));
         void* const memory = ImageMemory(camera, kSmallSize);
         threads.emplace_back([&taken, &stop, &stream = streams.back(), memory] {
             while (!stop) {
@@ -169,12 +180,7 @@ void ImagesOfLibrary(benchmark::State& state, unsigned numCameras) {
             }
         });
     }
-    while (state.KeepRunningBatch(numCameras)) {
-        for (unsigned camera = 0; camera < numCameras; ++camera) {
-            OptivoSim_ProduceImages(names[camera].c_str(), 1);
-            taken.Pop();
-        }
-    }
+    TakeInTurn(state, numCameras, [&](unsigned) { taken.Pop(); });
     stop = true;
     for (std::thread& thread : threads) {
         thread.join();
