@@ -1,11 +1,14 @@
 #include "Buffers.h"
 
 #include "First.h"
+#include "platform/Clock.h"
 
 #include <algorithm>
-#include <chrono>
 
 namespace Standard {
+
+namespace Platform = GenICam::Client::Platform;
+
 namespace {
 
 constexpr SCommand kFirstCommands[] = {
@@ -118,7 +121,7 @@ GC_ERROR GiveImageInfo(const SOut& out, const SBuffer& buffer, BUFFER_INFO_CMD c
         return GiveNumber(out, INFO_DATATYPE_UINT64, buffer.frameId);
     case BUFFER_INFO_TIMESTAMP:
     case BUFFER_INFO_TIMESTAMP_NS:
-        return GiveNumber(out, INFO_DATATYPE_UINT64, buffer.timestamp);
+        return GiveNumber(out, INFO_DATATYPE_UINT64, Platform::NanosecondsOf(buffer.ticks));
     case BUFFER_INFO_IS_INCOMPLETE:
     case BUFFER_INFO_DATA_LARGER_THAN_BUFFER:
         return GiveNumber(out, INFO_DATATYPE_BOOL8, IsCutOff(buffer) ? 1 : 0);
@@ -275,9 +278,7 @@ bool NoteDelivery(SStream& stream, SBuffer& buffer) noexcept {
         stream.numNoFrames.fetch_add(1, std::memory_order_relaxed);
         return true;
     }
-    const auto now = std::chrono::steady_clock::now().time_since_epoch();
-    buffer.timestamp.store(static_cast<std::uint64_t>(std::chrono::nanoseconds(now).count()),
-                           std::memory_order_relaxed);
+    buffer.ticks.store(Platform::PerformanceCounter(), std::memory_order_relaxed);
     buffer.frameId.store(number - stream.numNoFrames.load(std::memory_order_relaxed),
                          std::memory_order_relaxed);
     if (!buffer.isOlder.load(std::memory_order_relaxed)) {

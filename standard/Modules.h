@@ -116,7 +116,7 @@ struct alignas(64) SBuffer : SModule {
     std::atomic<void*> user{nullptr};
     CGeometry geometry;
     std::atomic<std::uint64_t> frameId{0};
-    std::atomic<std::uint64_t> timestamp{0}; // nanoseconds
+    std::atomic<std::uint64_t> ticks{0}; // of the clock, when the image was fetched
     std::atomic<std::size_t> size{0};
 
     void Reset(void* itsUser, std::size_t itsSize) {

@@ -4,7 +4,7 @@
 #include "core/Errors.h"
 #include "modules/BufferInfo.h"
 #include "platform/Cancellation.h"
-#include "platform/Platform.h"
+#include "platform/Clock.h"
 
 #include <algorithm>
 #include <chrono>

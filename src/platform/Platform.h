@@ -1,6 +1,6 @@
-// What the module needs of the operating system: its own file, its resources, a tick counter and
-// memory. Each target has a folder with the only files that include headers of the system.
-// This room knows nothing of the rest of the producer.
+// What the module needs of the operating system: its own file, its resources and memory. Each
+// target has a folder with the only files that include headers of the system. This room knows
+// nothing of the rest of the producer.
 #pragma once
 
 #include <cstddef>
@@ -43,9 +43,6 @@ public:
 private:
     void* m_module = nullptr;
 };
-
-// Raw ticks of a clock that never goes back. Its rate is the system's own.
-std::uint64_t PerformanceCounter() noexcept;
 
 // size zeroed bytes of the process heap, owned by the caller until FreeMemory; null on failure.
 void* AllocateMemory(std::size_t size) noexcept;

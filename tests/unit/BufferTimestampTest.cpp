@@ -1,7 +1,7 @@
 // When a buffer was filled, which it keeps to itself.
 #include "ModuleFixture.h"
 #include "modules/BufferInfo.h"
-#include "platform/Platform.h"
+#include "platform/Clock.h"
 
 #include <chrono>
 #include <thread>
@@ -62,6 +62,31 @@ TEST(PerformanceCounterTest, Grows) {
     const uint64_t after = Platform::PerformanceCounter();
     EXPECT_GT(after, before);
     EXPECT_LT(after - before, uint64_t{3600} * 1'000'000'000);
+}
+
+// Between the looks at the other clock, the thread may have to wait.
+TEST(PerformanceCounterTest, ItsTicksAreAsLongAsTheyAre) {
+    using std::chrono::nanoseconds;
+    using std::chrono::steady_clock;
+    const auto outerStart = steady_clock::now();
+    const uint64_t before = Platform::PerformanceCounter();
+    const auto innerStart = steady_clock::now();
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    const auto innerEnd = steady_clock::now();
+    const uint64_t after = Platform::PerformanceCounter();
+    const auto outerEnd = steady_clock::now();
+    const auto passed =
+        static_cast<int64_t>(Platform::NanosecondsOf(after) - Platform::NanosecondsOf(before));
+    constexpr int64_t kTick = 1000;
+    EXPECT_GE(passed, nanoseconds(innerEnd - innerStart).count() - kTick);
+    EXPECT_LE(passed, nanoseconds(outerEnd - outerStart).count() + kTick);
+}
+
+TEST(PerformanceCounterTest, DecadesOfTicksFit) {
+    const uint64_t second = 1'000'000'000;
+    const uint64_t ticks = uint64_t{1} << 56;
+    const uint64_t rate = second * (ticks / second) / Platform::NanosecondsOf(ticks / second);
+    EXPECT_EQ(Platform::NanosecondsOf(ticks) / second, ticks / rate);
 }
 
 TEST_F(BufferTimestampTest, IsTakenAtTheEndOfTheFill) {

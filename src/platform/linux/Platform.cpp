@@ -5,7 +5,6 @@
 
 #include <climits>
 #include <cstdlib>
-#include <ctime>
 
 #include <dlfcn.h>
 #include <pthread.h>
@@ -68,14 +67,6 @@ CCancellationDelay::CCancellationDelay() noexcept {
 
 CCancellationDelay::~CCancellationDelay() {
     pthread_setcancelstate(m_before, nullptr);
-}
-
-std::uint64_t PerformanceCounter() noexcept {
-    constexpr std::uint64_t kNanosecondsPerSecond = 1'000'000'000;
-    timespec now{};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<std::uint64_t>(now.tv_sec) * kNanosecondsPerSecond +
-           static_cast<std::uint64_t>(now.tv_nsec);
 }
 
 void* AllocateMemory(std::size_t size) noexcept {

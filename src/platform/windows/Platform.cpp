@@ -112,12 +112,6 @@ CModuleHold::~CModuleHold() = default;
 CCancellationDelay::CCancellationDelay() noexcept = default;
 CCancellationDelay::~CCancellationDelay() = default;
 
-std::uint64_t PerformanceCounter() noexcept {
-    LARGE_INTEGER ticks{};
-    QueryPerformanceCounter(&ticks);
-    return static_cast<std::uint64_t>(ticks.QuadPart);
-}
-
 void* AllocateMemory(std::size_t size) noexcept {
     return HeapAlloc(GetProcessHeap(), HEAP_ZERO_MEMORY, size);
 }
