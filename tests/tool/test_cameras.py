@@ -5,6 +5,7 @@ import pictures
 from harness import DONE, FAILED, LEFT, MICROSCOPE, NOTHING_FOUND, RIGHT, WRONG_USAGE, ToolTest
 
 SMALL = ("--set", "Width=32", "--set", "Height=8")
+LOCK = 0x600  # TLParamsLocked
 TRIGGER_MODE = 0x550 + 16  # of FrameStart
 
 
@@ -99,6 +100,14 @@ class Triggers(ToolTest):
         settings = json.loads((self.folder / "out/grab.json").read_text())["settings"]
         self.assertEqual([settings[name] for name in ("TriggerSelector", "TriggerSource", "TriggerMode")],
                          ["FrameStart", "Software", "On"])
+
+    def test_what_the_images_depend_on_is_locked_meanwhile(self):
+        """The lock is written twice, of which the second is at the end."""
+        for skip, note in ((0, "note: "), (1, "")):
+            fault = {"operation": "DeviceWritePort", "selector": LOCK, "result": -1010, "skip": skip}
+            answer = self.run_tool("grab", "One", "-n", "2", world=world(faults=[fault]))
+            self.assertEqual((answer.code, answer.numbers()["delivered"]), (DONE, "2 of 2"))
+            self.assertEqual((answer.err.startswith(note), "GC_ERR_IO (-1010)" in answer.err), (True, bool(note)))
 
     def test_the_mode_is_set_back(self):
         """The second time that the mode is written is at the end."""

@@ -273,6 +273,8 @@ class Settings(KeepTest):
         self.assertEqual((saved["name"], saved["errors"]), ("Cam.txt", []))
         self.assertRegex(saved["text"], r"^# Settings of Cam: ")
         self.assertIn("\nExposureTime=1234\n", saved["text"])
+        self.assertIn(f"\nWidth={WIDTH}\n", saved["text"])
+        self.assertEqual(server.ask("features", camera=CAM, name="Width")[0]["access"], "RO")
         server.order("set", camera=CAM, name="ExposureTime", value="4321")
         loaded = server.order("settings", camera=CAM, file="f", text=saved["text"])
         self.assertEqual(loaded, {"settings": saved["text"].count("\n") - 1, "refused": []})

@@ -402,15 +402,15 @@ class Features(ViewTest):
 
     def test_some_features_and_who_looks_for_them(self):
         server = self.serve("Cam", world=world())
-        server.order("set", camera=CAM, name="TLParamsLocked", value="1")
         width, memory, model = self.named(server, "Width", "UserMemory", "DeviceModelName")
         self.assertEqual((width["name"], width["access"], width["locked"], width["visibility"]),
                          ("Width", "RO", True, "Beginner"))
         self.assertEqual((memory["access"], "locked" in memory, memory["visibility"]), ("RW", False, "Guru"))
         self.assertEqual((model["access"], "locked" in model), ("RO", False))
-        server.order("set", camera=CAM, name="TLParamsLocked", value="0")
-        [width] = self.named(server, "Width")
-        self.assertEqual((width["access"], "locked" in width), ("RW", False))
+        for order, state in (("stop", ("RW", False)), ("start", ("RO", True))):
+            server.order(order, camera=CAM)
+            [width] = self.named(server, "Width")
+            self.assertEqual((width["access"], "locked" in width), state)
         self.assertEqual(self.named(server, "Nope")[0], 409)
 
     def test_execute(self):

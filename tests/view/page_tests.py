@@ -386,8 +386,8 @@ class Features(PageTest):
             editor = row.find_element(By.CSS_SELECTOR, "input")
             return row.find_element(By.CSS_SELECTOR, ".state").text, editor.get_property("readOnly"), editor.is_enabled()
         self.assertEqual(state("DeviceModelName"), ("read-only", True, True))
-        for lock, expected in (("1", ("locked", True, True)), ("0", ("", False, True))):
-            self.server.order("set", camera=CAM, name="TLParamsLocked", value=lock)
+        for order, expected in (("start", ("locked", True, True)), ("stop", ("", False, True))):
+            self.server.order(order, camera=CAM)
             self.wait_for(lambda expected=expected: state("Width") == expected)
 
     def test_who_looks_for_them(self):

@@ -7,6 +7,8 @@
 
 namespace norveltl {
 
+static constexpr const char* kLock = "TLParamsLocked";
+
 CCameraFacts::CCameraFacts(const CProducer& producer, DEV_HANDLE device) {
     try {
         m_features.emplace(producer, RemotePort(producer, device));
@@ -98,8 +100,34 @@ uint32_t CCameraFacts::Extent(const char* feature) const {
     return static_cast<uint32_t>(value);
 }
 
+CParametersLock::CParametersLock(const CCameraFacts& camera, bool isLocked) : m_camera(camera) {
+    if (!m_camera.Has(kLock)) {
+        return;
+    }
+    try {
+        const std::string before = m_camera.Get(kLock);
+        if (const std::string value = isLocked ? "1" : "0"; before != value) {
+            m_camera.Set(kLock, value);
+            m_before = before;
+        }
+    } catch (const std::runtime_error& error) {
+        Note(error.what());
+    }
+}
+
+CParametersLock::~CParametersLock() {
+    try {
+        if (m_before) {
+            m_camera.Set(kLock, *m_before);
+        }
+    } catch (const std::exception&) {
+        // A camera that cannot be reached any more has forgotten it, and was told about.
+        m_before.reset();
+    }
+}
+
 CAcquisition::CAcquisition(CStream& stream, const CCameraFacts& camera)
-    : m_stream(stream), m_camera(camera) {
+    : m_lock(camera, true), m_stream(stream), m_camera(camera) {
     m_stream.Start();
     if (m_camera.Has("AcquisitionStart")) {
         m_camera.Execute("AcquisitionStart");

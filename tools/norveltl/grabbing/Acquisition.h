@@ -49,6 +49,20 @@ private:
     std::string m_reason;
 };
 
+// As long as it lives, the features that an acquisition depends on are locked, or are not, where
+// the camera leaves that to the program (by its feature TLParamsLocked).
+class CParametersLock {
+public:
+    CParametersLock(const CCameraFacts& camera, bool isLocked);
+    ~CParametersLock();
+    CParametersLock(const CParametersLock&) = delete;
+    CParametersLock& operator=(const CParametersLock&) = delete;
+
+private:
+    const CCameraFacts& m_camera;
+    std::optional<std::string> m_before; // where it was another
+};
+
 // Acquires as long as it lives: starts the stream first and the camera second, and the reverse at
 // the end. In between, the camera keeps what the payload depends on.
 class CAcquisition {
@@ -59,6 +73,7 @@ public:
     CAcquisition& operator=(const CAcquisition&) = delete;
 
 private:
+    const CParametersLock m_lock;
     CStream& m_stream;
     const CCameraFacts& m_camera;
 };

@@ -266,8 +266,10 @@ void CLiveCamera::Execute(const std::string& name) {
     TheFeatures().Execute(name);
 }
 
+// What only an acquisition locks is among the settings.
 SSettings CLiveCamera::ReadSettings() {
     const std::lock_guard control(m_control);
+    const CParametersLock open(m_camera, false);
     return norveltl::ReadSettings(TheFeatures());
 }
 
