@@ -245,6 +245,7 @@ std::vector<SFeature> CLiveCamera::Features() {
 std::vector<SFeature> CLiveCamera::Features(const std::vector<std::string>& names) {
     const std::lock_guard control(m_control);
     std::vector<SFeature> features;
+    features.reserve(names.size());
     for (const std::string& name : names) {
         features.push_back(TheFeatures().Describe(name));
     }
