@@ -3,13 +3,12 @@ import html
 import math
 
 COLOURS = {"linux": "#1b6ca8", "windows": "#c4572b"}
-STYLE = "font-family='sans-serif' font-size='12'"
+# White around the letters keeps them legible on a line.
+STYLE = "text { font: 12px sans-serif; fill: #222; stroke: white; stroke-width: 5px; paint-order: stroke }"
 
 
-def text(x, y, words, anchor="start", colour="#222"):
-    """White around its letters keeps it legible on a line."""
-    return (f"<text x='{x:.1f}' y='{y:.1f}' text-anchor='{anchor}' fill='{colour}' stroke='white' stroke-width='5' "
-            f"paint-order='stroke' {STYLE}>{html.escape(words)}</text>")
+def text(x, y, words, anchor="start"):
+    return f"<text x='{x:.1f}' y='{y:.1f}' text-anchor='{anchor}'>{html.escape(words)}</text>"
 
 
 def line(x1, y1, x2, y2, colour="#ccc", extra=""):
@@ -18,7 +17,7 @@ def line(x1, y1, x2, y2, colour="#ccc", extra=""):
 
 def svg(width, height, parts):
     return (f"<svg xmlns='http://www.w3.org/2000/svg' viewBox='0 0 {width} {height}' width='{width}' height='{height}'>\n"
-            f"<rect width='{width}' height='{height}' fill='white'/>\n" + "\n".join(parts) + "\n</svg>\n")
+            f"<style>{STYLE}</style>\n<rect width='{width}' height='{height}' fill='white'/>\n" + "\n".join(parts) + "\n</svg>\n")
 
 
 def legend(targets, x, y):
