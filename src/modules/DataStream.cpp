@@ -47,10 +47,10 @@ std::string Url(std::uint32_t xmlLength) {
 CDataStream::CDataStream(const char* id, CDevice* device)
     : m_index(StreamIndexOf(id)),
       m_device(device),
-      m_remaining(kWithoutLimit),
       m_id(id),
       m_newBufferEvent(boost::make_shared<CDataStreamEventNewBuffer>(this)),
-      m_errorEvent(boost::make_shared<CEventError>()) {
+      m_errorEvent(boost::make_shared<CEventError>()),
+      m_remaining(kWithoutLimit) {
     const auto& camera = device->Camera();
     const Optivo::Int32 result =
         camera ? camera.Call(&Optivo::ICamDevice::OpenDataStream, m_index, m_camera.Receive())

@@ -159,58 +159,60 @@ private:
     void AppendUnqueued(bool evenDelivered);
     void DiscardAll();
 
-    std::atomic<bool> m_acquiring{false};
+    // What the acquisition thread writes, what consumers write, and what both hand over under each
+    // lock lies apart: a line that another processor has written has to come from there.
+    static constexpr std::size_t kCacheLine = 64;
+
     std::uint32_t m_index;
     CDevice* m_device;
     std::deque<CBufferInfo*> m_announced; // owned; guarded by the output lock
-    CBufferQueue m_input;
-    CBufferQueue m_output;
     std::uint32_t m_xmlLength = 0;
     CCameraObject<Optivo::ICamStream> m_camera;
-
-    boost::recursive_mutex m_inputLock;
+    std::string m_id;
+    boost::shared_ptr<CDataStreamEventNewBuffer> m_newBufferEvent;
+    boost::shared_ptr<CEventError> m_errorEvent;
     CWaitPoint<> m_inputFilled;
-    // Consumers that wait for the input lock; the acquisition thread lets them go first.
-    CCallCounter m_inputWaiters;
-
     // Serialises start, stop and destruction.
     boost::mutex m_control;
     std::unique_ptr<boost::thread> m_thread;
     // A consumer may unload the module and forget the thread.
     std::optional<Platform::CModuleHold> m_hold;
-
-    std::atomic<std::uint64_t> m_numLost{0};
-    std::atomic<std::uint64_t> m_numDelivered{0};
-
-    boost::recursive_mutex m_outputLock;
-    CWaitPoint<> m_outputFilled;
-
-    std::atomic<std::uint32_t> m_remaining; // may be kWithoutLimit
-    std::string m_id;
-    std::atomic<bool> m_waitAbort{false};
-    boost::shared_ptr<CDataStreamEventNewBuffer> m_newBufferEvent;
-    boost::shared_ptr<CEventError> m_errorEvent;
-    std::atomic<std::int32_t> m_lastGrab{0};
+    std::atomic<bool> m_acquiring{false};
     std::atomic<bool> m_grabbing{false};
+    std::atomic<bool> m_closing{false};
 
-    // The buffer that the thread fills: set under the input lock, and cleared under one of the
-    // locks when the thread will not touch the buffer again. Dropping it meanwhile sets
-    // m_fillDropped, under both locks.
-    std::atomic<CBufferInfo*> m_filling{nullptr};
-    bool m_fillDropped = false;
-    // The same buffer once a flush has put it into the output queue, from where nobody gets it
-    // before its fill ends. Changed under both locks.
-    const CBufferInfo* m_discardedFill = nullptr;
+    // The acquisition thread's.
+    alignas(kCacheLine) std::atomic<std::uint64_t> m_numLost{0};
+    std::atomic<std::uint64_t> m_numDelivered{0};
+    std::atomic<std::uint32_t> m_remaining; // may be kWithoutLimit
+    std::atomic<std::int32_t> m_lastGrab{0};
     // Smaller buffers than this are filled through m_scratch.
     std::uint64_t m_payloadSize = 0;
     bool m_isPayloadSizeTold = false; // by the camera, in this acquisition
     std::uint64_t m_scratchSize = 0;
     std::unique_ptr<char[]> m_scratch;
 
+    alignas(kCacheLine) boost::recursive_mutex m_inputLock;
+    CBufferQueue m_input;
+    // The buffer that the thread fills: set under the input lock, and cleared under one of the
+    // locks when the thread will not touch the buffer again. Dropping it meanwhile sets
+    // m_fillDropped, under both locks.
+    std::atomic<CBufferInfo*> m_filling{nullptr};
+    bool m_fillDropped = false;
+    // Consumers that wait for the input lock; the acquisition thread lets them go first.
+    CCallCounter m_inputWaiters;
+
+    alignas(kCacheLine) boost::recursive_mutex m_outputLock;
+    CBufferQueue m_output;
+    // The buffer in m_filling once a flush has put it into the output queue, from where nobody gets
+    // it before its fill ends. Changed under both locks.
+    const CBufferInfo* m_discardedFill = nullptr;
+    std::atomic<bool> m_waitAbort{false};
+    CWaitPoint<> m_outputFilled;
+
     // Calls that may outlast a wait or a join. Those that only take the input lock for a moment are
     // waited for by taking it.
-    CCallCounter m_calls;
-    std::atomic<bool> m_closing{false};
+    alignas(kCacheLine) CCallCounter m_calls;
 };
 
 // The input lock as consumers take it: announced, so that the acquisition thread makes way.
