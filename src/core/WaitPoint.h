@@ -97,6 +97,8 @@ private:
 
     // About what falling asleep and being woken costs.
     static constexpr std::chrono::microseconds kTimeAwake{20};
+    // So often the end is looked for between two looks at the clock, which may take longer.
+    static constexpr int kLooksPerTime = 10;
     static constexpr unsigned kLongestBackOff = 63;
 
     // One waiting thread, in a list by age. A wait that ends by an exception hands its grant on.
@@ -164,7 +166,9 @@ private:
         {
             const CReleased<Lock> released(lock);
             do {
-                Platform::Pause();
+                for (int i = 0; i < kLooksPerTime && !waiter.HasEnded(); ++i) {
+                    Platform::Pause();
+                }
             } while (!waiter.HasEnded() && Clock::now() < end);
         }
         m_backOff = waiter.HasEnded() ? 0 : std::min(2 * m_backOff + 1, kLongestBackOff);
