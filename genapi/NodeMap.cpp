@@ -18,18 +18,20 @@ constexpr unsigned kMostLinks = 32;
 CNodeMap::CNodeMap(const std::string& xml, SPort port)
     : m_port(std::move(port)), m_document(ParseXml(xml)) {
     AddNodes(m_document, nullptr);
+    // By the Standard Features Naming Convention it is the program that locks.
+    KeepValue("TLParamsLocked");
     for (const auto& [name, node] : m_nodes) {
         if (node.Has("pSelected")) {
-            KeepSelector(name);
+            KeepValue(name);
         }
         for (const std::string& index : node.Texts("pIndex")) {
-            KeepSelector(index);
+            KeepValue(index);
         }
     }
 }
 
 // Other values that stand in the description are fixed.
-void CNodeMap::KeepSelector(std::string name) {
+void CNodeMap::KeepValue(std::string name) {
     for (unsigned links = 0; links < kMostLinks; ++links) {
         const auto found = m_nodes.find(name);
         if (found == m_nodes.end()) {

@@ -17,10 +17,10 @@ namespace GenApi {
 
 enum class EAccess { NotImplemented, NotAvailable, WriteOnly, ReadOnly, ReadWrite };
 
-// Keeps no values but those of selectors without a register; each other question reads the
-// registers anew. Any number of threads may ask at a time,
-// as far as the port's functions bear it. What the port throws reaches whoever asked, except that
-// a formula tells its node's name before it and throws CError.
+// Keeps no values but those of selectors and of TLParamsLocked without a register; each other
+// question reads the registers anew. Any number of threads may ask at a time, as far as the port's
+// functions bear it. What the port throws reaches whoever asked, except that a formula tells its
+// node's name before it and throws CError.
 class CNodeMap {
 public:
     // Throws CError for XML that cannot be used. The port's functions must work as long as this
@@ -50,7 +50,7 @@ public:
 
 private:
     void AddNodes(const Tree& tree, const Tree* structure);
-    void KeepSelector(std::string name);
+    void KeepValue(std::string name);
 
     SPort m_port;
     Tree m_document;

@@ -38,6 +38,25 @@ TEST_F(SelectorTest, ThatTheDescriptionCallsOne) {
     EXPECT_EQ(nodes.Float("Selector"), 4.0);
 }
 
+// What programs lock by it, descriptions may leave to the node map as well.
+TEST_F(SelectorTest, TheLockOfAnAcquisition) {
+    const auto nodes =
+        Nodes("<Integer Name='TLParamsLocked'><Value>0</Value></Integer>"
+              "<Integer Name='Always'><Value>1</Value></Integer>"
+              "<Integer Name='Width'><pValue>W</pValue><pIsLocked>TLParamsLocked</pIsLocked>"
+              "</Integer><Integer Name='Depth'><pValue>W</pValue><pIsLocked>Always</pIsLocked>"
+              "</Integer>" +
+              Register("W", 0, ""));
+    EXPECT_EQ(nodes.Access("Width"), EAccess::ReadWrite);
+    EXPECT_EQ(nodes.Access("TLParamsLocked"), EAccess::ReadWrite);
+    nodes.SetInteger("TLParamsLocked", 1);
+    EXPECT_EQ(nodes.Integer("TLParamsLocked"), 1);
+    EXPECT_EQ(nodes.Access("Width"), EAccess::ReadOnly);
+    nodes.SetInteger("TLParamsLocked", 0);
+    EXPECT_EQ(nodes.Access("Width"), EAccess::ReadWrite);
+    EXPECT_EQ(ErrorOf([&] { nodes.SetInteger("Always", 0); }), "node Always has a fixed value");
+}
+
 TEST_F(SelectorTest, OtherValuesStayFixed) {
     const auto nodes = Nodes(kSelector + "<Integer Name='Version'><Value>2</Value></Integer>"
                                          "<Integer Name='Loop'><pValue>Loop</pValue>"
