@@ -12,6 +12,10 @@
 #include <optional>
 #include <thread>
 
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
+
 namespace norveltl {
 
 namespace {
@@ -37,9 +41,18 @@ std::string PasswordFrom(const std::string& file) {
     return password;
 }
 
+// A request may run on any of many threads. With a heap each, which the C library would give up to
+// eight of them for every processor, each would keep the room of the largest picture.
+void ShareHeaps() {
+#if defined(__GLIBC__)
+    mallopt(M_ARENA_MAX, 2);
+#endif
+}
+
 } // namespace
 
 EExitCode View(const std::string& cti, const SViewOptions& options) {
+    ShareHeaps();
     const std::string password = PasswordFrom(options.password);
     CCameras cameras(cti);
     CKeep keep(PathFromUtf8(options.keep));
