@@ -2,7 +2,9 @@
 
 #include <algorithm>
 #include <deque>
+#include <mutex>
 #include <set>
+#include <vector>
 
 namespace {
 
@@ -129,30 +131,41 @@ TEST_F(RemoteEventWaitTest, NoSizeIsInvalidOnlyOnceThereIsData) {
     EXPECT_EQ(Read(0), DeviceEvent::Of(1, 2));
 }
 
-// Flushing all the time, another thread sooner or later takes away what a wait was woken for.
+// Of many threads that are woken at once some come too late: others have taken their events, or
+// flushed them.
 TEST_F(RemoteEventWaitTest, WokenForNothingIsAFailure) {
+    constexpr uint32_t THREADS = 8;
     std::atomic<bool> stop{false};
+    std::mutex failing;
     DeviceEvent failed;
     ErrorRecord error;
-    std::thread waiting([&] {
+    const auto wait = [&] {
         while (!stop) {
             const DeviceEvent found = DeviceEvent::Read(event, 50);
             if (found.code != 0) {
+                const std::lock_guard<std::mutex> lock(failing);
                 failed = found;
                 error = LastError();
                 stop = true;
             }
         }
-    });
+    };
+    std::vector<std::thread> waiting;
+    for (uint32_t i = 0; i < THREADS; ++i) {
+        waiting.emplace_back(wait);
+    }
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(LONG_WAIT);
     while (!stop && std::chrono::steady_clock::now() < end) {
-        FireMany(1, 10);
+        std::this_thread::sleep_for(1ms); // until most are asleep
+        FireMany(1, THREADS);
         for (int i = 0; i < 1000; ++i) {
             gentl.EventFlush(event);
         }
     }
     stop = true;
-    waiting.join();
+    for (std::thread& thread : waiting) {
+        thread.join();
+    }
     EXPECT_EQ(failed.code, -1001);
     EXPECT_EQ(error, (ErrorRecord{-1001, " Empty event queue but signaled"}));
     EXPECT_EQ(failed.size, 24U);
