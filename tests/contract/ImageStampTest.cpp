@@ -50,6 +50,7 @@ TEST_F(ImageStampTest, TellsTheImage) {
 std::atomic<uint64_t> g_numObserved = 0;
 
 TEST_F(ImageStampTest, EveryGrabThatBringsAnImageIsObserved) {
+    g_numObserved = 0;
     OptivoSim_ObserveGrabs([] { ++g_numObserved; });
     StartWith(2);
     for (uint64_t number = 1; number <= 5; ++number) {

@@ -7,8 +7,9 @@ namespace {
 
 using Seconds = std::chrono::duration<double>;
 
-// Ten times as much to do; with the square of the number it would be a hundred times.
-constexpr double MOST = 30;
+// As many cameras at once as otherwise in ten parts, so that both take long enough to lose the
+// processor to others alike; with the square of the number it would be ten times.
+constexpr double MOST = 3;
 
 class WorldCountTest : public WorldTest {
 protected:
@@ -16,11 +17,13 @@ protected:
         LoadCameras(R"({"frameRate": 0, "count": )" + std::to_string(count) + "}");
     }
 
-    // Makes the world and lists it, describing every camera.
-    Seconds TimeOf(uint32_t count) {
+    // Makes a world and lists it, describing every camera, so many times.
+    Seconds TimeOf(uint32_t count, int times) {
         const auto start = std::chrono::steady_clock::now();
-        LoadCounted(count);
-        EXPECT_EQ(DevicesOf("GEV::net0").size(), count);
+        for (int i = 0; i < times; ++i) {
+            LoadCounted(count);
+            EXPECT_EQ(DevicesOf("GEV::net0").size(), count);
+        }
         return std::chrono::steady_clock::now() - start;
     }
 };
@@ -60,11 +63,11 @@ TEST_F(WorldCountTest, DiscoveryIsThatOfEach) {
 TEST_F(WorldCountTest, TenThousandAreListedInLinearTime) {
     Seconds few = Seconds::max();
     for (int run = 0; run < 3; ++run) {
-        few = std::min(few, TimeOf(1000));
+        few = std::min(few, TimeOf(1000, 10));
     }
     Seconds many = Seconds::max();
     for (int run = 0; run < 5 && many / few >= MOST; ++run) {
-        many = std::min(many, TimeOf(10000));
+        many = std::min(many, TimeOf(10000, 1));
     }
     EXPECT_LT(many / few, MOST) << few.count() << " s and " << many.count() << " s";
 }
