@@ -1,9 +1,12 @@
 #include "core/LockSoon.h"
 
+#include <boost/thread/mutex.hpp>
+
 #include <gtest/gtest.h>
 
 namespace {
 
+using GenICam::Client::LockedSoon;
 using GenICam::Client::LockSoon;
 
 // A lock that others hold for so many attempts.
@@ -28,6 +31,13 @@ TEST(LockSoonTest, SleepsOnceForALockThatStaysTaken) {
     ScriptedLock lock{1'000'000};
     LockSoon(lock);
     EXPECT_EQ(lock.numSlept, 1);
+}
+
+TEST(LockSoonTest, GivesALockThatIsTaken) {
+    boost::mutex mutex;
+    const auto lock = LockedSoon(mutex);
+    EXPECT_TRUE(lock.owns_lock());
+    EXPECT_FALSE(mutex.try_lock());
 }
 
 } // namespace
