@@ -9,6 +9,14 @@
 
 namespace {
 
+// Sanitizers count to the byte. glibc counts what it keeps for the next request too, which grew by
+// up to 9 kB over a thousand visits.
+#if defined(UNDER_A_SANITIZER)
+constexpr size_t MOST_BYTES = 0;
+#else
+constexpr size_t MOST_BYTES = 16384;
+#endif
+
 class MemoryUseTest : public LibraryTest {
 protected:
     // One visit of a consumer to a world of its own, in which nothing is kept from an earlier one.
@@ -42,7 +50,7 @@ TEST_F(MemoryUseTest, StaysTheSameWhateverIsOpenedAndClosed) {
     for (int i = 0; i < 100; ++i) {
         ASSERT_NO_FATAL_FAILURE(AcquireOnce());
     }
-    EXPECT_LE(AllocatedBytes(), before + 2000);
+    EXPECT_LE(AllocatedBytes(), before + MOST_BYTES);
 }
 
 class KeptBuffersTest : public SmallStreamTest {};
