@@ -15,7 +15,6 @@
 
 #include <boost/shared_ptr.hpp>
 #include <boost/thread/mutex.hpp>
-#include <boost/thread/recursive_mutex.hpp>
 #include <boost/thread/thread_only.hpp>
 
 #include <atomic>
@@ -192,7 +191,7 @@ private:
     std::uint64_t m_scratchSize = 0;
     std::unique_ptr<char[]> m_scratch;
 
-    alignas(kCacheLine) boost::recursive_mutex m_inputLock;
+    alignas(kCacheLine) boost::mutex m_inputLock;
     CBufferQueue m_input;
     // The buffer that the thread fills: set under the input lock, and cleared under one of the
     // locks when the thread will not touch the buffer again. Dropping it meanwhile sets
@@ -202,7 +201,7 @@ private:
     // Consumers that wait for the input lock; the acquisition thread lets them go first.
     CCallCounter m_inputWaiters;
 
-    alignas(kCacheLine) boost::recursive_mutex m_outputLock;
+    alignas(kCacheLine) boost::mutex m_outputLock;
     CBufferQueue m_output;
     // The buffer in m_filling once a flush has put it into the output queue, from where nobody gets
     // it before its fill ends. Changed under both locks.
@@ -226,7 +225,7 @@ public:
     }
 
 private:
-    boost::unique_lock<boost::recursive_mutex> m_lock;
+    boost::unique_lock<boost::mutex> m_lock;
 };
 
 } // namespace GenICam::Client

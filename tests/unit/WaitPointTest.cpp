@@ -2,7 +2,6 @@
 #include "EventFixture.h"
 
 #include <boost/thread/mutex.hpp>
-#include <boost/thread/recursive_mutex.hpp>
 
 #include <atomic>
 #include <functional>
@@ -285,11 +284,9 @@ TEST_F(ScriptedWaitTest, AWaitStaysAwakeAgainOnceThatPays) {
     EXPECT_TRUE(ScriptedSystem::slices.empty());
 }
 
-// The locks that the module waits with.
-template <typename Mutex>
-void ExpectThreadsAreWokenOneByOne() {
-    using Lock = boost::unique_lock<Mutex>;
-    Mutex mutex;
+TEST(WaitPointTest, WakesThreadsOneByOne) {
+    using Lock = boost::unique_lock<boost::mutex>;
+    boost::mutex mutex;
     CWaitPoint<> point;
     std::atomic<int> numWoken{0};
     int numWaiting = 0;
@@ -321,14 +318,6 @@ void ExpectThreadsAreWokenOneByOne() {
     for (std::thread& thread : threads) {
         thread.join();
     }
-}
-
-TEST(WaitPointTest, WakesThreadsOneByOneUnderAMutex) {
-    ExpectThreadsAreWokenOneByOne<boost::mutex>();
-}
-
-TEST(WaitPointTest, WakesThreadsOneByOneUnderARecursiveMutex) {
-    ExpectThreadsAreWokenOneByOne<boost::recursive_mutex>();
 }
 
 // The system of a thread that is interrupted in its sleep, beside others that are not.
