@@ -76,12 +76,17 @@ private:
     CameraObject* m_object = nullptr;
 };
 
+// Fills a buffer with zeros. Not inline: where the size is known, compilers write instructions that
+// take several times as long as the C library's function.
+void ClearText(char* text, std::size_t size) noexcept;
+
 // What the library writes into a buffer of Capacity bytes, up to its first zero; query is called
 // with the buffer and its size. The library may write nothing, no terminating zero, or claim any
 // size: the buffer starts empty and one byte behind it stays zero.
 template <std::size_t Capacity, class Query>
 std::string ReadCameraText(Query&& query) {
-    std::array<char, Capacity + 1> text{};
+    std::array<char, Capacity + 1> text;
+    ClearText(text.data(), text.size());
     Optivo::Size size = Capacity;
     query(text.data(), &size);
     return text.data();

@@ -8,10 +8,10 @@
 #include "core/WaitPoint.h"
 #include "events/EventObj.h"
 
+#include <boost/container/deque.hpp>
 #include <boost/thread/mutex.hpp>
 
 #include <atomic>
-#include <deque>
 #include <stdexcept>
 
 namespace GenICam::Client {
@@ -102,7 +102,7 @@ protected:
 private:
     boost::mutex m_mutex;
     CWaitPoint<> m_arrival;
-    std::deque<Entry> m_entries;
+    boost::container::deque<Entry> m_entries; // has no memory until the first entry comes
     // 0 or 1; entries that arrive while it is 0 are dropped.
     std::atomic<std::uint64_t> m_registered{0};
     CCallCounter m_calls;

@@ -74,6 +74,7 @@ public:
     // The camera library's object; there may be none.
     const CCameraObject<Optivo::ICamDevice>& Camera() const { return m_camera; }
 
+    const CDeviceInfo& Info() const { return *m_info; }
     // The ID under which the interface lists the device.
     const std::string& Id() const { return m_id; }
     // The interface that opened the device, null once it is closed.

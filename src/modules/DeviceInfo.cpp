@@ -16,19 +16,32 @@ char FoldCase(char character) {
                                                 : character;
 }
 
-bool EqualIgnoringCase(std::string_view a, std::string_view b) {
-    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+} // namespace
+
+CDeviceName::CDeviceName(const char* text) : m_text(CIdParts(text).Name()) {
+    if (m_text.starts_with(kUserNameTag)) {
+        m_kind = Kind::UserName;
+        m_text.remove_prefix(kUserNameTag.size());
+    } else if (m_text.starts_with(kSerialNumberTag)) {
+        m_kind = Kind::SerialNumber;
+        m_text.remove_prefix(kSerialNumberTag.size());
+    }
+}
+
+// FNV-1a, 64 bits.
+std::size_t SIdHash::operator()(std::string_view id) const noexcept {
+    std::uint64_t hash = 0xCBF29CE484222325U;
+    for (const char character : id) {
+        hash = (hash ^ static_cast<unsigned char>(FoldCase(character))) * 0x100000001B3U;
+    }
+    return hash;
+}
+
+// From the end, where the IDs of one maker's cameras differ.
+bool SIdEqual::operator()(std::string_view a, std::string_view b) const noexcept {
+    return std::equal(a.rbegin(), a.rend(), b.rbegin(), b.rend(),
                       [](char x, char y) { return FoldCase(x) == FoldCase(y); });
 }
-
-std::string FoldCase(std::string_view text) {
-    std::string folded(text);
-    std::transform(folded.begin(), folded.end(), folded.begin(),
-                   [](char character) { return FoldCase(character); });
-    return folded;
-}
-
-} // namespace
 
 CDeviceInfo::CDeviceInfo(const CDeviceInfo& other)
     : m_marker1(other.m_marker1),
@@ -52,27 +65,15 @@ std::string CDeviceInfo::GetDisplayName() const {
     return m_model + " (" + m_serialNumber + " )";
 }
 
-bool CDeviceInfo::MatchName(const char* name) const {
-    const std::string_view key = CIdParts(name).Name();
-    if (key.starts_with(kUserNameTag)) {
-        return key.substr(kUserNameTag.size()) == m_userName;
+bool CDeviceInfo::MatchName(const CDeviceName& name) const {
+    switch (name.What()) {
+    case CDeviceName::Kind::UserName:
+        return name.Text() == m_userName;
+    case CDeviceName::Kind::SerialNumber:
+        return name.Text() == m_serialNumber;
+    default:
+        return SIdEqual()(name.Text(), m_id);
     }
-    if (key.starts_with(kSerialNumberTag)) {
-        return key.substr(kSerialNumberTag.size()) == m_serialNumber;
-    }
-    return EqualIgnoringCase(key, m_id);
-}
-
-std::optional<std::string> CDeviceInfo::IdKeyOf(const char* name) {
-    const std::string_view key = CIdParts(name).Name();
-    if (key.starts_with(kUserNameTag) || key.starts_with(kSerialNumberTag)) {
-        return std::nullopt;
-    }
-    return FoldCase(key);
-}
-
-std::string CDeviceInfo::IdKey() const {
-    return FoldCase(m_id);
 }
 
 } // namespace GenICam::Client

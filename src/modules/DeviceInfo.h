@@ -2,11 +2,39 @@
 // the opened device. This file knows neither of them.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
-#include <optional>
 #include <string>
+#include <string_view>
 
 namespace GenICam::Client {
+
+// A camera as a consumer names it: by "SN->" and its serial number, by "USERNAME->" and its user
+// name, or by its ID in any letter case; each may follow a prefix and "::", and what follows the
+// next "::" is ignored. The text outlives this object.
+class CDeviceName {
+public:
+    enum class Kind { UserName, SerialNumber, Id };
+
+    // Not explicit, as such a text is the name. Throws std::invalid_argument when nothing remains
+    // to compare.
+    CDeviceName(const char* text); // NOLINT(google-explicit-constructor)
+
+    Kind What() const { return m_kind; }
+    std::string_view Text() const { return m_text; }
+
+private:
+    Kind m_kind = Kind::Id;
+    std::string_view m_text;
+};
+
+// IDs as the keys of a table that does not tell letter cases apart.
+struct SIdHash {
+    std::size_t operator()(std::string_view id) const noexcept;
+};
+struct SIdEqual {
+    bool operator()(std::string_view a, std::string_view b) const noexcept;
+};
 
 class CDeviceInfo {
 public:
@@ -22,15 +50,8 @@ public:
     // The model, and the serial number in parentheses.
     virtual std::string GetDisplayName() const;
 
-    // Whether a consumer's name means this camera: "SN->" and its serial number, "USERNAME->" and
-    // its user name, or its ID in any letter case; each may follow a prefix and "::", and what
-    // follows the next "::" is ignored.
-    // Throws std::invalid_argument when nothing remains to compare.
-    bool MatchName(const char* name) const;
-    // What MatchName compares with an ID: it is equal to IdKey() of the cameras that are meant.
-    // Nothing for a serial number or a user name. Throws like MatchName.
-    static std::optional<std::string> IdKeyOf(const char* name);
-    std::string IdKey() const;
+    // Whether a consumer's name means this camera.
+    bool MatchName(const CDeviceName& name) const;
 
     std::uint16_t m_marker1 = 2;
     std::uint16_t m_marker2 = 1;

@@ -13,7 +13,6 @@
 #include <algorithm>
 #include <memory>
 #include <new>
-#include <optional>
 #include <stdexcept>
 
 namespace GenICam::Client {
@@ -91,7 +90,7 @@ CInterface::CInterface(boost::shared_ptr<CInterfaceInfo> info, CTL* owner,
 CInterface::~CInterface() {
     RetireHandle();
     m_devices.clear();
-    m_devicesById.clear();
+    m_placesById.clear();
     // Each device removes itself from the list.
     while (CDevice* device = FirstOpen()) {
         delete device;
@@ -149,13 +148,14 @@ COutcome CInterface::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, I
 
 boost::shared_ptr<CDeviceInfo> CInterface::FindOpen(const char* id) const {
     const boost::lock_guard<boost::mutex> lock(m_openDevicesLock);
-    for (CDevice* device : m_openDevices) {
-        boost::shared_ptr<CDeviceInfo> info = device->GetDeviceInfo();
-        if (info->MatchName(id)) {
-            return info;
-        }
+    if (m_openDevices.empty()) {
+        return nullptr;
     }
-    return nullptr;
+    const CDeviceName name(id);
+    const auto found =
+        std::find_if(m_openDevices.begin(), m_openDevices.end(),
+                     [&](CDevice* device) { return device->Info().MatchName(name); });
+    return found == m_openDevices.end() ? nullptr : (*found)->GetDeviceInfo();
 }
 
 CDevice* CInterface::FirstOpen() const {
@@ -167,12 +167,13 @@ boost::shared_ptr<CDeviceInfo> CInterface::FindListed(const char* id) const {
     if (m_devices.empty()) {
         return nullptr;
     }
-    if (const std::optional<std::string> key = CDeviceInfo::IdKeyOf(id)) {
-        const auto known = m_devicesById.find(*key);
-        return known == m_devicesById.end() ? nullptr : known->second;
+    const CDeviceName name(id);
+    if (name.What() == CDeviceName::Kind::Id) {
+        const auto place = m_placesById.find(name.Text());
+        return place == m_placesById.end() ? nullptr : m_devices[place->second];
     }
     const auto found = std::find_if(m_devices.begin(), m_devices.end(),
-                                    [id](const auto& info) { return info->MatchName(id); });
+                                    [&](const auto& info) { return info->MatchName(name); });
     return found == m_devices.end() ? nullptr : *found;
 }
 
@@ -185,7 +186,7 @@ CDevice* CInterface::OpenDevice(const char* id, std::uint32_t flags) {
     if (!listed) {
         throw std::invalid_argument("Device not available");
     }
-    const std::string deviceId = listed->GetID();
+    std::string deviceId = listed->GetID();
     auto info = boost::make_shared<CDeviceInfo>(*listed);
 
     CCameraObject<Optivo::ICamDevice> camera;
@@ -195,8 +196,8 @@ CDevice* CInterface::OpenDevice(const char* id, std::uint32_t flags) {
 
     const boost::lock_guard<boost::mutex> lock(m_openDevicesLock);
     m_openDevices.reserve(m_openDevices.size() + 1);
-    auto* device =
-        new (std::nothrow) CDevice(this, deviceId, std::move(info), std::move(camera), flags);
+    auto* device = new (std::nothrow)
+        CDevice(this, std::move(deviceId), std::move(info), std::move(camera), flags);
     if (device == nullptr) {
         throw std::runtime_error("Unable to create Device");
     }
@@ -215,7 +216,7 @@ void CInterface::GetDeviceID(std::uint32_t index, std::string& id) {
     id = m_devices[index]->GetID();
 }
 
-boost::shared_ptr<CDeviceInfo> CInterface::Describe(const std::string& name) {
+boost::shared_ptr<CDeviceInfo> CInterface::Describe(std::string name) {
     CCameraObject<Optivo::ICamDevice> description;
     m_camera.Call(&Optivo::ICamInterface::GetDevice, name.c_str(), description.Receive());
     const auto readText = [&](Optivo::DeviceInfoKey key) {
@@ -226,7 +227,7 @@ boost::shared_ptr<CDeviceInfo> CInterface::Describe(const std::string& name) {
         });
     };
     auto info = boost::make_shared<CDeviceInfo>();
-    info->m_id = name;
+    info->m_id = std::move(name);
     info->m_vendor = readText(Optivo::kDeviceVendor);
     info->m_model = readText(Optivo::kDeviceModel);
     info->m_serialNumber = readText(Optivo::kDeviceSerialNumber);
@@ -249,14 +250,13 @@ CInterface::Infos CInterface::DiscoverDevices(std::uint32_t timeout) {
     m_camera.Call(&Optivo::ICamInterface::UpdateDeviceList, &count, timeout);
     Infos found;
     for (Optivo::UInt32 index = 0; index < count; ++index) {
-        const std::string name =
-            ReadCameraText<kNameCapacity>([&](char* buffer, Optivo::Size* size) {
-                m_camera.Call(&Optivo::ICamInterface::GetDeviceName, index, buffer, size);
-            });
+        std::string name = ReadCameraText<kNameCapacity>([&](char* buffer, Optivo::Size* size) {
+            m_camera.Call(&Optivo::ICamInterface::GetDeviceName, index, buffer, size);
+        });
         if (EndsList(count, index, name)) {
             break;
         }
-        found.push_back(Describe(name));
+        found.push_back(Describe(std::move(name)));
     }
     return found;
 }
@@ -274,13 +274,12 @@ void CInterface::UpdateDeviceList(bool8_t* changed, std::uint32_t timeout) {
     }
     const bool isUnchanged =
         std::equal(m_devices.begin(), m_devices.end(), found.begin(), found.end(), isSame);
-    decltype(m_devicesById) byId;
-    byId.reserve(found.size());
-    for (const auto& info : found) {
-        byId.try_emplace(info->IdKey(), info);
+    decltype(m_placesById) placesById(found.size());
+    for (std::size_t place = 0; place < found.size(); ++place) {
+        placesById.try_emplace(found[place]->m_id, place);
     }
     m_devices.swap(found);
-    m_devicesById.swap(byId);
+    m_placesById.swap(placesById);
     if (changed != nullptr) {
         *changed = isUnchanged ? 0 : 1;
     }
@@ -303,7 +302,7 @@ void CInterface::ForgetDevice(const CDevice* device) {
 void CInterface::Close() {
     RetireHandle();
     m_devices.clear();
-    m_devicesById.clear();
+    m_placesById.clear();
     {
         const boost::lock_guard<boost::mutex> lock(m_openDevicesLock);
         for (CDevice* device : m_openDevices) {

@@ -10,9 +10,11 @@
 
 #include <boost/shared_ptr.hpp>
 #include <boost/thread/mutex.hpp>
+#include <boost/unordered/unordered_flat_map.hpp>
 
+#include <cstddef>
 #include <string>
-#include <unordered_map>
+#include <string_view>
 #include <vector>
 
 namespace GenICam::Client {
@@ -79,7 +81,7 @@ private:
 
     COutcome ReadUrl(char* buffer, size_t* size);
     Infos DiscoverDevices(std::uint32_t timeout);
-    boost::shared_ptr<CDeviceInfo> Describe(const std::string& name);
+    boost::shared_ptr<CDeviceInfo> Describe(std::string name);
     boost::shared_ptr<CDeviceInfo> FindListed(const char* id) const;
     boost::shared_ptr<CDeviceInfo> FindOpen(const char* id) const;
     CDevice* FirstOpen() const;
@@ -89,8 +91,9 @@ private:
     mutable boost::mutex m_openDevicesLock;
     std::vector<CDevice*> m_openDevices; // owned
     Infos m_devices;
-    // The first of m_devices by the key of its ID: consumers ask for each of thousands by its ID.
-    std::unordered_map<std::string, boost::shared_ptr<CDeviceInfo>> m_devicesById;
+    // Where the first of m_devices with an ID stands: consumers ask for each of thousands by its
+    // ID.
+    boost::unordered_flat_map<std::string_view, std::size_t, SIdHash, SIdEqual> m_placesById;
     CCameraObject<Optivo::ICamInterface> m_camera;
 };
 

@@ -2,10 +2,14 @@
 #include "Thrown.h"
 
 #include <string>
+#include <unordered_map>
+#include <utility>
 
 namespace {
 
 using GenICam::Client::CDeviceInfo;
+using GenICam::Client::SIdEqual;
+using GenICam::Client::SIdHash;
 
 // A record in which every text and number is another.
 void Fill(CDeviceInfo& info) {
@@ -117,6 +121,21 @@ TEST_F(DeviceInfoTest, IsNotMeantByOtherIds) {
     for (const char* name : {"Norvel-Cam:2", "Norvel-Cam:", "Norvel-Cam:11", " Norvel-Cam:1",
                              "Norvel-Cam:1::suffix", "a::b::Norvel-Cam:1", "M1", "12345"}) {
         EXPECT_FALSE(info.MatchName(name)) << name;
+    }
+}
+
+TEST_F(DeviceInfoTest, TheTableOfIdsDoesNotTellLetterCasesApart) {
+    const std::unordered_map<std::string, int, SIdHash, SIdEqual> places{
+        {"Norvel-Cam:1", 1}, {"", 2}, {"\xC4@[`{", 3}};
+    for (const auto& [id, place] : {std::pair("norvel-cam:1", 1), std::pair("NORVEL-CAM:1", 1),
+                                    std::pair("", 2), std::pair("\xC4@[`{", 3)}) {
+        const auto found = places.find(id);
+        ASSERT_NE(found, places.end()) << id;
+        EXPECT_EQ(found->second, place);
+    }
+    for (const char* id : {"Morvel-Cam:1", "Norvel-Cam:2", "Norvel-Cam:", "orvel-Cam:1", "\xE4@[`{",
+                           "\xC4`[`{", "\xC4@{`{"}) {
+        EXPECT_EQ(places.count(id), 0U) << id;
     }
 }
 
