@@ -2,23 +2,9 @@
 
 #include "core/Errors.h"
 
-#include <atomic>
 #include <stdexcept>
 
 namespace GenICam::Client {
-namespace {
-
-std::atomic<bool> g_initialized{false};
-
-} // namespace
-
-bool IsInitialized() noexcept {
-    return g_initialized.load(std::memory_order_relaxed);
-}
-
-void SetInitialized(bool initialized) noexcept {
-    g_initialized.store(initialized, std::memory_order_relaxed);
-}
 
 GC_ERROR Fail(GC_ERROR code, const char* text) noexcept {
     RecordLastError(code, text);

@@ -8,14 +8,20 @@
 #include "core/Outcome.h"
 #include "platform/Cancellation.h"
 
+#include <atomic>
 #include <type_traits>
 #include <utility>
 
 namespace GenICam::Client {
 
 // Whether GCInitLib was called and GCCloseLib was not; one flag for all threads, not synchronised.
-bool IsInitialized() noexcept;
-void SetInitialized(bool initialized) noexcept;
+inline std::atomic<bool> g_initialized{false};
+inline bool IsInitialized() noexcept {
+    return g_initialized.load(std::memory_order_relaxed);
+}
+inline void SetInitialized(bool initialized) noexcept {
+    g_initialized.store(initialized, std::memory_order_relaxed);
+}
 
 // Answers the code of an outcome, and records a refusal as the last error.
 GC_ERROR Conclude(const COutcome& outcome) noexcept;

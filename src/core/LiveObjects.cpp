@@ -1,5 +1,7 @@
 #include "core/LiveObjects.h"
 
+#include "core/Patience.h"
+
 #include <memory>
 
 namespace GenICam::Client {
@@ -12,8 +14,6 @@ constexpr std::size_t kEventSlots = std::size_t{1} << 10;
 
 constinit CLiveObjects::Slot s_moduleSlots[kModuleSlots]{};
 constinit CLiveObjects::Slot s_eventSlots[kEventSlots]{};
-constinit CLiveObjects s_modules(s_moduleSlots);
-constinit CLiveObjects s_events(s_eventSlots);
 
 // Held for some dozen instructions, so that a mutex would only add a destructor.
 class CChange {
@@ -33,12 +33,19 @@ private:
 
 } // namespace
 
-CLiveObjects& CLiveObjects::Modules() noexcept {
-    return s_modules;
-}
+constinit CLiveObjects CLiveObjects::s_modules(s_moduleSlots);
+constinit CLiveObjects CLiveObjects::s_events(s_eventSlots);
 
-CLiveObjects& CLiveObjects::Events() noexcept {
-    return s_events;
+bool CLiveObjects::ContainsMoving(std::uintptr_t address) const noexcept {
+    for (CPatience patience;; patience.Pause()) {
+        const std::uint64_t version = m_version.load(std::memory_order_acquire);
+        if (Search(address)) {
+            return true;
+        }
+        if (version % 2 == 0 && version == m_version.load(std::memory_order_acquire)) {
+            return false;
+        }
+    }
 }
 
 void CLiveObjects::Insert(const STable& table, std::uintptr_t address) noexcept {

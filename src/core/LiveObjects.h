@@ -7,8 +7,6 @@
 // (Boost's).
 #pragma once
 
-#include "core/Patience.h"
-
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
@@ -35,21 +33,13 @@ public:
     // Does nothing for what is not there.
     void Remove(const void* object) noexcept;
     bool Contains(const void* object) const noexcept {
-        for (CPatience patience;; patience.Pause()) {
-            const std::uint64_t version = m_version.load(std::memory_order_acquire);
-            if (Search(reinterpret_cast<std::uintptr_t>(object))) {
-                return true;
-            }
-            // While others move, one that stays can be missed.
-            if (version % 2 == 0 && version == m_version.load(std::memory_order_acquire)) {
-                return false;
-            }
-        }
+        const auto address = reinterpret_cast<std::uintptr_t>(object);
+        return Search(address) || ContainsMoving(address);
     }
 
     // The module objects, whose handles are ICommonBase addresses, and the event objects.
-    static CLiveObjects& Modules() noexcept;
-    static CLiveObjects& Events() noexcept;
+    static CLiveObjects& Modules() noexcept { return s_modules; }
+    static CLiveObjects& Events() noexcept { return s_events; }
 
 private:
     static constexpr std::uintptr_t kEmpty = 0;
@@ -78,6 +68,8 @@ private:
         }
         return false;
     }
+    // The same, where others may be moving, so that one that stays can be missed.
+    bool ContainsMoving(std::uintptr_t address) const noexcept;
     static void Insert(const STable& table, std::uintptr_t address) noexcept;
     void Grow();
 
@@ -86,6 +78,9 @@ private:
     std::atomic<std::uint64_t> m_version{0}; // odd while objects move
     std::atomic_flag m_isChanging = ATOMIC_FLAG_INIT;
     std::size_t m_count = 0; // guarded by the flag
+
+    static CLiveObjects s_modules;
+    static CLiveObjects s_events;
 };
 
 } // namespace GenICam::Client
