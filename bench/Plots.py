@@ -6,6 +6,9 @@ COLOURS = {"linux": "#1b6ca8", "windows": "#c4572b"}
 # White around the letters keeps them legible on a line.
 STYLE = "text { font: 12px sans-serif; fill: #222; stroke: white; stroke-width: 5px; paint-order: stroke }"
 
+# The numbers of bars stand in a column of their own, which ends so far from the right edge.
+NUMBERS = 8
+
 
 def text(x, y, words, anchor="start"):
     return f"<text x='{x:.1f}' y='{y:.1f}' text-anchor='{anchor}'>{html.escape(words)}</text>"
@@ -54,7 +57,7 @@ def budgets(rows):
             if share is not None:
                 parts.append(f"<rect x='{left}' y='{y + 5 + 12 * j}' width='{max(x(share) - left, 1):.1f}' height='11' "
                              f"fill='{COLOURS[target]}'/>")
-                parts.append(text(x(share) + 4, y + 15 + 12 * j, f"{share:.2f}"))
+                parts.append(text(width - NUMBERS, y + 15 + 12 * j, f"{share:.2f}", "end"))
     return svg(width, bottom + 30, parts)
 
 
@@ -88,7 +91,7 @@ def added(rows):
         for j, target in enumerate(targets):
             if (value := values.get(target)) is not None:
                 parts += [f"<rect x='{left}' y='{y + 7 + 13 * j}' width='{max(x(value) - left, 1):.1f}' height='12' "
-                          f"fill='{COLOURS[target]}'/>", text(x(value) + 4, y + 17 + 13 * j, duration(value))]
+                          f"fill='{COLOURS[target]}'/>", text(width - NUMBERS, y + 17 + 13 * j, duration(value), "end")]
     return svg(width, bottom + 30, parts)
 
 
