@@ -3,9 +3,7 @@ import html
 import math
 
 COLOURS = {"linux": "#1b6ca8", "windows": "#c4572b"}
-# White around the letters keeps them legible on a line.
-STYLE = "text { font: 12px sans-serif; fill: #222; stroke: white; stroke-width: 5px; paint-order: stroke }"
-
+STYLE = "text { font: 12px sans-serif; fill: #222 }"
 # The numbers of bars stand in a column of their own, which ends so far from the right edge.
 NUMBERS = 8
 
