@@ -11,7 +11,8 @@ wine_prefix=${WINEPREFIX:-$cache/wine}
 
 packages=(
   binutils ca-certificates cmake git ninja-build python3 python3-jsonschema xz-utils
-  gcc g++ clang clang-format clang-tidy libclang-rt-14-dev llvm-14 dpkg-dev file pkg-config
+  gcc g++ clang clang-format clang-tidy libclang-14-dev libclang-rt-14-dev llvm-14 llvm-14-dev dpkg-dev
+  file pkg-config
   libboost1.81-dev libboost-thread1.81-dev nlohmann-json3-dev libcli11-dev libstb-dev zlib1g-dev libtiff-dev
   googletest libbenchmark-dev libxml2-utils iproute2 util-linux zsh fish
   libaravis-dev libusb-1.0-0-dev libxml2-dev libglib2.0-dev aravis-tools-cli udev ffmpeg
