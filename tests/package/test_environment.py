@@ -4,6 +4,7 @@ import shutil
 from machine import ENVIRONMENT
 from packages import Made, MachineTest
 
+RUNS_BESIDE_OTHERS = True
 OURS = r"C:\Program Files\NorvelTL\bin"
 DONE, NO, FAILED, WRONG_USAGE = 0, 1, 2, 3
 

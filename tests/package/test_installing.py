@@ -10,6 +10,7 @@ import package
 from machine import ENVIRONMENT, REGISTRATION, SESSION, settings_in
 from packages import Made, MachineTest
 
+RUNS_BESIDE_OTHERS = True
 BLANKS = r"C:\Vision Tools\Norvel TL"
 USUAL = r"C:\Program Files\NorvelTL"
 PROGRAMS = {"NorvelTL40.cti", "NorvelTL40-standard.cti", "Optivo40.dll", "norveltl.exe"}

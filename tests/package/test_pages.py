@@ -5,6 +5,8 @@ import urllib.parse
 
 from packages import SOURCES, Made
 
+RUNS_BESIDE_OTHERS = True
+
 
 class Page(html.parser.HTMLParser):
     def __init__(self, path):

@@ -65,11 +65,21 @@ def cases_of(suite):
     return [case for part in suite for case in (cases_of(part) if isinstance(part, unittest.TestSuite) else [part])]
 
 
-def run_beside_others(case):
-    """Runs one case and prints what came of it at once, so that others may run meanwhile."""
+def units_of(cases):
+    """What can run beside others: cases by themselves, but together those for which their class is set up once."""
+    units = {}
+    for case in cases:
+        shares = type(case).setUpClass.__func__ is not unittest.TestCase.setUpClass.__func__
+        units.setdefault(type(case) if shares else case, []).append(case)
+    return units.values()
+
+
+def run_beside_others(unit):
+    """Runs some cases and prints what came of them at once, so that others may run meanwhile."""
     out = io.StringIO()
-    result = unittest.TextTestRunner(stream=out, resultclass=Result, verbosity=2).run(case)
-    print(f"{case} ... ok" if result.wasSuccessful() else out.getvalue(), file=sys.stderr, flush=True)
+    result = unittest.TextTestRunner(stream=out, resultclass=Result, verbosity=2).run(unittest.TestSuite(unit))
+    said = "\n".join(f"{case} ... ok" for case in unit) if result.wasSuccessful() else out.getvalue()
+    print(said, file=sys.stderr, flush=True)
     return result
 
 
@@ -80,7 +90,7 @@ def run(suite, script):
     for case in cases_of(suite):
         (beside if getattr(sys.modules[type(case).__module__], "RUNS_BESIDE_OTHERS", False) else alone).append(case)
     with concurrent.futures.ThreadPoolExecutor(2 * os.cpu_count()) as pool:
-        results = list(pool.map(run_beside_others, beside))
+        results = list(pool.map(run_beside_others, units_of(beside)))
     results.append(unittest.TextTestRunner(resultclass=Result, verbosity=2).run(unittest.TestSuite(alone)))
     if path := report_path(script):
         report = xml.Element("testsuites")
