@@ -9,5 +9,6 @@ function(norvel_embed target input header namespace name)
             -DNAME=${name} -P ${script}
     DEPENDS ${input} ${script}
     VERBATIM)
+  set_source_files_properties(${output} PROPERTIES SKIP_PRECOMPILE_HEADERS ON)
   target_sources(${target} PRIVATE ${output})
 endfunction()

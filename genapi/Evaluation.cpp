@@ -15,7 +15,7 @@ namespace GenApi {
 namespace {
 
 // Deeper than any sound description; a cycle ends here.
-constexpr unsigned kMaxDepth = 32;
+constexpr unsigned kMaxNodeDepth = 32;
 // In characters that are read, and what takes about as long: a second in all.
 constexpr size_t kMaxWork = 10'000'000;
 constexpr size_t kNodeWork = 100;
@@ -60,7 +60,7 @@ void CEvaluation::Spend(size_t work) {
 }
 
 const SNode& CEvaluation::Enter(const std::string& name) {
-    if (m_depth > kMaxDepth) {
+    if (m_depth > kMaxNodeDepth) {
         throw CError("node " + Printable(name) + " leads back to itself");
     }
     Spend(kNodeWork + name.size());
@@ -188,7 +188,7 @@ template <class T>
 T CEvaluation::Variable(const Tree& definitions, const std::string& name, const char* argument,
                         T value) {
     const CLevel level(m_depth);
-    if (m_depth > kMaxDepth) {
+    if (m_depth > kMaxNodeDepth) {
         throw CError("the variable " + name + " leads back to itself");
     }
     if (argument != nullptr && name == argument) {

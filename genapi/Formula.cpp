@@ -18,7 +18,7 @@ namespace GenApi {
 namespace {
 
 // Deeper than any sound formula and all that it refers to.
-constexpr unsigned kMaxDepth = 400;
+constexpr unsigned kMaxFormulaDepth = 400;
 
 template <class T>
 constexpr bool kIsWhole = std::is_integral_v<T>;
@@ -142,7 +142,7 @@ private:
     }
 
     void CheckDepth() const {
-        if (m_depth > kMaxDepth) {
+        if (m_depth > kMaxFormulaDepth) {
             throw CError("the formula is nested too deeply");
         }
     }

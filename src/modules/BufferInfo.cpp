@@ -10,11 +10,11 @@
 namespace GenICam::Client {
 namespace {
 
-constexpr std::int32_t kXmlSubMinorVersion = 3;
-constexpr std::uint32_t kXmlAddress = 0x100;
+constexpr std::int32_t kBufferXmlSubMinorVersion = 3;
+constexpr std::uint32_t kBufferXmlAddress = 0x100;
 
-std::string Url(std::uint32_t xmlLength) {
-    return LocalUrl("TLBufferRegs.xml", kXmlAddress, xmlLength);
+std::string BufferUrl(std::uint32_t xmlLength) {
+    return LocalUrl("TLBufferRegs.xml", kBufferXmlAddress, xmlLength);
 }
 
 } // namespace
@@ -36,7 +36,7 @@ void CBufferInfo::SFreeMemory::operator()(void* memory) const {
 }
 
 COutcome CBufferInfo::GetPortURL(char* buffer, size_t* size) {
-    return CopyOutUrl<invalid_buffer_error>(Url(m_xmlLength), buffer, size);
+    return CopyOutUrl<invalid_buffer_error>(BufferUrl(m_xmlLength), buffer, size);
 }
 
 COutcome CBufferInfo::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
@@ -57,8 +57,8 @@ COutcome CBufferInfo::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, vo
 COutcome CBufferInfo::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
                                      void* buffer, size_t* size) {
     const CInfoOut out(type, buffer, size);
-    return AnswerUrlInfo<std::invalid_argument>(index, command, kXmlSubMinorVersion, out,
-                                                [&] { return out.String(Url(m_xmlLength)); });
+    return AnswerUrlInfo<std::invalid_argument>(index, command, kBufferXmlSubMinorVersion, out,
+                                                [&] { return out.String(BufferUrl(m_xmlLength)); });
 }
 
 void CBufferInfo::RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* /*event*/) {

@@ -19,8 +19,8 @@
 namespace GenICam::Client {
 namespace {
 
-constexpr std::int32_t kXmlSubMinorVersion = 8;
-constexpr std::uint32_t kXmlAddress = 0x200;
+constexpr std::int32_t kStreamXmlSubMinorVersion = 8;
+constexpr std::uint32_t kStreamXmlAddress = 0x200;
 
 // Commands of this producer beside the standard ones.
 enum CustomStreamInfo : STREAM_INFO_CMD {
@@ -38,8 +38,8 @@ std::uint32_t StreamIndexOf(const std::string& id) {
                               std::numeric_limits<std::int32_t>::max()));
 }
 
-std::string Url(std::uint32_t xmlLength) {
-    return LocalUrl("TLDataStreamRegs.xml", kXmlAddress, xmlLength);
+std::string StreamUrl(std::uint32_t xmlLength) {
+    return LocalUrl("TLDataStreamRegs.xml", kStreamXmlAddress, xmlLength);
 }
 
 } // namespace
@@ -132,7 +132,7 @@ void CDataStream::Close() {
 }
 
 COutcome CDataStream::GetPortURL(char* buffer, size_t* size) {
-    return CopyOutUrl<std::invalid_argument>(Url(m_xmlLength), buffer, size);
+    return CopyOutUrl<std::invalid_argument>(StreamUrl(m_xmlLength), buffer, size);
 }
 
 COutcome CDataStream::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buffer,
@@ -150,8 +150,8 @@ COutcome CDataStream::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, vo
 COutcome CDataStream::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
                                      void* buffer, size_t* size) {
     const CInfoOut out(type, buffer, size);
-    return AnswerUrlInfo<std::invalid_argument>(index, command, kXmlSubMinorVersion, out,
-                                                [&] { return out.String(Url(m_xmlLength)); });
+    return AnswerUrlInfo<std::invalid_argument>(index, command, kStreamXmlSubMinorVersion, out,
+                                                [&] { return out.String(StreamUrl(m_xmlLength)); });
 }
 
 void CDataStream::RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) {

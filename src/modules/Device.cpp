@@ -18,8 +18,8 @@
 namespace GenICam::Client {
 namespace {
 
-constexpr std::int32_t kXmlSubMinorVersion = 4;
-constexpr std::uint32_t kXmlAddress = 0x500;
+constexpr std::int32_t kDeviceXmlSubMinorVersion = 4;
+constexpr std::uint32_t kDeviceXmlAddress = 0x500;
 
 void RequireErrorEvent(EVENT_TYPE type) {
     if (type != EVENT_ERROR) {
@@ -97,7 +97,7 @@ void CDevice::CloseStreams() {
 
 // The last character of the URL is lost, and two more bytes than its length are reported.
 std::string CDevice::Url() const {
-    std::string url = LocalUrl("TLDevRegs.xml", kXmlAddress, m_xmlLength);
+    std::string url = LocalUrl("TLDevRegs.xml", kDeviceXmlAddress, m_xmlLength);
     url.pop_back();
     return url;
 }
@@ -123,7 +123,7 @@ COutcome CDevice::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* 
 COutcome CDevice::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
                                  void* buffer, size_t* size) {
     const CInfoOut out(type, buffer, size);
-    return AnswerUrlInfo<std::invalid_argument>(index, command, kXmlSubMinorVersion, out,
+    return AnswerUrlInfo<std::invalid_argument>(index, command, kDeviceXmlSubMinorVersion, out,
                                                 [&] { return out.String(Url()); });
 }
 

@@ -15,7 +15,7 @@
 namespace GenICam::Client {
 namespace {
 
-constexpr std::int32_t kXmlSubMinorVersion = 2;
+constexpr std::int32_t kPortXmlSubMinorVersion = 2;
 
 void CheckAccess(Optivo::Int32 result, std::uint64_t address) {
     switch (result) {
@@ -97,10 +97,11 @@ COutcome CDevicePort::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, vo
 COutcome CDevicePort::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
                                      void* buffer, size_t* size) {
     const CInfoOut out(type, buffer, size);
-    return AnswerUrlInfo<invalid_parameter_error>(index, command, kXmlSubMinorVersion, out, [&] {
-        return AnswerCameraUrl(
-            out, [this](char* url, size_t* urlSize) { return ReadUrl(url, urlSize); });
-    });
+    return AnswerUrlInfo<invalid_parameter_error>(
+        index, command, kPortXmlSubMinorVersion, out, [&] {
+            return AnswerCameraUrl(
+                out, [this](char* url, size_t* urlSize) { return ReadUrl(url, urlSize); });
+        });
 }
 
 void CDevicePort::RegisterEvent(EVENT_TYPE type, EVENT_HANDLE* event) {

@@ -18,7 +18,7 @@
 namespace GenICam::Client {
 namespace {
 
-constexpr std::int32_t kXmlSubMinorVersion = 9;
+constexpr std::int32_t kInterfaceXmlSubMinorVersion = 9;
 // A result of ICamInterface::OpenDevice beside the codes of GenTL.
 constexpr Optivo::Int32 kLinkSpeedNotSupported = -10003;
 
@@ -140,10 +140,11 @@ COutcome CInterface::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, voi
 COutcome CInterface::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
                                     void* buffer, size_t* size) {
     const CInfoOut out(type, buffer, size);
-    return AnswerUrlInfo<std::invalid_argument>(index, command, kXmlSubMinorVersion, out, [&] {
-        return AnswerCameraUrl(
-            out, [this](char* url, size_t* urlSize) { return ReadUrl(url, urlSize); });
-    });
+    return AnswerUrlInfo<std::invalid_argument>(
+        index, command, kInterfaceXmlSubMinorVersion, out, [&] {
+            return AnswerCameraUrl(
+                out, [this](char* url, size_t* urlSize) { return ReadUrl(url, urlSize); });
+        });
 }
 
 boost::shared_ptr<CDeviceInfo> CInterface::FindOpen(const char* id) const {

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t kNumReservedRegisters = 100;
 constexpr std::uint32_t kLazyUpdateTimeout = 200;
-constexpr std::int32_t kXmlSubMinorVersion = 2;
+constexpr std::int32_t kSystemXmlSubMinorVersion = 2;
 
 // Addresses of the register map.
 namespace Register {
@@ -165,7 +165,7 @@ COutcome CTL::GetPortInfo(PORT_INFO_CMD command, INFO_DATATYPE* type, void* buff
 COutcome CTL::GetPortURLInfo(std::uint32_t index, URL_INFO_CMD command, INFO_DATATYPE* type,
                              void* buffer, size_t* size) {
     const CInfoOut out(type, buffer, size);
-    return AnswerUrlInfo<std::invalid_argument>(index, command, kXmlSubMinorVersion, out,
+    return AnswerUrlInfo<std::invalid_argument>(index, command, kSystemXmlSubMinorVersion, out,
                                                 [&] { return out.String(Url()); });
 }
 

@@ -223,7 +223,7 @@ TEST_F(BufferStateTest, FollowsItsCycle) {
 }
 
 TEST_F(BufferStateTest, IsQueuedWhileItIsFilled) {
-    AddFault(OPTIVO_STREAM_GRAB_IMAGE, OPTIVO_FAULT_HANG, 0, 1);
+    AddLastingFault(OPTIVO_STREAM_GRAB_IMAGE, OPTIVO_FAULT_HANG, 0, 1);
     StartWith(1);
     Produce(1);
     ASSERT_TRUE(Eventually([] { return OptivoSim_NumCalls(OPTIVO_STREAM_GRAB_IMAGE) == 1; }));

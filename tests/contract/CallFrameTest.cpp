@@ -5,7 +5,6 @@ namespace {
 
 constexpr char NOT_INITIALISED[] = "GCInitLib was not called.";
 constexpr char NULL_HANDLE[] = "Function call on wrong handle or NULL pointer.";
-constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
 constexpr char WRONG_TL[] = " Invalid TL handle";
 constexpr char WRONG_HANDLE[] = "Invalid Device Handle";
 

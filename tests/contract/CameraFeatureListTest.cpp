@@ -6,7 +6,7 @@
 
 namespace {
 
-struct Row {
+struct FeatureRow {
     const char* name;
     const char* kind;
     const char* access; // "" for a feature without a register
@@ -18,7 +18,7 @@ struct Row {
 #define SAME(value)                                                                                \
     { value, value, value }
 
-constexpr Row ROWS[] = {
+constexpr FeatureRow ROWS[] = {
     {"DeviceVendorName", "StringReg", "RO", 0x100, 64, SAME("Norvel")},
     {"DeviceModelName", "StringReg", "RO", 0x140, 64, {"G640M", "G1300C", "U320C"}},
     {"DeviceVersion", "StringReg", "RO", 0x180, 64, {"1.2.0", "1.4.2", "2.0.1"}},
@@ -85,7 +85,7 @@ protected:
     }
 
     void ExpectValues(size_t column) {
-        for (const Row& row : ROWS) {
+        for (const FeatureRow& row : ROWS) {
             EXPECT_EQ(Show(*feature, row.name), row.values[column]) << row.name;
         }
     }
@@ -103,7 +103,7 @@ protected:
 TEST_F(CameraFeatureListTest, EveryFeatureHasItsRow) {
     OpenCamera(0, 1);
     std::set<std::string> rows;
-    for (const Row& row : ROWS) {
+    for (const FeatureRow& row : ROWS) {
         EXPECT_TRUE(rows.insert(row.name).second) << row.name;
     }
     const std::vector<std::string> names = feature->Features();
@@ -113,7 +113,7 @@ TEST_F(CameraFeatureListTest, EveryFeatureHasItsRow) {
 
 TEST_F(CameraFeatureListTest, EveryFeatureIsOfItsKindAndBehindItsRegister) {
     OpenCamera(0, 1);
-    for (const Row& row : ROWS) {
+    for (const FeatureRow& row : ROWS) {
         SCOPED_TRACE(row.name);
         EXPECT_EQ(feature->Kind(row.name), row.kind);
         if (row.length > 0) {
@@ -166,7 +166,7 @@ TEST_F(CameraFeatureListTest, EveryRegisterOfTheInterfacesXmlIsReadable) {
 
 TEST_F(CameraFeatureListTest, ReadOnlyRegistersRefuseEveryWrite) {
     OpenCamera(0, 1);
-    for (const Row& row : ROWS) {
+    for (const FeatureRow& row : ROWS) {
         if (row.access != std::string("RO")) {
             continue;
         }
@@ -181,7 +181,7 @@ TEST_F(CameraFeatureListTest, ReadOnlyRegistersRefuseEveryWrite) {
 
 TEST_F(CameraFeatureListTest, WritableRegistersTakeTheirPresentValue) {
     OpenCamera(0, 0);
-    for (const Row& row : ROWS) {
+    for (const FeatureRow& row : ROWS) {
         if (row.access == std::string("RW") && row.kind != std::string("Command")) {
             EXPECT_NO_THROW(feature->SetBytes(row.name, feature->Bytes(row.name))) << row.name;
         }
@@ -191,7 +191,7 @@ TEST_F(CameraFeatureListTest, WritableRegistersTakeTheirPresentValue) {
 
 TEST_F(CameraFeatureListTest, RegistersEndWhereTheXmlSays) {
     OpenCamera(0, 1);
-    for (const Row& row : ROWS) {
+    for (const FeatureRow& row : ROWS) {
         if (row.length == 0) {
             continue;
         }
@@ -205,7 +205,7 @@ TEST_F(CameraFeatureListTest, RegistersEndWhereTheXmlSays) {
 
 TEST_F(CameraFeatureListTest, NumbersAreWrittenWhole) {
     OpenCamera(0, 1);
-    for (const Row& row : ROWS) {
+    for (const FeatureRow& row : ROWS) {
         const bool isNumber = row.length == 4 || row.length == 8;
         if (isNumber && row.access == std::string("RW")) {
             SCOPED_TRACE(row.name);

@@ -6,21 +6,21 @@
 
 namespace {
 
-struct Row {
+struct StateRow {
     const char* name;
     uint64_t address;
 };
 
-constexpr Row LOCKED[] = {{"Width", 0x400},          {"Height", 0x404},
-                          {"PixelFormat", 0x408},    {"OffsetX", 0x418},
-                          {"OffsetY", 0x41C},        {"BinningHorizontal", 0x420},
-                          {"BinningVertical", 0x424}};
+constexpr StateRow LOCKED[] = {{"Width", 0x400},          {"Height", 0x404},
+                               {"PixelFormat", 0x408},    {"OffsetX", 0x418},
+                               {"OffsetY", 0x41C},        {"BinningHorizontal", 0x420},
+                               {"BinningVertical", 0x424}};
 
 class CameraFeatureStateTest : public CameraFeatureTest {
 protected:
     // Their present values are refused too.
     void ExpectLocked() {
-        for (const Row& row : LOCKED) {
+        for (const StateRow& row : LOCKED) {
             EXPECT_REFUSED(-1005, DeniedText(row.address),
                            feature->SetInt(row.name, feature->Int(row.name)))
                 << row.name;
@@ -29,7 +29,7 @@ protected:
     }
 
     void ExpectUnlocked() {
-        for (const Row& row : LOCKED) {
+        for (const StateRow& row : LOCKED) {
             EXPECT_NO_THROW(feature->SetInt(row.name, feature->Int(row.name))) << row.name;
         }
         EXPECT_NO_THROW(feature->Execute("UserSetLoad"));
@@ -138,7 +138,7 @@ TEST_F(CameraFeatureStateTest, LatchedTimeIsThatOfTheImages) {
 
 TEST_F(CameraFeatureStateTest, WhatIsLockedIsInTheXml) {
     std::set<std::string> expected = {"UserSetLoad"};
-    for (const Row& row : LOCKED) {
+    for (const StateRow& row : LOCKED) {
         expected.insert(row.name);
         EXPECT_EQ(feature->Place(row.name).address, row.address);
     }
@@ -153,7 +153,7 @@ TEST_F(CameraFeatureStateTest, WhatIsLockedIsInTheXml) {
 
 TEST_F(CameraFeatureStateTest, LockGuardsThePayload) {
     feature->SetInt("TLParamsLocked", 1);
-    for (const Row& row : LOCKED) {
+    for (const StateRow& row : LOCKED) {
         EXPECT_EQ(feature->Access(row.name), "RO") << row.name;
     }
     ExpectLocked();

@@ -17,6 +17,9 @@
 // Long enough for any machine; a test that waits that long has failed.
 inline constexpr uint64_t LONG_WAIT = 30000;
 
+// What the module says of failures that it knows nothing more of.
+inline constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
+
 // The error that GCGetLastError holds; code 0 and no text when there is none.
 struct ErrorRecord {
     int32_t code = 0;

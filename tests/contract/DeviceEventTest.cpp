@@ -6,7 +6,7 @@ class RemoteEventTest : public RemoteEventFixture {
 protected:
     // The library leaves the callback where it is.
     void UnregisterButKeepTheCallback() {
-        AddFault(OPTIVO_DEVICE_REGISTER_EVENT_CALLBACK, OPTIVO_FAULT_RESULT, -1001, 1);
+        AddLastingFault(OPTIVO_DEVICE_REGISTER_EVENT_CALLBACK, OPTIVO_FAULT_RESULT, -1001, 1);
         ASSERT_OK(Unregister());
         ASSERT_EQ(OptivoSim_HasCallback(camera.c_str()), 1);
     }
@@ -77,11 +77,11 @@ TEST_F(RemoteEventTest, OfEachDeviceIsItsOwn) {
 
 TEST_F(RemoteEventTest, RegistersWhateverTheLibraryAnswers) {
     ASSERT_OK(Unregister());
-    AddFault(OPTIVO_DEVICE_REGISTER_EVENT_CALLBACK, OPTIVO_FAULT_RESULT_AFTER, -1001, 1);
+    AddLastingFault(OPTIVO_DEVICE_REGISTER_EVENT_CALLBACK, OPTIVO_FAULT_RESULT_AFTER, -1001, 1);
     EXPECT_OK(Register());
     ASSERT_TRUE(Fire(1, 2));
     EXPECT_EQ(Read(), DeviceEvent::Of(1, 2));
-    AddFault(OPTIVO_DEVICE_REGISTER_EVENT_CALLBACK, OPTIVO_FAULT_RESULT, 7, 1);
+    AddLastingFault(OPTIVO_DEVICE_REGISTER_EVENT_CALLBACK, OPTIVO_FAULT_RESULT, 7, 1);
     EXPECT_OK(Unregister());
 }
 
@@ -121,7 +121,7 @@ TEST_F(RemoteEventTest, QueuedBeforeUnregisteringCanStillBeRead) {
 
 // The callback comes first both times: when the library fails there, nothing is switched yet.
 TEST_F(RemoteEventTest, FailedUnregisteringLeavesItRegistered) {
-    AddFault(OPTIVO_DEVICE_REGISTER_EVENT_CALLBACK, OPTIVO_FAULT_GENERIC_EXCEPTION, 0, 1);
+    AddLastingFault(OPTIVO_DEVICE_REGISTER_EVENT_CALLBACK, OPTIVO_FAULT_GENERIC_EXCEPTION, 0, 1);
     EXPECT_FAILS(-1001, UNSPECIFIED, Unregister());
     ASSERT_TRUE(Fire(1));
     EXPECT_EQ(Read(), DeviceEvent::Of(1, 0));
@@ -129,7 +129,7 @@ TEST_F(RemoteEventTest, FailedUnregisteringLeavesItRegistered) {
 
 TEST_F(RemoteEventTest, FailedRegisteringLeavesItUnregistered) {
     UnregisterButKeepTheCallback();
-    AddFault(OPTIVO_DEVICE_REGISTER_EVENT_CALLBACK, OPTIVO_FAULT_GENERIC_EXCEPTION, 0, 1);
+    AddLastingFault(OPTIVO_DEVICE_REGISTER_EVENT_CALLBACK, OPTIVO_FAULT_GENERIC_EXCEPTION, 0, 1);
     EXPECT_FAILS(-1001, UNSPECIFIED, Register());
     ASSERT_TRUE(Fire(1));
     EXPECT_EQ(NumInQueue(), 0U);
@@ -138,7 +138,7 @@ TEST_F(RemoteEventTest, FailedRegisteringLeavesItUnregistered) {
 
 TEST_F(RemoteEventTest, CallbackThatOutlivedUnregisteringGoesWithTheDevice) {
     UnregisterButKeepTheCallback();
-    AddFault(OPTIVO_DEVICE_CLOSE, OPTIVO_FAULT_RESULT, -1001, 1);
+    AddLastingFault(OPTIVO_DEVICE_CLOSE, OPTIVO_FAULT_RESULT, -1001, 1);
     LeavesAlive(OPTIVO_OBJECT_DEVICE, 1);
     CloseDevice();
     // A later event would reach a port that is gone.

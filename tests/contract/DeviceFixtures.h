@@ -6,18 +6,17 @@
 #include <atomic>
 #include <memory>
 
-inline constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
-
-inline void AddFault(OptivoOperation operation, OptivoFaultKind kind, int32_t result = 0,
-                     uint32_t count = OPTIVO_FOREVER, uint64_t selector = OPTIVO_ANY_SELECTOR) {
+inline void AddLastingFault(OptivoOperation operation, OptivoFaultKind kind, int32_t result = 0,
+                            uint32_t count = OPTIVO_FOREVER,
+                            uint64_t selector = OPTIVO_ANY_SELECTOR) {
     const OptivoFault fault = {operation, kind, result, selector, 0, count};
     OptivoSim_AddFault(&fault);
 }
 
 // The camera library's objects of a kind that were handed out since this was made and are open.
-class AliveCount {
+class KindCount {
 public:
-    explicit AliveCount(OptivoObjectKind kind) : m_kind(kind), m_before(OptivoSim_NumAlive(kind)) {}
+    explicit KindCount(OptivoObjectKind kind) : m_kind(kind), m_before(OptivoSim_NumAlive(kind)) {}
 
     uint64_t operator()() const { return OptivoSim_NumAlive(m_kind) - m_before; }
 

@@ -4,9 +4,6 @@
 
 namespace {
 
-constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
-constexpr char LEFT[] = "Norvel-G640M-10001";
-constexpr char RIGHT[] = "Norvel-G1300C-10002";
 constexpr char NO_STATUS[] = "Error retrieving device status ( wrong name ) ";
 
 class DeviceInfoTest : public InterfaceTest {

@@ -6,10 +6,6 @@ namespace {
 
 using Ids = std::vector<std::string>;
 
-constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
-constexpr char LEFT[] = "Norvel-G640M-10001";
-constexpr char RIGHT[] = "Norvel-G1300C-10002";
-
 // The interface eth0 is open; no device is looked for yet.
 class DeviceListTest : public SystemTest {
 protected:

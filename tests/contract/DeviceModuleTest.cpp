@@ -65,7 +65,7 @@ TEST_F(DeviceModuleTest, TellsHowManyStreamsTheCameraReports) {
 
 TEST_F(DeviceModuleTest, HasOneStreamUntilTheCameraAnswers) {
     ASSERT_EQ(OptivoSim_SetNumStreams(camera.c_str(), 4), 1);
-    AddFault(OPTIVO_DEVICE_GET_NUM_DATA_STREAMS, OPTIVO_FAULT_RESULT, -1010);
+    AddLastingFault(OPTIVO_DEVICE_GET_NUM_DATA_STREAMS, OPTIVO_FAULT_RESULT, -1010);
     EXPECT_EQ(NumStreams(), 1U);
     OptivoSim_ClearFaults();
     EXPECT_EQ(NumStreams(), 4U);
@@ -75,13 +75,13 @@ TEST_F(DeviceModuleTest, KeepsTheNumberOfStreamsThatWasReportedLast) {
     ASSERT_EQ(OptivoSim_SetNumStreams(camera.c_str(), 4), 1);
     EXPECT_EQ(NumStreams(), 4U);
     ASSERT_EQ(OptivoSim_SetNumStreams(camera.c_str(), 2), 1);
-    AddFault(OPTIVO_DEVICE_GET_NUM_DATA_STREAMS, OPTIVO_FAULT_RESULT, -1001, 1);
+    AddLastingFault(OPTIVO_DEVICE_GET_NUM_DATA_STREAMS, OPTIVO_FAULT_RESULT, -1001, 1);
     EXPECT_EQ(NumStreams(), 4U);
-    AddFault(OPTIVO_DEVICE_GET_NUM_DATA_STREAMS, OPTIVO_FAULT_GENERIC_EXCEPTION, 0, 1);
+    AddLastingFault(OPTIVO_DEVICE_GET_NUM_DATA_STREAMS, OPTIVO_FAULT_GENERIC_EXCEPTION, 0, 1);
     uint32_t count = 77;
     EXPECT_FAILS(-1001, UNSPECIFIED, gentl.DevGetNumDataStreams(device, &count));
     EXPECT_EQ(count, 77U);
-    AddFault(OPTIVO_DEVICE_GET_NUM_DATA_STREAMS, OPTIVO_FAULT_RESULT, -1001, 1);
+    AddLastingFault(OPTIVO_DEVICE_GET_NUM_DATA_STREAMS, OPTIVO_FAULT_RESULT, -1001, 1);
     EXPECT_EQ(NumStreams(), 4U);
     EXPECT_EQ(NumStreams(), 2U);
 }
@@ -91,7 +91,7 @@ TEST_F(DeviceModuleTest, TakesTheNumberOfStreamsWhateverTheResult) {
     for (const int32_t result : {-1001, -1015, -10003, 7}) {
         SCOPED_TRACE(result);
         ASSERT_EQ(OptivoSim_SetNumStreams(camera.c_str(), ++count), 1);
-        AddFault(OPTIVO_DEVICE_GET_NUM_DATA_STREAMS, OPTIVO_FAULT_RESULT_AFTER, result, 1);
+        AddLastingFault(OPTIVO_DEVICE_GET_NUM_DATA_STREAMS, OPTIVO_FAULT_RESULT_AFTER, result, 1);
         EXPECT_EQ(NumStreams(), count);
     }
 }
@@ -232,11 +232,11 @@ class NullCameraTest : public InterfaceTest {
 protected:
     void SetUp() override {
         ASSERT_NO_FATAL_FAILURE(InterfaceTest::SetUp());
-        AddFault(OPTIVO_INTERFACE_OPEN_DEVICE, OPTIVO_FAULT_NULL_OBJECT, 0, 1);
+        AddLastingFault(OPTIVO_INTERFACE_OPEN_DEVICE, OPTIVO_FAULT_NULL_OBJECT, 0, 1);
         OpenDevice();
     }
 
-    const AliveCount NumDevicesAlive{OPTIVO_OBJECT_DEVICE};
+    const KindCount NumDevicesAlive{OPTIVO_OBJECT_DEVICE};
 };
 
 TEST_F(NullCameraTest, OpensAndCloses) {

@@ -4,10 +4,7 @@
 
 namespace {
 
-constexpr char BAYER[] = "Norvel-G1300C-10002";
-constexpr char MONO[] = "Norvel-G640M-10001";
-
-// A device may be named in several ways. The list holds BAYER and, behind it, MONO.
+// A device may be named in several ways. The list holds RIGHT and, behind it, LEFT.
 class DeviceNameTest : public InterfaceTest {
 protected:
     void AddCamera(const char* name, const char* serialNumber) {
@@ -51,14 +48,14 @@ protected:
 };
 
 TEST_F(DeviceNameTest, IsTheId) {
-    ExpectNames(BAYER, BAYER);
-    ExpectNames(MONO, MONO);
+    ExpectNames(RIGHT, RIGHT);
+    ExpectNames(LEFT, LEFT);
 }
 
 TEST_F(DeviceNameTest, IsTheIdInAnyCase) {
-    ExpectNames("norvel-g640m-10001", MONO);
-    ExpectNames("NORVEL-G640M-10001", MONO);
-    ExpectNames("nORVEL-g1300c-10002", BAYER);
+    ExpectNames("norvel-g640m-10001", LEFT);
+    ExpectNames("NORVEL-G640M-10001", LEFT);
+    ExpectNames("nORVEL-g1300c-10002", RIGHT);
 }
 
 TEST_F(DeviceNameTest, IsNotPartOfTheId) {
@@ -72,22 +69,22 @@ TEST_F(DeviceNameTest, IsNotPartOfTheId) {
 TEST_F(DeviceNameTest, MayFollowAPrefix) {
     for (const char* prefix :
          {"GEV::", "gev::", "anything at all::", "a:b::", "SN->10002::", "::"}) {
-        ExpectNames(std::string(prefix) + MONO, MONO);
+        ExpectNames(std::string(prefix) + LEFT, LEFT);
     }
 }
 
 TEST_F(DeviceNameTest, MayHaveASuffixBehindAPrefix) {
     for (const char* suffix : {"::", "::x", "::x::y", "::::", "::Norvel-G1300C-10002"}) {
-        ExpectNames(std::string("GEV::") + MONO + suffix, MONO);
+        ExpectNames(std::string("GEV::") + LEFT + suffix, LEFT);
     }
-    ExpectNames("GEV::norvel-g640m-10001::x", MONO);
+    ExpectNames("GEV::norvel-g640m-10001::x", LEFT);
 }
 
 TEST_F(DeviceNameTest, IsWhatFollowsTheFirstSeparator) {
-    ExpectNamesNone(std::string(MONO) + "::x");
-    ExpectNames(std::string(MONO) + "::" + BAYER, BAYER);
-    ExpectNamesNone(std::string("GEV:::") + MONO);
-    ExpectNamesNone(std::string("GEV::") + MONO + ":");
+    ExpectNamesNone(std::string(LEFT) + "::x");
+    ExpectNames(std::string(LEFT) + "::" + RIGHT, RIGHT);
+    ExpectNamesNone(std::string("GEV:::") + LEFT);
+    ExpectNamesNone(std::string("GEV::") + LEFT + ":");
 }
 
 TEST_F(DeviceNameTest, WithASeparatorInItNamesNothing) {
@@ -112,7 +109,7 @@ TEST_F(DeviceNameTest, SingleColonIsAKey) {
 }
 
 TEST_F(DeviceNameTest, WithoutAKeyIsNotExaminedWhileNothingIsListed) {
-    for (const char* name : {BAYER, MONO}) {
+    for (const char* name : {RIGHT, LEFT}) {
         ASSERT_EQ(OptivoSim_RemoveCamera(name), 1);
     }
     Update();
@@ -122,10 +119,10 @@ TEST_F(DeviceNameTest, WithoutAKeyIsNotExaminedWhileNothingIsListed) {
 }
 
 TEST_F(DeviceNameTest, IsTheSerialNumber) {
-    ExpectNames("SN->10001", MONO);
-    ExpectNames("SN->10002", BAYER);
-    ExpectNames("::SN->10001", MONO);
-    ExpectNames("GEV::SN->10001::x", MONO);
+    ExpectNames("SN->10001", LEFT);
+    ExpectNames("SN->10002", RIGHT);
+    ExpectNames("::SN->10001", LEFT);
+    ExpectNames("GEV::SN->10001::x", LEFT);
 }
 
 TEST_F(DeviceNameTest, IsTheWholeSerialNumber) {
@@ -154,17 +151,17 @@ TEST_F(DeviceNameTest, PrefixesInOtherCaseBelongToAnId) {
     Update();
     ExpectNames("sn->10001", "Sn->10001");
     ExpectNames("sN->10001", "Sn->10001");
-    ExpectNames("SN->10001", MONO);
+    ExpectNames("SN->10001", LEFT);
     ExpectNames("username->", "UserName->");
     ExpectNamesNone("sn->10002");
 }
 
 TEST_F(DeviceNameTest, UserNameNamesTheFirstDeviceWhenItIsEmpty) {
-    ExpectNames("USERNAME->", BAYER);
-    ExpectNames("GEV::USERNAME->::x", BAYER);
-    ASSERT_EQ(OptivoSim_RemoveCamera(BAYER), 1);
+    ExpectNames("USERNAME->", RIGHT);
+    ExpectNames("GEV::USERNAME->::x", RIGHT);
+    ASSERT_EQ(OptivoSim_RemoveCamera(RIGHT), 1);
     Update();
-    ExpectNames("USERNAME->", MONO);
+    ExpectNames("USERNAME->", LEFT);
 }
 
 TEST_F(DeviceNameTest, UserNameNamesNothingElse) {
@@ -176,11 +173,11 @@ TEST_F(DeviceNameTest, UserNameNamesNothingElse) {
 }
 
 TEST_F(DeviceNameTest, OpenDeviceIsExaminedFirst) {
-    ASSERT_OK(gentl.IFOpenDevice(iface, MONO, 4, &device));
-    EXPECT_EQ(IdOf("USERNAME->"), TextInfo(MONO));
+    ASSERT_OK(gentl.IFOpenDevice(iface, LEFT, 4, &device));
+    EXPECT_EQ(IdOf("USERNAME->"), TextInfo(LEFT));
     DEV_HANDLE none = this;
     for (const char* name :
-         {MONO, "norvel-g640m-10001", "GEV::Norvel-G640M-10001::x", "SN->10001", "USERNAME->"}) {
+         {LEFT, "norvel-g640m-10001", "GEV::Norvel-G640M-10001::x", "SN->10001", "USERNAME->"}) {
         EXPECT_FAILS(-1004, "Device already open", gentl.IFOpenDevice(iface, name, 4, &none));
     }
     EXPECT_FAILS(-1001, UNSPECIFIED, gentl.IFOpenDevice(iface, "GEV::", 4, &none));
@@ -208,7 +205,7 @@ TEST_F(DeviceNameTest, MayHoldPlaceholdersAndBeVeryLong) {
     const std::string veryLong(10000, 'x');
     ExpectNamesNone(veryLong);
     ExpectNamesNone("SN->" + veryLong);
-    ExpectNames(veryLong + "::" + MONO + "::" + veryLong, MONO);
+    ExpectNames(veryLong + "::" + LEFT + "::" + veryLong, LEFT);
 }
 
 // A device that is open tells less than one that is only listed.
@@ -245,15 +242,15 @@ protected:
 TEST_F(DeviceDescriptionTest, OfAListedDeviceIsWhole) {
     for (const Row& row : ROWS) {
         SCOPED_TRACE(row.command);
-        EXPECT_EQ(Ask(About(MONO, row.command)), TextInfo(row.listed));
+        EXPECT_EQ(Ask(About(LEFT, row.command)), TextInfo(row.listed));
     }
 }
 
 TEST_F(DeviceDescriptionTest, OfAnOpenDeviceLacksFiveTexts) {
-    ASSERT_OK(gentl.IFOpenDevice(iface, MONO, 4, &device));
+    ASSERT_OK(gentl.IFOpenDevice(iface, LEFT, 4, &device));
     for (const Row& row : ROWS) {
         SCOPED_TRACE(row.command);
-        EXPECT_EQ(Ask(About(MONO, row.command)), TextInfo(row.open));
+        EXPECT_EQ(Ask(About(LEFT, row.command)), TextInfo(row.open));
         if (row.command < 1000) {
             EXPECT_EQ(
                 Ask([&](auto... out) { return gentl.DevGetInfo(device, row.command, out...); }),
@@ -263,27 +260,27 @@ TEST_F(DeviceDescriptionTest, OfAnOpenDeviceLacksFiveTexts) {
 }
 
 TEST_F(DeviceDescriptionTest, OfAnOpenDeviceStaysShortAfterAnUpdate) {
-    ASSERT_OK(gentl.IFOpenDevice(iface, MONO, 4, &device));
+    ASSERT_OK(gentl.IFOpenDevice(iface, LEFT, 4, &device));
     Update();
     EXPECT_EQ(Ask(About("SN->10001", 8)), TextInfo(""));
-    EXPECT_EQ(Ask(About(BAYER, 8)), TextInfo("1.4.2"));
+    EXPECT_EQ(Ask(About(RIGHT, 8)), TextInfo("1.4.2"));
 }
 
 TEST_F(DeviceDescriptionTest, OfAClosedDeviceIsWholeAgain) {
-    ASSERT_OK(gentl.IFOpenDevice(iface, MONO, 4, &device));
+    ASSERT_OK(gentl.IFOpenDevice(iface, LEFT, 4, &device));
     CloseDevice();
     for (const Row& row : ROWS) {
         SCOPED_TRACE(row.command);
-        EXPECT_EQ(Ask(About(MONO, row.command)), TextInfo(row.listed));
+        EXPECT_EQ(Ask(About(LEFT, row.command)), TextInfo(row.listed));
     }
 }
 
 TEST_F(DeviceDescriptionTest, DisplayNameKeepsItsBlank) {
-    ASSERT_EQ(OptivoSim_SetCameraText(MONO, 4, "M1"), 1);
-    ASSERT_EQ(OptivoSim_SetCameraText(MONO, 7, "S9"), 1);
+    ASSERT_EQ(OptivoSim_SetCameraText(LEFT, 4, "M1"), 1);
+    ASSERT_EQ(OptivoSim_SetCameraText(LEFT, 7, "S9"), 1);
     Update();
-    EXPECT_EQ(Ask(About(MONO, 4)), TextInfo("M1 (S9 )"));
-    ASSERT_OK(gentl.IFOpenDevice(iface, MONO, 4, &device));
+    EXPECT_EQ(Ask(About(LEFT, 4)), TextInfo("M1 (S9 )"));
+    ASSERT_OK(gentl.IFOpenDevice(iface, LEFT, 4, &device));
     EXPECT_EQ(Ask([&](auto... out) { return gentl.DevGetInfo(device, 4, out...); }),
               TextInfo("M1 (S9 )"));
 }

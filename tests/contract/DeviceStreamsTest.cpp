@@ -16,7 +16,7 @@ protected:
         return Ask([&](auto... out) { return gentl.DSGetInfo(handle, 0, out...); }).Text();
     }
 
-    const AliveCount NumStreamsAlive{OPTIVO_OBJECT_STREAM};
+    const KindCount NumStreamsAlive{OPTIVO_OBJECT_STREAM};
     static uint64_t NumOpenings() { return OptivoSim_NumCalls(OPTIVO_DEVICE_OPEN_DATA_STREAM); }
 };
 
@@ -93,9 +93,9 @@ TEST_F(StreamListTest, FailedOpeningLeavesNoStream) {
     DS_HANDLE none = this;
     for (const int32_t result : {-1, -1001, -1014, -10003, INT32_MIN}) {
         SCOPED_TRACE(result);
-        AddFault(OPTIVO_DEVICE_OPEN_DATA_STREAM, OPTIVO_FAULT_RESULT, result, 1);
+        AddLastingFault(OPTIVO_DEVICE_OPEN_DATA_STREAM, OPTIVO_FAULT_RESULT, result, 1);
         EXPECT_FAILS(-1001, "Unable to open Stream", gentl.DevOpenDataStream(device, "DS0", &none));
-        AddFault(OPTIVO_DEVICE_OPEN_DATA_STREAM, OPTIVO_FAULT_RESULT_AFTER, result, 1);
+        AddLastingFault(OPTIVO_DEVICE_OPEN_DATA_STREAM, OPTIVO_FAULT_RESULT_AFTER, result, 1);
         EXPECT_FAILS(-1001, "Unable to open Stream", gentl.DevOpenDataStream(device, "DS0", &none));
         EXPECT_EQ(NumStreamsAlive(), 0U);
     }
@@ -105,12 +105,12 @@ TEST_F(StreamListTest, FailedOpeningLeavesNoStream) {
 }
 
 TEST_F(StreamListTest, PositiveResultOpens) {
-    AddFault(OPTIVO_DEVICE_OPEN_DATA_STREAM, OPTIVO_FAULT_RESULT_AFTER, 5, 1);
+    AddLastingFault(OPTIVO_DEVICE_OPEN_DATA_STREAM, OPTIVO_FAULT_RESULT_AFTER, 5, 1);
     EXPECT_EQ(StreamId(Open("DS0")), "DS0");
 }
 
 TEST_F(StreamListTest, NullStreamOfTheLibraryIsAFailure) {
-    AddFault(OPTIVO_DEVICE_OPEN_DATA_STREAM, OPTIVO_FAULT_NULL_OBJECT, 0, 1);
+    AddLastingFault(OPTIVO_DEVICE_OPEN_DATA_STREAM, OPTIVO_FAULT_NULL_OBJECT, 0, 1);
     DS_HANDLE none = this;
     EXPECT_FAILS_WITH_TEXT(-1001, gentl.DevOpenDataStream(device, "DS0", &none));
     EXPECT_EQ(none, this);
@@ -127,7 +127,7 @@ TEST_F(StreamListTest, MissingArgumentsOpenNothing) {
 
 class DeviceCloseTest : public StreamListTest {
 protected:
-    const AliveCount NumDevicesAlive{OPTIVO_OBJECT_DEVICE};
+    const KindCount NumDevicesAlive{OPTIVO_OBJECT_DEVICE};
 
     int32_t AccessStatus() {
         const Info info = Ask(
@@ -169,7 +169,7 @@ TEST_F(DeviceCloseTest, ClosesItsStreams) {
 TEST_F(DeviceCloseTest, ClosesItsStreamsBeforeTheCamera) {
     Open("DS0");
     const uint64_t before = OptivoSim_NumCalls(OPTIVO_DEVICE_CLOSE);
-    AddFault(OPTIVO_STREAM_CLOSE, OPTIVO_FAULT_HANG, 0, 1);
+    AddLastingFault(OPTIVO_STREAM_CLOSE, OPTIVO_FAULT_HANG, 0, 1);
     std::thread closing([this] { CloseDevice(); });
     EXPECT_TRUE(Eventually([] { return OptivoSim_NumCalls(OPTIVO_STREAM_CLOSE) == 1; }));
     EXPECT_EQ(OptivoSim_NumCalls(OPTIVO_DEVICE_CLOSE), before);
@@ -191,7 +191,7 @@ TEST_F(DeviceCloseTest, TakesTheDeviceWhateverTheCameraAnswers) {
     for (const OptivoFaultKind kind :
          {OPTIVO_FAULT_RESULT, OPTIVO_FAULT_GENERIC_EXCEPTION, OPTIVO_FAULT_FOREIGN_EXCEPTION}) {
         SCOPED_TRACE(kind);
-        AddFault(OPTIVO_DEVICE_CLOSE, kind, -1001, 1);
+        AddLastingFault(OPTIVO_DEVICE_CLOSE, kind, -1001, 1);
         LeavesAlive(OPTIVO_OBJECT_DEVICE, 1);
         if (kind == OPTIVO_FAULT_RESULT) {
             EXPECT_FAILS_UNRECORDED(0, gentl.DevClose(device));
@@ -216,7 +216,7 @@ TEST_F(DeviceCloseTest, SucceedsWhenItsStreamCannotBeClosed) {
          {OPTIVO_FAULT_RESULT, OPTIVO_FAULT_GENERIC_EXCEPTION, OPTIVO_FAULT_FOREIGN_EXCEPTION}) {
         SCOPED_TRACE(kind);
         Open("DS0");
-        AddFault(OPTIVO_STREAM_CLOSE, kind, -1001, 1);
+        AddLastingFault(OPTIVO_STREAM_CLOSE, kind, -1001, 1);
         LeavesAlive(OPTIVO_OBJECT_STREAM, 1);
         EXPECT_FAILS_UNRECORDED(0, gentl.DevClose(device));
         device = remote = nullptr;
@@ -256,8 +256,8 @@ TEST_F(DeviceCloseTest, MayComeAfterItsInterfaceAndSystem) {
 
 class BusyDeviceCloseTest : public StreamTest {
 protected:
-    const AliveCount NumStreamsAlive{OPTIVO_OBJECT_STREAM};
-    const AliveCount NumDevicesAlive{OPTIVO_OBJECT_DEVICE};
+    const KindCount NumStreamsAlive{OPTIVO_OBJECT_STREAM};
+    const KindCount NumDevicesAlive{OPTIVO_OBJECT_DEVICE};
 };
 
 TEST_F(BusyDeviceCloseTest, EndsTheAcquisitionOfItsStream) {

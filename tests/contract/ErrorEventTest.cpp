@@ -137,10 +137,10 @@ TEST_F(ErrorEventTest, FlushAndKillDoNoHarm) {
 
 TEST_F(ErrorEventTest, FailuresOfTheCameraAreNotReported) {
     ASSERT_NO_FATAL_FAILURE(StartWith(1));
-    AddFault(OPTIVO_STREAM_GRAB_IMAGE, OPTIVO_FAULT_RESULT, -1010, 1);
+    AddLastingFault(OPTIVO_STREAM_GRAB_IMAGE, OPTIVO_FAULT_RESULT, -1010, 1);
     Produce(1);
     ASSERT_TRUE(Eventually([this] { return !IsGrabbing(); }));
-    AddFault(OPTIVO_DEVICE_READ_PORT, OPTIVO_FAULT_RESULT, -1010, 1);
+    AddLastingFault(OPTIVO_DEVICE_READ_PORT, OPTIVO_FAULT_RESULT, -1010, 1);
     uint32_t value = 0;
     size_t size = sizeof value;
     EXPECT_FAILS(-1010, "Read register 0x400 is failed.",

@@ -6,9 +6,6 @@
 
 namespace {
 
-constexpr char MONO[] = "Norvel-G640M-10001";
-constexpr char BAYER[] = "Norvel-G1300C-10002";
-
 void AddWhere(const Steering::Fault& fault, const OptivoFaultCondition& condition) {
     const OptivoFault added = {fault.operation, fault.kind, fault.result,
                                fault.selector,  fault.skip, fault.count};
@@ -39,16 +36,16 @@ protected:
 };
 
 TEST_F(FaultConditionTest, ACameraAloneDoesNotOpen) {
-    AddWhere({.operation = OPTIVO_INTERFACE_OPEN_DEVICE, .result = -1005}, {BAYER, 0, 0});
-    EXPECT_EQ(OpenAndClose(MONO), 0);
-    EXPECT_FAILS(-1001, "already opened device.(Norvel-G1300C-10002).", OpenAndClose(BAYER));
-    EXPECT_EQ(OpenAndClose(MONO), 0);
+    AddWhere({.operation = OPTIVO_INTERFACE_OPEN_DEVICE, .result = -1005}, {RIGHT, 0, 0});
+    EXPECT_EQ(OpenAndClose(LEFT), 0);
+    EXPECT_FAILS(-1001, "already opened device.(Norvel-G1300C-10002).", OpenAndClose(RIGHT));
+    EXPECT_EQ(OpenAndClose(LEFT), 0);
 }
 
 TEST_F(FaultConditionTest, NoCameraOfAnInterfaceOpens) {
     AddWhere({.operation = OPTIVO_INTERFACE_OPEN_DEVICE, .result = -1001}, {"eth0", 0, 0});
-    EXPECT_NE(OpenAndClose(MONO), 0);
-    EXPECT_NE(OpenAndClose(BAYER), 0);
+    EXPECT_NE(OpenAndClose(LEFT), 0);
+    EXPECT_NE(OpenAndClose(RIGHT), 0);
     CloseInterface();
     ASSERT_NO_FATAL_FAILURE(OpenInterface(interfaceId == InterfaceId(0) ? 1 : 0));
     EXPECT_EQ(OpenAndClose("Norvel-U320C-20001"), 0);
@@ -63,26 +60,26 @@ TEST_F(FaultConditionTest, AnInterfaceAloneDoesNotOpen) {
 }
 
 TEST_F(FaultConditionTest, OneCamerasPortFails) {
-    AddWhere({.operation = OPTIVO_DEVICE_READ_PORT, .result = -1010}, {BAYER, 0, 0});
-    for (const char* const name : {MONO, BAYER}) {
+    AddWhere({.operation = OPTIVO_DEVICE_READ_PORT, .result = -1010}, {RIGHT, 0, 0});
+    for (const char* const name : {LEFT, RIGHT}) {
         ASSERT_OK(gentl.IFOpenDevice(iface, name, 4, &device));
         ASSERT_OK(gentl.DevGetPort(device, &remote));
         uint32_t width = 0;
         size_t size = sizeof width;
-        EXPECT_EQ(gentl.GCReadPort(remote, 0x400, &width, &size) != 0, name == BAYER) << name;
+        EXPECT_EQ(gentl.GCReadPort(remote, 0x400, &width, &size) != 0, name == RIGHT) << name;
         CloseDevice();
     }
 }
 
 TEST_F(FaultConditionTest, OneCamerasStreamFails) {
-    AddWhere({.operation = OPTIVO_STREAM_START_ACQUISITION, .result = -1001}, {MONO, 0, 0});
-    for (const char* const name : {MONO, BAYER}) {
+    AddWhere({.operation = OPTIVO_STREAM_START_ACQUISITION, .result = -1001}, {LEFT, 0, 0});
+    for (const char* const name : {LEFT, RIGHT}) {
         ASSERT_OK(gentl.IFOpenDevice(iface, name, 4, &device));
         ASSERT_NO_FATAL_FAILURE(OpenStream());
         BUFFER_HANDLE buffer = nullptr;
         ASSERT_OK(gentl.DSAllocAndAnnounceBuffer(stream, 1280 * 1024, nullptr, &buffer));
         ASSERT_OK(gentl.DSQueueBuffer(stream, buffer));
-        EXPECT_EQ(gentl.DSStartAcquisition(stream, 0, GENTL_INFINITE) != 0, name == MONO) << name;
+        EXPECT_EQ(gentl.DSStartAcquisition(stream, 0, GENTL_INFINITE) != 0, name == LEFT) << name;
         EXPECT_OK(gentl.DSStopAcquisition(stream, 0));
         EXPECT_OK(gentl.DSFlushQueue(stream, 4));
         CloseStream();
@@ -91,31 +88,31 @@ TEST_F(FaultConditionTest, OneCamerasStreamFails) {
 }
 
 TEST_F(FaultConditionTest, OneCameraIsDescribedWithoutItsTexts) {
-    AddWhere({OPTIVO_DEVICE_GET_INFO, OPTIVO_FAULT_EMPTY_TEXT}, {BAYER, 0, 0});
+    AddWhere({OPTIVO_DEVICE_GET_INFO, OPTIVO_FAULT_EMPTY_TEXT}, {RIGHT, 0, 0});
     ASSERT_OK(gentl.IFUpdateDeviceList(iface, nullptr, LONG_WAIT));
     const auto vendor = [&](const char* id) {
         return Ask([&](auto... out) { return gentl.IFGetDeviceInfo(iface, id, 1, out...); });
     };
-    EXPECT_EQ(vendor(MONO), TextInfo("Norvel"));
-    EXPECT_EQ(vendor(BAYER), TextInfo(""));
+    EXPECT_EQ(vendor(LEFT), TextInfo("Norvel"));
+    EXPECT_EQ(vendor(RIGHT), TextInfo(""));
 }
 
 TEST_F(FaultConditionTest, CallsOfOthersAreNotCounted) {
     AddWhere({.operation = OPTIVO_INTERFACE_OPEN_DEVICE, .result = -1001, .skip = 1, .count = 1},
-             {BAYER, 0, 0});
-    EXPECT_EQ(OpenAndClose(MONO), 0);
-    EXPECT_EQ(OpenAndClose(MONO), 0);
-    EXPECT_EQ(OpenAndClose(BAYER), 0);
-    EXPECT_NE(OpenAndClose(BAYER), 0);
-    EXPECT_EQ(OpenAndClose(BAYER), 0);
+             {RIGHT, 0, 0});
+    EXPECT_EQ(OpenAndClose(LEFT), 0);
+    EXPECT_EQ(OpenAndClose(LEFT), 0);
+    EXPECT_EQ(OpenAndClose(RIGHT), 0);
+    EXPECT_NE(OpenAndClose(RIGHT), 0);
+    EXPECT_EQ(OpenAndClose(RIGHT), 0);
 }
 
 TEST_F(FaultConditionTest, NoNameIsAnyObject) {
     const std::array<const char*, 2> none = {nullptr, ""};
     for (const char* const name : none) {
         AddWhere({.operation = OPTIVO_INTERFACE_OPEN_DEVICE, .result = -1001}, {name, 0, 0});
-        EXPECT_NE(OpenAndClose(MONO), 0);
-        EXPECT_NE(OpenAndClose(BAYER), 0);
+        EXPECT_NE(OpenAndClose(LEFT), 0);
+        EXPECT_NE(OpenAndClose(RIGHT), 0);
         OptivoSim_ClearFaults();
     }
 }

@@ -4,8 +4,6 @@
 
 namespace {
 
-constexpr char MONO[] = "Norvel-G640M-10001";
-
 // As many bytes as the library writes into a buffer of that size, without the zero behind them.
 std::string NoText(size_t capacity) {
     std::string bytes;
@@ -53,8 +51,8 @@ TEST_F(FaultTextTest, EmptyTextsOfADevice) {
         SCOPED_TRACE(key);
         Spoil(OPTIVO_DEVICE_GET_INFO, OPTIVO_FAULT_EMPTY_TEXT, key);
         Open("GEV::net0");
-        ASSERT_EQ(UpdatedDevices(), Names{MONO});
-        EXPECT_EQ(DeviceInfo(MONO, command), TextInfo(""));
+        ASSERT_EQ(UpdatedDevices(), Names{LEFT});
+        EXPECT_EQ(DeviceInfo(LEFT, command), TextInfo(""));
         CloseInterface();
         OptivoSim_ClearFaults();
     }
@@ -62,7 +60,7 @@ TEST_F(FaultTextTest, EmptyTextsOfADevice) {
 
 TEST_F(FaultTextTest, EmptyUrlOfADevice) {
     Open("GEV::net0");
-    ASSERT_EQ(UpdatedDevices(), Names{MONO});
+    ASSERT_EQ(UpdatedDevices(), Names{LEFT});
     ASSERT_NO_FATAL_FAILURE(OpenDevice());
     Spoil(OPTIVO_DEVICE_GET_INFO, OPTIVO_FAULT_EMPTY_TEXT, 8);
     EXPECT_EQ(Ask([&](auto... out) { return gentl.GCGetPortURLInfo(remote, 0, 0, out...); }),
@@ -89,8 +87,8 @@ TEST_F(FaultTextTest, TextsOfADeviceThatAreNone) {
         SCOPED_TRACE(key);
         Spoil(OPTIVO_DEVICE_GET_INFO, OPTIVO_FAULT_NOT_TEXT, key);
         Open("GEV::net0");
-        ASSERT_EQ(UpdatedDevices(), Names{MONO});
-        EXPECT_EQ(DeviceInfo(MONO, command), TextInfo(NoText(512)));
+        ASSERT_EQ(UpdatedDevices(), Names{LEFT});
+        EXPECT_EQ(DeviceInfo(LEFT, command), TextInfo(NoText(512)));
         CloseInterface();
         OptivoSim_ClearFaults();
     }
@@ -98,7 +96,7 @@ TEST_F(FaultTextTest, TextsOfADeviceThatAreNone) {
 
 TEST_F(FaultTextTest, UrlOfADeviceThatIsNoText) {
     Open("GEV::net0");
-    ASSERT_EQ(UpdatedDevices(), Names{MONO});
+    ASSERT_EQ(UpdatedDevices(), Names{LEFT});
     ASSERT_NO_FATAL_FAILURE(OpenDevice());
     Spoil(OPTIVO_DEVICE_GET_INFO, OPTIVO_FAULT_NOT_TEXT, 8);
     EXPECT_EQ(Ask([&](auto... out) { return gentl.GCGetPortURLInfo(remote, 0, 0, out...); }),

@@ -16,6 +16,10 @@
 #include <thread>
 #include <vector>
 
+// The cameras of the first interface: a monochrome and a colour one.
+inline constexpr char LEFT[] = "Norvel-G640M-10001";
+inline constexpr char RIGHT[] = "Norvel-G1300C-10002";
+
 // The library is initialised and the camera library's world is new. Handles that are open at the
 // end are closed; every object of the camera library must then be closed exactly once.
 class LibraryTest : public testing::Test {

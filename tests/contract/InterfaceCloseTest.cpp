@@ -4,10 +4,6 @@
 
 namespace {
 
-constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
-constexpr char LEFT[] = "Norvel-G640M-10001";
-constexpr char RIGHT[] = "Norvel-G1300C-10002";
-
 class InterfaceCloseTest : public InterfaceTest {
 protected:
     void OpenLeft() {

@@ -4,8 +4,6 @@
 
 namespace {
 
-constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
-
 class InterfaceInfoTest : public SystemTest {
 protected:
     void SetUp() override {

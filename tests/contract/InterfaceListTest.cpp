@@ -7,7 +7,6 @@ namespace {
 using Steering::LastText;
 using Ids = std::vector<std::string>;
 
-constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
 constexpr bool8_t UNTOUCHED = 77;
 
 class InterfaceListTest : public SystemTest {

@@ -6,7 +6,6 @@
 
 namespace {
 
-constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
 constexpr uint64_t ID_REGISTER = 0x100;
 constexpr uint64_t COUNT_REGISTER = 0x200;
 constexpr uint64_t TIMEOUT_REGISTER = 0x204;

@@ -6,10 +6,7 @@ namespace {
 
 using Steering::LastText;
 
-constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
 constexpr char ALREADY_OPEN[] = "Device already open";
-constexpr char LEFT[] = "Norvel-G640M-10001";
-constexpr char RIGHT[] = "Norvel-G1300C-10002";
 
 class OpenDeviceTest : public InterfaceTest {
 protected:

@@ -6,8 +6,6 @@ namespace {
 
 using Steering::LastText;
 
-constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
-
 class OpenInterfaceTest : public SystemTest {
 protected:
     void SetUp() override {

@@ -2,8 +2,6 @@
 
 namespace {
 
-constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
-
 TEST_F(PortTest, WithoutRegistersReadsAndWritesNothing) {
     for (PORT_HANDLE port : {device, stream, Buffer()}) {
         for (const uint64_t address : {uint64_t{0}, uint64_t{3}, UINT64_MAX}) {

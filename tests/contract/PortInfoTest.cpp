@@ -2,7 +2,6 @@
 
 namespace {
 
-constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
 // The version text of the module's own ports ends with a zero that counts as a character.
 constexpr std::string_view VERSION{"4.0.1.0\0", 8};
 // Likewise the ID of a stream's port.

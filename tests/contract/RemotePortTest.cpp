@@ -29,8 +29,8 @@ protected:
     void ExpectResultFails(int32_t result, uint64_t address, int32_t code,
                            const std::string& text) {
         SCOPED_TRACE(result);
-        AddFault(OPTIVO_DEVICE_READ_PORT, OPTIVO_FAULT_RESULT, result, 1, address);
-        AddFault(OPTIVO_DEVICE_WRITE_PORT, OPTIVO_FAULT_RESULT, result, 1, address);
+        AddLastingFault(OPTIVO_DEVICE_READ_PORT, OPTIVO_FAULT_RESULT, result, 1, address);
+        AddLastingFault(OPTIVO_DEVICE_WRITE_PORT, OPTIVO_FAULT_RESULT, result, 1, address);
         ExpectAccessFails(address, code, text);
     }
 
@@ -170,7 +170,7 @@ TEST_F(RemotePortTest, WorksAfterAFailure) {
 }
 
 TEST_F(RemotePortTest, AFailureThatWroteIsAFailure) {
-    AddFault(OPTIVO_DEVICE_READ_PORT, OPTIVO_FAULT_RESULT_AFTER, -1011, 1);
+    AddLastingFault(OPTIVO_DEVICE_READ_PORT, OPTIVO_FAULT_RESULT_AFTER, -1011, 1);
     uint32_t width = 0;
     size_t size = sizeof width;
     EXPECT_FAILS(-1011, "Timeout", gentl.GCReadPort(remote, 0x400, &width, &size));
@@ -181,16 +181,16 @@ TEST_F(RemotePortTest, ExceptionsOfTheLibraryLoseTheirText) {
     for (const OptivoFaultKind kind :
          {OPTIVO_FAULT_GENERIC_EXCEPTION, OPTIVO_FAULT_FOREIGN_EXCEPTION}) {
         SCOPED_TRACE(kind);
-        AddFault(OPTIVO_DEVICE_READ_PORT, kind, 3, 1);
-        AddFault(OPTIVO_DEVICE_WRITE_PORT, kind, 3, 1);
+        AddLastingFault(OPTIVO_DEVICE_READ_PORT, kind, 3, 1);
+        AddLastingFault(OPTIVO_DEVICE_WRITE_PORT, kind, 3, 1);
         ExpectAccessFails(0x600, -1001, UNSPECIFIED);
-        AddFault(OPTIVO_DEVICE_GET_INFO, kind, 3, 2, 8);
+        AddLastingFault(OPTIVO_DEVICE_GET_INFO, kind, 3, 2, 8);
         char url[512] = "before";
         size_t size = sizeof url;
         EXPECT_FAILS(-1001, UNSPECIFIED, gentl.GCGetPortURL(remote, url, &size));
         EXPECT_FAILS(-1001, UNSPECIFIED, gentl.GCGetPortURLInfo(remote, 0, 0, nullptr, url, &size));
         EXPECT_STREQ(url, "before");
-        AddFault(OPTIVO_DEVICE_REGISTER_EVENT_CALLBACK, kind, 3, 2);
+        AddLastingFault(OPTIVO_DEVICE_REGISTER_EVENT_CALLBACK, kind, 3, 2);
         EVENT_HANDLE event = this;
         EXPECT_FAILS(-1001, UNSPECIFIED, gentl.GCRegisterEvent(remote, 4, &event));
         EXPECT_FAILS(-1001, UNSPECIFIED, gentl.GCUnregisterEvent(remote, 4));
@@ -244,7 +244,7 @@ TEST_F(RemotePortTest, UrlAndSizeComeFromTheLibrary) {
 TEST_F(RemotePortTest, EveryOtherResultMeansThatTheUrlHasNoRoom) {
     for (const int32_t result : {-1, -1001, -1002, -1014, -2000, 1, 7}) {
         SCOPED_TRACE(result);
-        AddFault(OPTIVO_DEVICE_GET_INFO, OPTIVO_FAULT_RESULT, result, 2, 8);
+        AddLastingFault(OPTIVO_DEVICE_GET_INFO, OPTIVO_FAULT_RESULT, result, 2, 8);
         INFO_DATATYPE type = 99;
         char url[512] = "before";
         size_t size = sizeof url;
@@ -275,7 +275,7 @@ TEST_F(RemotePortTest, UrlInfoHasRoomFor512Bytes) {
 }
 
 TEST_F(RemotePortTest, UrlInfoSurvivesALibraryThatDoesNotTerminateIt) {
-    AddFault(OPTIVO_DEVICE_GET_INFO, OPTIVO_FAULT_UNTERMINATED_TEXT, 0, OPTIVO_FOREVER, 8);
+    AddLastingFault(OPTIVO_DEVICE_GET_INFO, OPTIVO_FAULT_UNTERMINATED_TEXT, 0, OPTIVO_FOREVER, 8);
     const Info info = Ask(UrlInfo());
     EXPECT_EQ(info.code, 0);
     ASSERT_LE(info.size, 513U);
@@ -285,12 +285,12 @@ TEST_F(RemotePortTest, UrlInfoSurvivesALibraryThatDoesNotTerminateIt) {
 
 TEST_F(RemotePortTest, UrlInfoSurvivesALibraryThatExaggeratesItsSize) {
     const std::string url = Url();
-    AddFault(OPTIVO_DEVICE_GET_INFO, OPTIVO_FAULT_OVERLONG_SIZE, 0, OPTIVO_FOREVER, 8);
+    AddLastingFault(OPTIVO_DEVICE_GET_INFO, OPTIVO_FAULT_OVERLONG_SIZE, 0, OPTIVO_FOREVER, 8);
     EXPECT_EQ(Ask(UrlInfo()), TextInfo(url));
 }
 
 TEST_F(RemotePortTest, UrlVersionsNeedNoCamera) {
-    AddFault(OPTIVO_DEVICE_GET_INFO, OPTIVO_FAULT_RESULT, -1001);
+    AddLastingFault(OPTIVO_DEVICE_GET_INFO, OPTIVO_FAULT_RESULT, -1001);
     const int32_t versions[] = {1, 0, 1, 0, 2};
     for (URL_INFO_CMD command = 1; command <= 5; ++command) {
         SCOPED_TRACE(command);
@@ -314,7 +314,7 @@ TEST_F(RemotePortTest, RefusesOtherIndexesAndCommandsByNumber) {
 TEST_F(RemotePortTest, InfoNeedsNoCamera) {
     for (const OptivoOperation operation :
          {OPTIVO_DEVICE_GET_INFO, OPTIVO_DEVICE_READ_PORT, OPTIVO_DEVICE_WRITE_PORT}) {
-        AddFault(operation, OPTIVO_FAULT_GENERIC_EXCEPTION);
+        AddLastingFault(operation, OPTIVO_FAULT_GENERIC_EXCEPTION);
     }
     const char* texts[] = {"Norvel-G1300C-10002", "NORVEL", "NorvelTL", "Mixed", "Device"};
     for (PORT_INFO_CMD command = 0; command <= 4; ++command) {

@@ -2,7 +2,6 @@
 
 namespace {
 
-constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
 constexpr uint64_t CAMERA_LOST = 0x123456789;
 constexpr uint64_t CUSTOM_5 = 0x8123456789ABCDEF;
 constexpr uint64_t CUSTOM_6 = 0x7123456789ABCDEF;

@@ -2,7 +2,6 @@
 
 namespace {
 
-constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
 constexpr char URL[] = "Local:TLDataStreamRegs.xml;200;0";
 constexpr size_t URL_SIZE = 33;
 

@@ -4,8 +4,6 @@
 
 namespace {
 
-constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
-
 class SystemPortTest : public SystemTest {
 protected:
     std::string Read(uint64_t address, size_t length) {

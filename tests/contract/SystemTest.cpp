@@ -4,8 +4,6 @@
 
 namespace {
 
-constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
-
 class SystemOpenTest : public LibraryTest {
 protected:
     uint64_t NumOpen(OptivoObjectKind kind) const {

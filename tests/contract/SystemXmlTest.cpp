@@ -8,8 +8,6 @@
 
 namespace {
 
-constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
-
 // The text that the module was built from.
 std::string SourceText() {
     const auto root = std::filesystem::path(__FILE__).parent_path().parent_path().parent_path();

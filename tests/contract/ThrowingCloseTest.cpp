@@ -4,8 +4,6 @@
 
 namespace {
 
-constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
-
 class ThrowingCloseTest : public InterfaceTest,
                           public testing::WithParamInterface<OptivoFaultKind> {
 protected:

@@ -4,8 +4,6 @@
 
 namespace {
 
-constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
-
 class WaitTest : public MonoStreamTest {
 protected:
     GC_ERROR Get(void* area, size_t* size, uint64_t timeout = 0) {

@@ -7,17 +7,8 @@ using GenApi::ParseXml;
 
 namespace {
 
-std::string Refusal(const std::string& xml) {
+std::string DocumentRefusal(const std::string& xml) {
     return ErrorOf([&] { ParseXml(xml); });
-}
-
-std::string Repeated(const std::string& text, size_t count) {
-    std::string all;
-    all.reserve(text.size() * count);
-    while (count-- > 0) {
-        all += text;
-    }
-    return all;
 }
 
 TEST(DocumentTest, ElementsAttributesAndTexts) {
@@ -31,25 +22,26 @@ TEST(DocumentTest, ElementsAttributesAndTexts) {
 }
 
 TEST(DocumentTest, MalformedXmlIsToldWithItsLine) {
-    EXPECT_EQ(Refusal("<a>\n<b>\n</a"), "the camera's XML is malformed in line 3: expected >");
-    EXPECT_EQ(Refusal("<a>\n<b x=1/></a>"),
+    EXPECT_EQ(DocumentRefusal("<a>\n<b>\n</a"),
+              "the camera's XML is malformed in line 3: expected >");
+    EXPECT_EQ(DocumentRefusal("<a>\n<b x=1/></a>"),
               "the camera's XML is malformed in line 2: expected ' or \"");
-    EXPECT_EQ(Refusal("<a"), "the camera's XML is malformed in line 1: expected >");
-    EXPECT_EQ(Refusal("<a><!-- </a>"),
+    EXPECT_EQ(DocumentRefusal("<a"), "the camera's XML is malformed in line 1: expected >");
+    EXPECT_EQ(DocumentRefusal("<a><!-- </a>"),
               "the camera's XML is malformed in line 1: unexpected end of data");
-    EXPECT_EQ(Refusal("no XML"), "the camera's XML is malformed in line 1: expected <");
+    EXPECT_EQ(DocumentRefusal("no XML"), "the camera's XML is malformed in line 1: expected <");
 }
 
 TEST(DocumentTest, AHundredElementsWithinEachOther) {
-    EXPECT_EQ(Refusal(Repeated("<a>", 100) + Repeated("</a>", 100)), "nothing");
-    EXPECT_EQ(Refusal(Repeated("<a>", 101) + Repeated("</a>", 101)),
+    EXPECT_EQ(DocumentRefusal(Repeated("<a>", 100) + Repeated("</a>", 100)), "nothing");
+    EXPECT_EQ(DocumentRefusal(Repeated("<a>", 101) + Repeated("</a>", 101)),
               "the camera's XML is nested too deeply");
 }
 
 TEST(DocumentTest, WhatNestsNoneDoesNotCount) {
-    EXPECT_EQ(
-        Refusal("<a>" + Repeated("<b/><c></c><!--<d>--><?e <f>?><![CDATA[<g>]]>", 200) + "</a>"),
-        "nothing");
+    EXPECT_EQ(DocumentRefusal(
+                  "<a>" + Repeated("<b/><c></c><!--<d>--><?e <f>?><![CDATA[<g>]]>", 200) + "</a>"),
+              "nothing");
 }
 
 // Each would end the process if it were followed.
@@ -59,25 +51,25 @@ TEST(DocumentTest, NestingCannotHide) {
     for (const char* before :
          {"", "<!-- -->", "<!---->", "<![CDATA[<!--]]>", "<?x <!-- ?>", "<!DOCTYPE x>",
           "<x y='<!--'/>", "<x y=\"'\"/>", "<x/>", "</x>", "<x y='/>'>"}) {
-        EXPECT_EQ(Refusal("<r>" + (before + deep)), tooDeep) << before;
+        EXPECT_EQ(DocumentRefusal("<r>" + (before + deep)), tooDeep) << before;
     }
     for (const char* before :
          {"<!DOCTYPE x [ <!-- ]>", "<x\">", "<x'>", "<x y\"='1'>", "<x y=z>", "<=>", "<>", "<x<y>",
           "<x / >", "<x y='1'\"'>", "<x y>", "<x y =>"}) {
-        EXPECT_NE(
-            Refusal("<r>" + (before + deep)).find("the camera's XML is malformed in line 1: "),
-            std::string::npos)
+        EXPECT_NE(DocumentRefusal("<r>" + (before + deep))
+                      .find("the camera's XML is malformed in line 1: "),
+                  std::string::npos)
             << before;
     }
     for (const char* tag : {"<a\">", "<a '>", "<a b=\"'\">", "<a b='\">'>"}) {
-        EXPECT_NE(Refusal(Repeated(tag, 1'000'000)), "nothing") << tag;
+        EXPECT_NE(DocumentRefusal(Repeated(tag, 1'000'000)), "nothing") << tag;
     }
 }
 
 TEST(DocumentTest, HalfAMillionElementsAndAttributes) {
     const std::string half = "<a>" + Repeated("<b c='' d=''/>", 166'000);
-    EXPECT_EQ(Refusal(half + "</a>"), "nothing");
-    EXPECT_EQ(Refusal(half + Repeated("<b/>", 3'000) + "</a>"),
+    EXPECT_EQ(DocumentRefusal(half + "</a>"), "nothing");
+    EXPECT_EQ(DocumentRefusal(half + Repeated("<b/>", 3'000) + "</a>"),
               "the camera's XML has too many elements");
 }
 

@@ -12,6 +12,15 @@
 #include <string>
 #include <vector>
 
+inline std::string Repeated(const std::string& text, size_t count) {
+    std::string all;
+    all.reserve(text.size() * count);
+    while (count-- > 0) {
+        all += text;
+    }
+    return all;
+}
+
 // A port over so many bytes from address 0, which refuses everything beyond.
 class CMemory {
 public:

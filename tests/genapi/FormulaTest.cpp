@@ -31,16 +31,8 @@ double Real(const std::string& formula) {
     return GenApi::EvaluateFloat(formula, Known<double>, depth);
 }
 
-std::string Refusal(const std::string& formula) {
+std::string FormulaRefusal(const std::string& formula) {
     return ErrorOf([&] { Whole(formula); });
-}
-
-std::string Repeated(const std::string& text, size_t count) {
-    std::string all;
-    while (count-- > 0) {
-        all += text;
-    }
-    return all;
 }
 
 TEST(FormulaTest, Numbers) {
@@ -89,7 +81,7 @@ TEST(FormulaTest, TheConditional) {
     EXPECT_EQ(Whole("A = 7 ? 1 : 2"), 1);
     EXPECT_EQ(Whole("A = 6 ? 1 : A = 7 ? 2 : 3"), 2);
     EXPECT_EQ(Whole("(A > 9 ? 1 : 2) + 1"), 3);
-    EXPECT_EQ(Refusal("1 ? 2"), "the formula is not understood at \"\"");
+    EXPECT_EQ(FormulaRefusal("1 ? 2"), "the formula is not understood at \"\"");
 }
 
 TEST(FormulaTest, VariablesAndConstants) {
@@ -97,8 +89,8 @@ TEST(FormulaTest, VariablesAndConstants) {
     EXPECT_DOUBLE_EQ(Real("A / 2"), 3.5);
     EXPECT_NEAR(Real("PI"), 3.14159265358979, 1e-14);
     EXPECT_NEAR(Real("E"), 2.71828182845905, 1e-14);
-    EXPECT_EQ(Refusal("PI"), "there is no PI");
-    EXPECT_EQ(Refusal("C + 1"), "there is no C");
+    EXPECT_EQ(FormulaRefusal("PI"), "there is no PI");
+    EXPECT_EQ(FormulaRefusal("C + 1"), "there is no C");
 }
 
 TEST(FormulaTest, Functions) {
@@ -110,8 +102,10 @@ TEST(FormulaTest, Functions) {
     EXPECT_DOUBLE_EQ(Real("LN(EXP(2)) + LG(1000)"), 5.0);
     EXPECT_NEAR(Real("SIN(PI / 2) + COS(0) + TAN(0)"), 2.0, 1e-12);
     EXPECT_NEAR(Real("ASIN(1) + ACOS(1) + ATAN(0)"), std::acos(0.0), 1e-12);
-    EXPECT_EQ(Refusal("SINH(1)"), "the formula's function SINH is not known with 1 arguments");
-    EXPECT_EQ(Refusal("ABS(1, 2)"), "the formula's function ABS is not known with 2 arguments");
+    EXPECT_EQ(FormulaRefusal("SINH(1)"),
+              "the formula's function SINH is not known with 1 arguments");
+    EXPECT_EQ(FormulaRefusal("ABS(1, 2)"),
+              "the formula's function ABS is not known with 2 arguments");
 }
 
 TEST(FormulaTest, WholeNumbersWrapAround) {
@@ -124,35 +118,36 @@ TEST(FormulaTest, WholeNumbersWrapAround) {
 }
 
 TEST(FormulaTest, WhatHasNoValue) {
-    EXPECT_EQ(Refusal("1 / 0"), "the formula divides by zero");
-    EXPECT_EQ(Refusal("1 % 0"), "the formula divides by zero");
+    EXPECT_EQ(FormulaRefusal("1 / 0"), "the formula divides by zero");
+    EXPECT_EQ(FormulaRefusal("1 % 0"), "the formula divides by zero");
     EXPECT_EQ(ErrorOf([] { Real("1 / 0"); }), "the formula divides by zero");
-    EXPECT_EQ(Refusal("SQRT(-1)"), "the formula has no value");
+    EXPECT_EQ(FormulaRefusal("SQRT(-1)"), "the formula has no value");
     EXPECT_EQ(ErrorOf([] { Real("LN(-1)"); }), "the formula has no value");
-    EXPECT_EQ(Refusal("1 << 64"), "the formula shifts by 64 places");
-    EXPECT_EQ(Refusal("1 >> -1"), "the formula shifts by -1 places");
-    EXPECT_EQ(Refusal("10 ** 19"), "a value of the formula is beyond 64 bits");
+    EXPECT_EQ(FormulaRefusal("1 << 64"), "the formula shifts by 64 places");
+    EXPECT_EQ(FormulaRefusal("1 >> -1"), "the formula shifts by -1 places");
+    EXPECT_EQ(FormulaRefusal("10 ** 19"), "a value of the formula is beyond 64 bits");
     EXPECT_EQ(ErrorOf([] { Real("1e300 & 1"); }), "a value of the formula is beyond 64 bits");
 }
 
 TEST(FormulaTest, WhatIsNotUnderstood) {
-    EXPECT_EQ(Refusal(""), "the formula is not understood at \"\"");
-    EXPECT_EQ(Refusal("1 +"), "the formula is not understood at \"\"");
-    EXPECT_EQ(Refusal("1 2"), "the formula is not understood at \"2\"");
-    EXPECT_EQ(Refusal("(1"), "the formula is not understood at \"\"");
-    EXPECT_EQ(Refusal("1)"), "the formula is not understood at \")\"");
-    EXPECT_EQ(Refusal("A == 7"), "the formula is not understood at \"= 7\"");
-    EXPECT_EQ(Refusal("1 !"), "the formula is not understood at \"!\"");
-    EXPECT_EQ(Refusal("1.5"), "the formula is not understood at \".5\"");
-    EXPECT_EQ(Refusal("0xG"), "the formula is not understood at \"0xG\"");
-    EXPECT_EQ(Refusal("9223372036854775808"),
+    EXPECT_EQ(FormulaRefusal(""), "the formula is not understood at \"\"");
+    EXPECT_EQ(FormulaRefusal("1 +"), "the formula is not understood at \"\"");
+    EXPECT_EQ(FormulaRefusal("1 2"), "the formula is not understood at \"2\"");
+    EXPECT_EQ(FormulaRefusal("(1"), "the formula is not understood at \"\"");
+    EXPECT_EQ(FormulaRefusal("1)"), "the formula is not understood at \")\"");
+    EXPECT_EQ(FormulaRefusal("A == 7"), "the formula is not understood at \"= 7\"");
+    EXPECT_EQ(FormulaRefusal("1 !"), "the formula is not understood at \"!\"");
+    EXPECT_EQ(FormulaRefusal("1.5"), "the formula is not understood at \".5\"");
+    EXPECT_EQ(FormulaRefusal("0xG"), "the formula is not understood at \"0xG\"");
+    EXPECT_EQ(FormulaRefusal("9223372036854775808"),
               "the formula is not understood at \"9223372036854775808\"");
 }
 
 TEST(FormulaTest, NestingEndsBeforeTheStackDoes) {
     EXPECT_EQ(Whole(Repeated("(", 150) + "5" + Repeated(")", 150)), 5);
     for (const char* part : {"(", "-", "~", "1?", "2**", "ABS(", "1+(", "1?2:"}) {
-        EXPECT_EQ(Refusal(Repeated(part, 1'000'000)), "the formula is nested too deeply") << part;
+        EXPECT_EQ(FormulaRefusal(Repeated(part, 1'000'000)), "the formula is nested too deeply")
+            << part;
     }
     EXPECT_EQ(Whole("1" + Repeated("+1", 100'000)), 100'001);
 }

@@ -8,8 +8,6 @@
 #include <cstdint>
 #include <string>
 
-inline constexpr char LEFT[] = "Norvel-G640M-10001";
-inline constexpr char RIGHT[] = "Norvel-G1300C-10002";
 inline constexpr char MICROSCOPE[] = "Norvel-U320C-20001";
 
 // The bytes are the whole image of that number, stamp and all.

@@ -5,7 +5,6 @@
 
 namespace {
 
-constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
 constexpr int32_t LEAST = std::numeric_limits<int32_t>::min();
 constexpr int32_t MOST = std::numeric_limits<int32_t>::max();
 

@@ -2,7 +2,6 @@
 
 namespace {
 
-constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
 constexpr std::array<OptivoFaultKind, 2> THROWS = {OPTIVO_FAULT_GENERIC_EXCEPTION,
                                                    OPTIVO_FAULT_FOREIGN_EXCEPTION};
 

@@ -8,9 +8,6 @@
 
 namespace {
 
-constexpr char MONO[] = "Norvel-G640M-10001";
-constexpr char BAYER[] = "Norvel-G1300C-10002";
-
 std::string Xs(size_t count) {
     return std::string(count, 'X');
 }
@@ -33,11 +30,11 @@ TEST_F(FailedOpeningTest, ADeviceIsClosedAgain) {
         SCOPED_TRACE(result);
         AddFault(OPTIVO_INTERFACE_OPEN_DEVICE, OPTIVO_FAULT_RESULT_AFTER, result);
         DEV_HANDLE opened = this;
-        EXPECT_FAILS(failure.first, failure.second, gentl.IFOpenDevice(iface, MONO, 4, &opened));
+        EXPECT_FAILS(failure.first, failure.second, gentl.IFOpenDevice(iface, LEFT, 4, &opened));
         EXPECT_EQ(opened, this);
         EXPECT_EQ(alive.Devices(), 0U);
     }
-    EXPECT_OK(gentl.IFOpenDevice(iface, MONO, 4, &device));
+    EXPECT_OK(gentl.IFOpenDevice(iface, LEFT, 4, &device));
     EXPECT_EQ(alive.Devices(), 1U);
 }
 
@@ -45,7 +42,7 @@ TEST_F(FailedOpeningTest, ADeviceWithAnUnknownResultIsOpen) {
     for (const int32_t result : {1, -1, -1003, -1014, -10002}) {
         SCOPED_TRACE(result);
         AddFault(OPTIVO_INTERFACE_OPEN_DEVICE, OPTIVO_FAULT_RESULT_AFTER, result);
-        ASSERT_OK(gentl.IFOpenDevice(iface, MONO, 4, &device));
+        ASSERT_OK(gentl.IFOpenDevice(iface, LEFT, 4, &device));
         EXPECT_EQ(alive.Devices(), 1U);
         CloseDevice();
         EXPECT_EQ(alive.Devices(), 0U);
@@ -107,7 +104,7 @@ TEST_F(FailedOpeningTest, WhatWasHandedOutBeforeAnExceptionIsClosedAgain) {
          [&] { return gentl.TLOpenInterface(tl, "U3V::usb0", &handle); }},
         {OPTIVO_INTERFACE_GET_DEVICE,
          [&] { return gentl.IFUpdateDeviceList(iface, nullptr, 200); }},
-        {OPTIVO_INTERFACE_OPEN_DEVICE, [&] { return gentl.IFOpenDevice(iface, MONO, 4, &handle); }},
+        {OPTIVO_INTERFACE_OPEN_DEVICE, [&] { return gentl.IFOpenDevice(iface, LEFT, 4, &handle); }},
         {OPTIVO_DEVICE_OPEN_DATA_STREAM,
          [&] { return gentl.DevOpenDataStream(device, "DS0", &handle); }},
     };
@@ -124,7 +121,7 @@ TEST_F(FailedOpeningTest, WhatWasHandedOutBeforeAnExceptionIsClosedAgain) {
         }
         EXPECT_EQ(handle, nullptr);
     }
-    EXPECT_OK(gentl.IFOpenDevice(iface, MONO, 4, &handle));
+    EXPECT_OK(gentl.IFOpenDevice(iface, LEFT, 4, &handle));
     EXPECT_OK(gentl.DevClose(handle));
 }
 
@@ -155,9 +152,9 @@ TEST_F(NullObjectTest, ForADescriptionLeavesItsTextsEmpty) {
     EXPECT_EQ(NumDevices(), 2U);
     const auto ask = [&](DEVICE_INFO_CMD command) {
         return Ask(
-            [&](auto... out) { return gentl.IFGetDeviceInfo(iface, MONO, command, out...); });
+            [&](auto... out) { return gentl.IFGetDeviceInfo(iface, LEFT, command, out...); });
     };
-    EXPECT_EQ(ask(0), TextInfo(MONO));
+    EXPECT_EQ(ask(0), TextInfo(LEFT));
     for (const DEVICE_INFO_CMD command : {1, 2, 3, 6, 7, 8, 1003, 1004}) {
         EXPECT_EQ(ask(command), TextInfo(""));
     }
@@ -174,7 +171,7 @@ TEST_F(NullObjectTest, ForAStreamIsAFailure) {
 // A device without a camera is a device, of which all that needs the camera fails.
 TEST_F(NullObjectTest, ForADeviceGivesOneThatIsNotAvailable) {
     AddFault(OPTIVO_INTERFACE_OPEN_DEVICE, OPTIVO_FAULT_NULL_OBJECT);
-    ASSERT_OK(gentl.IFOpenDevice(iface, MONO, 4, &device));
+    ASSERT_OK(gentl.IFOpenDevice(iface, LEFT, 4, &device));
     EXPECT_OK(gentl.DevGetPort(device, &remote));
     uint32_t value = 0;
     EXPECT_OK(gentl.DevGetNumDataStreams(device, &value));
@@ -193,7 +190,7 @@ TEST_F(NullObjectTest, ForADeviceGivesOneThatIsNotAvailable) {
     EXPECT_OK(gentl.EventGetData(event, url, &size, 0));
     EXPECT_OK(gentl.GCUnregisterEvent(remote, 4));
     EXPECT_EQ(Ask([&](auto... out) { return gentl.DevGetInfo(device, 0, out...); }),
-              TextInfo(MONO));
+              TextInfo(LEFT));
     CloseDevice();
 }
 
@@ -265,8 +262,8 @@ TEST_F(LibraryTextTest, UnterminatedTextsOfADeviceEndWithTheirBuffer) {
         AddFault(OPTIVO_DEVICE_GET_INFO, OPTIVO_FAULT_UNTERMINATED_TEXT, 0, 1, key);
         UpdateDevices();
         // The first camera that the library names.
-        EXPECT_EQ(AskDevice(MONO, command), TextInfo(Xs(512)));
-        EXPECT_NE(AskDevice(BAYER, command), TextInfo(Xs(512)));
+        EXPECT_EQ(AskDevice(LEFT, command), TextInfo(Xs(512)));
+        EXPECT_NE(AskDevice(RIGHT, command), TextInfo(Xs(512)));
     }
 }
 
@@ -320,10 +317,10 @@ TEST_F(LibraryTextTest, ClaimedLengthsAreNotBelieved) {
     UpdateDevices();
     EXPECT_EQ(AskInterfaceId(0), PlainTextInfo("GEV::eth0"));
     EXPECT_EQ(AskInterface("U3V::usb0", 2), TextInfo("U3V"));
-    EXPECT_EQ(DeviceId(0), BAYER);
-    EXPECT_EQ(AskDevice(MONO, 6), TextInfo("Left"));
-    EXPECT_EQ(AskDevice(MONO, 1004), TextInfo("169.254.10.1"));
-    EXPECT_EQ(AskDevice(MONO, 5), NumberInfo(5, int32_t{1}));
+    EXPECT_EQ(DeviceId(0), RIGHT);
+    EXPECT_EQ(AskDevice(LEFT, 6), TextInfo("Left"));
+    EXPECT_EQ(AskDevice(LEFT, 1004), TextInfo("169.254.10.1"));
+    EXPECT_EQ(AskDevice(LEFT, 5), NumberInfo(5, int32_t{1}));
     EXPECT_EQ(AskUrl(iface), interfaceUrl);
     EXPECT_EQ(AskUrl(remote), deviceUrl);
 }
@@ -338,8 +335,8 @@ TEST_F(LibraryTextTest, FailedTextsAreEmpty) {
     OptivoSim_ClearFaults();
     AddFault(OPTIVO_DEVICE_GET_INFO, OPTIVO_FAULT_RESULT, -1001, OPTIVO_FOREVER);
     UpdateDevices();
-    EXPECT_EQ(AskDevice(MONO, 1), TextInfo(""));
-    EXPECT_EQ(AskDevice(MONO, 7), TextInfo(""));
+    EXPECT_EQ(AskDevice(LEFT, 1), TextInfo(""));
+    EXPECT_EQ(AskDevice(LEFT, 7), TextInfo(""));
 }
 
 class LibraryValueTest : public StreamTest {};

@@ -3,7 +3,6 @@
 namespace {
 
 constexpr auto N = nullptr;
-constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
 constexpr char WRONG_HANDLE[] = "Invalid Device Handle";
 
 // Handles are good, and what they are asked to write to, or to read, is null.

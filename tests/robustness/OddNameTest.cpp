@@ -4,8 +4,6 @@
 
 namespace {
 
-constexpr char UNSPECIFIED[] = "Unspecified runtime error.";
-
 std::vector<std::string> OddNames() {
     return {"%",
             "%s",

@@ -14,7 +14,7 @@ constexpr char MISALIGNED[] = "Address and/or uiSize have to be multiples of fou
 constexpr char NO_BUFFER[] = "pBuffer is not valid.";
 constexpr char BAD_ACCESS[] = "iAccess is an unknown ACCESS value.";
 
-uint32_t buffer[16];
+uint32_t scratch[16];
 
 // An operation that takes an address, with arguments that are sound otherwise.
 struct Operation {
@@ -30,7 +30,7 @@ const std::vector<Operation>& DefiningOperations() {
         {"DefineString",
          [](auto& map, auto at) { map.DefineString(at, 3, "abc", 8, 0, nullptr, 0, nullptr); }},
         {"DefineBlock",
-         [](auto& map, auto at) { map.DefineBlock(at, 3, buffer, 8, 0, nullptr, 0, nullptr); }},
+         [](auto& map, auto at) { map.DefineBlock(at, 3, scratch, 8, 0, nullptr, 0, nullptr); }},
     };
     return operations;
 }
@@ -45,17 +45,17 @@ const std::vector<Operation>& QueryingOperations() {
 
 const std::vector<Operation>& OperationsOnExistingRegisters() {
     static const std::vector<Operation> operations = {
-        {"ReadBlock", [](auto& map, auto at) { map.ReadBlock(at, buffer, 8); }},
+        {"ReadBlock", [](auto& map, auto at) { map.ReadBlock(at, scratch, 8); }},
         {"ReadRegister", [](auto& map, auto at) { map.ReadRegister(at); }},
-        {"WriteBlock", [](auto& map, auto at) { map.WriteBlock(at, buffer, 8); }},
+        {"WriteBlock", [](auto& map, auto at) { map.WriteBlock(at, scratch, 8); }},
         {"WriteRegister", [](auto& map, auto at) { map.WriteRegister(at, 1); }},
-        {"RawRead", [](auto& map, auto at) { map.RawRead(at, buffer, 8); }},
+        {"RawRead", [](auto& map, auto at) { map.RawRead(at, scratch, 8); }},
         {"ValueOf", [](auto& map, auto at) { map.ValueOf(at); }},
         {"ValueOf64", [](auto& map, auto at) { map.ValueOf64(at, true); }},
         {"SetAccess", [](auto& map, auto at) { map.SetAccess(at, 1); }},
         {"SetCallbacks", [](auto& map, auto at) { map.SetCallbacks(at, nullptr, 0, nullptr); }},
         {"WriteString", [](auto& map, auto at) { map.WriteString(at, "abcd"); }},
-        {"RawWrite", [](auto& map, auto at) { map.RawWrite(at, buffer, 8); }},
+        {"RawWrite", [](auto& map, auto at) { map.RawWrite(at, scratch, 8); }},
         {"SetValue", [](auto& map, auto at) { map.SetValue(at, 1); }},
         {"SetValue64", [](auto& map, auto at) { map.SetValue64(at, 1, true); }},
         {"SetMarker", [](auto& map, auto at) { map.SetMarker(at, 1); }},
@@ -110,10 +110,10 @@ TEST_F(RegisterMapTest, EveryBlockOperationRefusesAnOddSize) {
     DefineValues({1, 2});
     for (const size_t size : {size_t{1}, size_t{2}, size_t{3}, size_t{6}}) {
         SCOPED_TRACE(size);
-        EXPECT_THROWS(std::invalid_argument, MISALIGNED, map.ReadBlock(0, buffer, size));
-        EXPECT_THROWS(std::invalid_argument, MISALIGNED, map.WriteBlock(0, buffer, size));
-        EXPECT_THROWS(std::invalid_argument, MISALIGNED, map.RawRead(0, buffer, size));
-        EXPECT_THROWS(std::invalid_argument, MISALIGNED, map.RawWrite(0, buffer, size));
+        EXPECT_THROWS(std::invalid_argument, MISALIGNED, map.ReadBlock(0, scratch, size));
+        EXPECT_THROWS(std::invalid_argument, MISALIGNED, map.WriteBlock(0, scratch, size));
+        EXPECT_THROWS(std::invalid_argument, MISALIGNED, map.RawRead(0, scratch, size));
+        EXPECT_THROWS(std::invalid_argument, MISALIGNED, map.RawWrite(0, scratch, size));
         EXPECT_THROWS(std::invalid_argument, MISALIGNED,
                       map.DefineString(0, 3, "a", size, 0, nullptr, 0, nullptr));
         EXPECT_THROWS(std::invalid_argument, MISALIGNED,
@@ -135,13 +135,13 @@ TEST_F(RegisterMapTest, EveryBlockAccessNeedsABuffer) {
 
 TEST_F(RegisterMapTest, EveryBlockAccessNeedsASize) {
     DefineValues({1, 2});
-    EXPECT_THROWS(std::invalid_argument, NO_BUFFER, map.ReadBlock(0, buffer, 0));
-    EXPECT_THROWS(std::invalid_argument, NO_BUFFER, map.WriteBlock(0, buffer, 0));
-    EXPECT_THROWS(std::invalid_argument, NO_BUFFER, map.RawRead(0, buffer, 0));
-    EXPECT_THROWS(std::invalid_argument, NO_BUFFER, map.RawWrite(0, buffer, 0));
+    EXPECT_THROWS(std::invalid_argument, NO_BUFFER, map.ReadBlock(0, scratch, 0));
+    EXPECT_THROWS(std::invalid_argument, NO_BUFFER, map.WriteBlock(0, scratch, 0));
+    EXPECT_THROWS(std::invalid_argument, NO_BUFFER, map.RawRead(0, scratch, 0));
+    EXPECT_THROWS(std::invalid_argument, NO_BUFFER, map.RawWrite(0, scratch, 0));
 }
 
-// What is wrong first is what the text tells: address, alignment, range, buffer, register, access.
+// What is wrong first is what the text tells: address, alignment, range, scratch, register, access.
 TEST_F(RegisterMapTest, ChecksInOrder) {
     Define(0, WRITE_ONLY, 1);
     EXPECT_THROWS(std::invalid_argument, INVALID, map.ReadBlock(UINT64_MAX, nullptr, 3));
@@ -152,9 +152,9 @@ TEST_F(RegisterMapTest, ChecksInOrder) {
                   map.ReadBlock(0xFFFFFFFFFFFFFFF0, nullptr, 0));
     EXPECT_THROWS(std::invalid_argument, NO_BUFFER, map.ReadBlock(0x100, nullptr, 4));
     EXPECT_THROWS(std::out_of_range, "Register 100 is not available.",
-                  map.ReadBlock(0x100, buffer, 4));
+                  map.ReadBlock(0x100, scratch, 4));
     EXPECT_THROWS(GenICam::Client::access_error, "Register 0 is not readable.",
-                  map.ReadBlock(0, buffer, 8));
+                  map.ReadBlock(0, scratch, 8));
 }
 
 TEST_F(RegisterMapTest, EveryDefinitionRefusesAnUnknownAccess) {
@@ -196,13 +196,13 @@ TEST_F(RegisterMapTest, AConsumerIsToldOfForbiddenAccessAlone) {
     Define(0x44, READ_ONLY, 1);
     Define(0x48, WRITE_ONLY, 1);
     ExpectConsumerGets(-1005, "Register 44 is not writable.",
-                       [&] { map.WriteBlock(0x44, buffer, 4); });
+                       [&] { map.WriteBlock(0x44, scratch, 4); });
     ExpectConsumerGets(-1005, "Register 48 is not readable.",
-                       [&] { map.ReadBlock(0x48, buffer, 4); });
+                       [&] { map.ReadBlock(0x48, scratch, 4); });
     const char* unspecified = "Unspecified runtime error.";
-    ExpectConsumerGets(-1001, unspecified, [&] { map.ReadBlock(0x4C, buffer, 4); });
-    ExpectConsumerGets(-1001, unspecified, [&] { map.ReadBlock(0x46, buffer, 4); });
-    ExpectConsumerGets(-1001, unspecified, [&] { map.ReadBlock(0x44, buffer, 6); });
+    ExpectConsumerGets(-1001, unspecified, [&] { map.ReadBlock(0x4C, scratch, 4); });
+    ExpectConsumerGets(-1001, unspecified, [&] { map.ReadBlock(0x46, scratch, 4); });
+    ExpectConsumerGets(-1001, unspecified, [&] { map.ReadBlock(0x44, scratch, 6); });
     ExpectConsumerGets(-1001, unspecified, [&] { map.ReadBlock(0x44, nullptr, 4); });
 }
 

@@ -55,8 +55,6 @@ protected:
     std::filesystem::path m_path;
 };
 
-} // namespace
-
 TEST_F(VideoSinks, LinesOfColoursAreFilledUp) {
     CAviSink sink(m_path, EExisting::Replace, ECodec::None, 10);
     sink.Write(Image(1, 2, "RGB8", {1, 2, 3, 4, 5, 6}))();
@@ -100,5 +98,7 @@ TEST_F(VideoSinks, WithoutImagesThereIsNoFile) {
     sink.Finish();
     EXPECT_FALSE(std::filesystem::exists(m_path));
 }
+
+} // namespace
 
 } // namespace norveltl

@@ -14,7 +14,7 @@ using Clock = std::chrono::steady_clock;
 using namespace std::chrono_literals;
 
 constexpr int kRestarts = 3;
-constexpr size_t kImages = 2 * kCheckBuffers;
+constexpr size_t kMinImages = 2 * kCheckBuffers;
 
 // What no image begins with: a buffer that is delivered with it was not filled.
 constexpr auto kMark = [] {
@@ -89,7 +89,7 @@ SRestart Restart(const CProducer& p, CStream& stream, const CCameraFacts& camera
     const CAcquisition acquisition(stream, camera);
     const Clock::time_point end = Clock::now() + kCheckPatience;
     size_t count = 0;
-    while (Clock::now() < end && (count < kImages || result.buffers.size() < kCheckBuffers)) {
+    while (Clock::now() < end && (count < kMinImages || result.buffers.size() < kCheckBuffers)) {
         auto* const buffer = stream.Wait(100ms);
         if (!buffer) {
             continue;
@@ -102,7 +102,7 @@ SRestart Restart(const CProducer& p, CStream& stream, const CCameraFacts& camera
         }
         marked.Queue(buffer);
     }
-    if (count < kImages) {
+    if (count < kMinImages) {
         throw CToolError("only " + std::to_string(count) + " images came");
     }
     return result;

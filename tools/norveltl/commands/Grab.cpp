@@ -8,19 +8,11 @@
 #include "terminal/Table.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <iostream>
 
 namespace norveltl {
 
 namespace {
-
-std::string Fixed(double value, int digits) {
-    std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), "%.*f", digits, value);
-    return text.data();
-}
 
 double PerSecond(const STotals& totals, double amount) {
     const double seconds = totals.duration.count();

@@ -7,8 +7,6 @@
 #include "terminal/Table.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
 #include <iostream>
 
 namespace norveltl {
@@ -27,12 +25,6 @@ public:
 private:
     std::vector<SImage> m_images;
 };
-
-std::string Fixed(double value, int digits) {
-    std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), "%.*f", digits, value);
-    return text.data();
-}
 
 SSamples SamplesOf(const SImage& image) {
     std::optional<SSamples> samples = Unpack(image.bytes, image.format);

@@ -1,6 +1,8 @@
 #include "terminal/Table.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
 #include <ostream>
 
 namespace norveltl {
@@ -15,6 +17,12 @@ size_t Width(const std::string& text) {
 }
 
 } // namespace
+
+std::string Fixed(double value, int digits) {
+    std::array<char, 64> text{};
+    std::snprintf(text.data(), text.size(), "%.*f", digits, value);
+    return text.data();
+}
 
 void CTable::Print(std::ostream& out, const std::string& indent) const {
     std::vector<size_t> widths(m_rows.front().size());

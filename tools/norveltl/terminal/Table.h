@@ -7,6 +7,9 @@
 
 namespace norveltl {
 
+// A number as its cell shows it, with so many digits behind the point.
+std::string Fixed(double value, int digits);
+
 class CTable {
 public:
     // Titles; all empty for none.
