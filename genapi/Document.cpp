@@ -1,6 +1,7 @@
 #include "genapi/Document.h"
 
 #include "genapi/Error.h"
+#include "genapi/Text.h"
 
 #include <boost/property_tree/xml_parser.hpp>
 
@@ -16,8 +17,6 @@ namespace {
 // bytes for each element and attribute.
 constexpr size_t kMaxNested = 100;
 constexpr size_t kMaxParts = 500'000;
-
-constexpr std::string_view kBlanks = " \t\r\n";
 
 // Goes over the markup as the parser will, only counting. Where the two might disagree, it stops.
 class CCounter {

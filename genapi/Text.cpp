@@ -8,7 +8,6 @@
 namespace GenApi {
 
 std::string Trim(std::string_view text) {
-    constexpr const char* kBlanks = " \t\r\n";
     const size_t begin = text.find_first_not_of(kBlanks);
     if (begin == std::string_view::npos) {
         return "";

@@ -8,6 +8,9 @@
 
 namespace GenApi {
 
+// What separates words in the markup and in values.
+constexpr std::string_view kBlanks = " \t\r\n";
+
 std::string Trim(std::string_view text);
 // ASCII only.
 std::string LowerCase(std::string_view text);

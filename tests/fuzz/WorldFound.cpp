@@ -12,7 +12,7 @@ namespace {
 
 // The objects' operations answer texts of any length that fits.
 template <typename Call>
-std::string TextOf(Call&& call) {
+std::string AnsweredText(Call&& call) {
     static std::array<char, 16384> buffer;
     Optivo::Size size = buffer.size();
     Demand(call(buffer.data(), &size) == 0, "what was listed can be described");
@@ -41,7 +41,7 @@ void AddUpdate(const std::string& who, std::size_t number, Update&& update, GetN
     Demand(update(&count) == 0, "lists can be updated");
     for (Optivo::UInt32 i = 0; i < count; ++i) {
         lines.push_back(Told(who, "update " + std::to_string(number),
-                             TextOf([&](auto... out) { return getName(i, out...); })));
+                             AnsweredText([&](auto... out) { return getName(i, out...); })));
     }
 }
 
@@ -50,7 +50,7 @@ void AddDescription(Optivo::ICamInterface& parent, const std::string& name, Line
     Demand(parent.GetDevice(name.c_str(), &device) == 0, "cameras can be described");
     const auto addText = [&](Optivo::UInt32 key, const char* what) {
         const auto getInfo = [&](auto... out) { return device->GetInfo(key, out...); };
-        lines.push_back(Told(name, what, TextOf(getInfo)));
+        lines.push_back(Told(name, what, AnsweredText(getInfo)));
     };
     addText(0, "version");
     addText(3, "vendor");
@@ -93,7 +93,7 @@ void AddInterface(Optivo::ICamSystem& system, const SInterfacePlan& plan, Lines&
         const auto readPort = [&, address = static_cast<Optivo::UInt64>(key)](auto... out) {
             return opened->ReadPort(address, out...);
         };
-        lines.push_back(Told(plan.name, what, TextOf(readPort)));
+        lines.push_back(Told(plan.name, what, AnsweredText(readPort)));
     }
     for (std::size_t number = 0; number < NUM_UPDATES; ++number) {
         AddUpdate(

@@ -22,7 +22,7 @@ namespace norveltl {
 namespace {
 
 constexpr size_t kDefaultText = 64;
-constexpr uint64_t kMaxLength = 64U << 20;
+constexpr uint64_t kMaxRegister = 64U << 20;
 constexpr size_t kBytesInLine = 16;
 
 using Bytes = std::vector<uint8_t>;
@@ -223,7 +223,7 @@ std::vector<SRegister> PlacesToRead(const SRegisterOptions& options) {
         uint64_t length = width != 0 ? width : options.type == "string" ? kDefaultText : 4;
         if (colon != std::string::npos) {
             length = ParseAddress(place.substr(colon + 1));
-            if (length == 0 || length > kMaxLength || (width != 0 && length != width)) {
+            if (length == 0 || length > kMaxRegister || (width != 0 && length != width)) {
                 throw WrongUsage(place, "names a length that does not suit");
             }
         }
