@@ -61,25 +61,33 @@ def sources_in_tree():
     return {path.resolve() for path in found if path.suffix in SUFFIXES}
 
 
+def sources_of(compiled):
+    """A file that a build compiles, or those that CMake has put together in it."""
+    together = re.findall(r'^#include "(.*)"$', compiled.read_text(), re.M) if compiled.parent.name == "Unity" else []
+    return {pathlib.Path(source).resolve() for source in together or [compiled]} & sources_in_tree()
+
+
 def jobs_in(build):
     """Source file -> (command for clang, everything it includes)."""
     headers = headers_of(build)
     entries = (json.loads(commands.read_text()) for commands in sorted(build.glob("*_commands.json")))
     for entry in itertools.chain.from_iterable(entries):
-        source = pathlib.Path(entry["file"]).resolve()
-        if source not in sources_in_tree():
+        compiled = pathlib.Path(entry["file"])
+        sources = sources_of(compiled)
+        if not sources:
             continue
         command = shlex.split(entry["command"])
         made = command[command.index("-o") + 1]
         if made not in headers:
-            sys.exit(f"tidy: {source} has not been built in {build}")
+            sys.exit(f"tidy: {compiled} has not been built in {build}")
         kept = [word for word in command[1:] if word not in GCC_ONLY]
         # A file must name what it needs itself, and clang reads no header that another compiler has precompiled.
         if "-include" in kept:
             place = kept.index("-include")
             del kept[place : place + 2]
-        included = [header for header in headers[made] if not header.endswith(".gch")]
-        yield source, [*arguments_for_clang(command[0]), *kept], included
+        included = {header for header in headers[made] if not header.endswith(".gch")} - set(map(str, sources))
+        for source in sources:
+            yield source, [*arguments_for_clang(command[0]), *kept], [str(source), *included]
 
 
 def built_plugin():
@@ -98,7 +106,7 @@ def built_plugin():
 
 def analyse(plugin, source, command, included):
     """Answers what clang-tidy has to say, nothing if the file is clean."""
-    parts = [plugin.name, digest(ROOT / ".clang-tidy"), shlex.join(command), *map(digest, sorted(set(included)))]
+    parts = [plugin.name, digest(ROOT / ".clang-tidy"), shlex.join(command), *map(digest, sorted(included))]
     mark = CACHE / hashlib.sha256("\n".join(parts).encode()).hexdigest()
     if mark.exists():
         return ""
