@@ -116,8 +116,13 @@ const uint32_t GREY_INDEX = 0;
 const bool STARTS_AT_ONCE = false;
 const char* const FIRST_INTERFACE = "GEV::GigEVision";
 
+// Images of few packets: an image is lost when its next packet takes more than 100 ms, as on a busy
+// machine, where this camera waits for a processor like anybody else.
 void Prepare() {
     Camera().Renew();
+    if (!Camera().Resize(64, 64)) {
+        throw std::runtime_error("the camera does not take its size");
+    }
 }
 
 void Release() {}
